@@ -1,0 +1,40 @@
+#pragma once
+
+#include "encoding/object_value.h"
+#include "encoding/stream.h"
+
+#include <cstdint>
+#include <string>
+
+namespace tavu {
+
+/// Encodes MessagePack (the published format) onto a Stream, always in the shortest form. Nothing
+/// is buffered: each head is one write of the stream, each body a second one. The stream must
+/// outlive the writer. The stream's count is not looked at; what the stream raises passes through.
+class MessageWriter
+{
+public:
+    explicit MessageWriter(Stream &stream) : stream_(stream) {}
+
+    void writeNil();
+    void writeBool(bool value);
+    void writeInt(int64_t value);
+    void writeUint(uint64_t value);
+    void writeFloat(float value);
+    void writeDouble(double value);
+    /// A length of all ones means NUL-terminated text.
+    void writeString(const char *text, uint64_t length = ~uint64_t(0));
+    void writeString(const std::string &text);
+    void writeBlob(const void *bytes, uint32_t size);
+    void writeExt(uint8_t type, const void *bytes, uint64_t size);
+    /// Above 65535 the head is 0xDC with four length bytes: this system's one deviation.
+    void writeArrayHeader(uint32_t count);
+    void writeMapHeader(uint32_t pairCount);
+    void writeObject(const ObjectValue &value);
+    void writeRaw(const void *bytes, uint64_t size);
+
+private:
+    Stream &stream_;
+};
+
+} // namespace tavu

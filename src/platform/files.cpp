@@ -1,0 +1,63 @@
+#include "platform/files.h"
+
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+namespace tavu {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+fs::path nativePath(const std::string &path)
+{
+    return fs::path(reinterpret_cast<const char8_t *>(path.c_str()));
+}
+
+} // namespace
+
+bool createFolders(const std::string &path)
+{
+    std::error_code ignored;
+    fs::create_directories(nativePath(path), ignored);
+    return fs::is_directory(nativePath(path), ignored);
+}
+
+bool isRegularFile(const std::string &path)
+{
+    std::error_code ignored;
+    return fs::is_regular_file(nativePath(path), ignored);
+}
+
+std::optional<uint64_t> fileSize(const std::string &path)
+{
+    std::error_code error;
+    const auto size = fs::file_size(nativePath(path), error);
+    return error ? std::nullopt : std::optional<uint64_t>(size);
+}
+
+std::string joinPath(const std::string &left, const std::string &right)
+{
+    if (left.empty() || right.empty())
+        return left + right;
+    return left + static_cast<char>(fs::path::preferred_separator) + right;
+}
+
+InputFile::InputFile(InputFile &&other) noexcept : handle_(std::exchange(other.handle_, kNone)) {}
+
+InputFile &InputFile::operator=(InputFile &&other) noexcept
+{
+    if (this != &other) {
+        close();
+        handle_ = std::exchange(other.handle_, kNone);
+    }
+    return *this;
+}
+
+InputFile::~InputFile()
+{
+    close();
+}
+
+} // namespace tavu

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+
+namespace tavu {
+
+// Paths are UTF-8 on every platform.
+
+/// std::fopen, with a handle that no child process inherits. Null on failure.
+std::FILE *openFile(const std::string &path, const char *mode);
+
+/// Deletes a file; false when that failed. Never removes a folder.
+bool deleteFile(const std::string &path);
+
+/// Renames a file; an existing file \a to is replaced in one step. False on failure.
+bool replaceFile(const std::string &from, const std::string &to);
+
+/// Creates a folder with all missing parents. False when it isn't there afterwards.
+bool createFolders(const std::string &path);
+
+bool isRegularFile(const std::string &path);
+
+/// Size of a regular file in bytes; empty when there is no such file.
+std::optional<uint64_t> fileSize(const std::string &path);
+
+/// Joins two parts of a path with the platform's separator; an empty part adds nothing.
+std::string joinPath(const std::string &left, const std::string &right);
+
+/// The folder in which per-user application data lives. Empty when the system names none.
+std::string userDataFolder();
+
+/// A file open for positional reads. Owns its handle; movable, not copyable.
+class InputFile
+{
+public:
+    InputFile() = default;
+    /// An object for which isOpen() is false results when the file can't be opened.
+    explicit InputFile(const std::string &path);
+    InputFile(InputFile &&other) noexcept;
+    InputFile &operator=(InputFile &&other) noexcept;
+    ~InputFile();
+
+    bool isOpen() const { return handle_ != kNone; }
+    void close();
+
+    /// Reads up to \a byteCount bytes from \a offset into \a buffer; returns the count that came,
+    /// short at the end of the file or on an error.
+    uint64_t readAt(uint64_t offset, void *buffer, uint64_t byteCount) const;
+
+private:
+    static constexpr intptr_t kNone = -1;
+    intptr_t handle_ = kNone;
+};
+
+} // namespace tavu

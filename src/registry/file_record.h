@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tavu {
+
+/// An opaque block of bytes that the caller owns.
+using ByteBlock = std::vector<uint8_t>;
+
+/// One recorded stream in a device's catalogue, named by the pair fileId, streamId.
+struct FileRecord
+{
+    std::string name;   ///< user-visible name
+    std::string port;   ///< name of the port it was recorded on
+    std::string camera; ///< camera name stored with the recording
+    uint32_t fileId = 0;
+    uint32_t streamId = 0;
+    uint16_t width = 0;  ///< pixels
+    uint16_t height = 0; ///< pixels
+    uint64_t numFrames = 0;
+    uint64_t numDroppedFrames = 0;
+    ByteBlock info;         ///< the stream's identity block; empty when the metadata has none
+    uint64_t size = 0;      ///< bytes
+    uint64_t timestamp = 0; ///< 100 ns since 1601-01-01 UTC
+    uint64_t startTime = 0;
+    uint64_t endTime = 0;
+    uint64_t duration = 0;
+};
+
+} // namespace tavu

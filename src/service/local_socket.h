@@ -1,0 +1,81 @@
+#pragma once
+
+#include "encoding/stream.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace tavu {
+
+/// One connected end of the local pipe. read() and write() belong to one thread; close() may come
+/// from any other: it ends a blocked read or write, and the native handle is released only when no
+/// call is inside the system with it, so that a reused handle number can't be hit.
+class LocalSocket : public Stream
+{
+public:
+    /// A file descriptor or a Windows HANDLE; all bits set means none.
+    using NativeHandle = intptr_t;
+    static constexpr NativeHandle kNoHandle = -1;
+
+    LocalSocket() = default;
+    /// Adopts a connected handle.
+    explicit LocalSocket(NativeHandle handle) : handle_(handle) {}
+    /// Moves are for sockets that no other thread uses yet.
+    LocalSocket(LocalSocket &&other) noexcept;
+    LocalSocket &operator=(LocalSocket &&other) noexcept;
+    ~LocalSocket() override;
+
+    /// Both block until all bytes have moved or the channel fails, and return the count moved. 0
+    /// bytes make no system call. Nothing is raised.
+    uint64_t read(void *buffer, uint64_t byteCount) override;
+    uint64_t write(const void *buffer, uint64_t byteCount) override;
+
+    /// One system call: blocks until at least one byte is there; 0 at the end of the channel.
+    uint64_t readSome(void *buffer, uint64_t byteCount);
+
+    /// Idempotent, from any thread.
+    void close();
+
+    /// Client side: connects to the service that listens under a base name such as "tavusrv". False
+    /// when nobody listens there. Neither waits nor retries.
+    bool connect(const std::string &name);
+
+private:
+    class Use;
+
+    NativeHandle handle_ = kNoHandle;
+    std::atomic<uint32_t> uses_{0}; ///< calls inside the system, and the closed flag
+};
+
+/// The listening side: hands out a LocalSocket per client.
+class LocalSocketServer
+{
+public:
+    LocalSocketServer();
+    LocalSocketServer(const LocalSocketServer &) = delete;
+    LocalSocketServer &operator=(const LocalSocketServer &) = delete;
+    ~LocalSocketServer();
+
+    /// False when another instance listens under the base name, or the address can't be had.
+    bool listen(const std::string &name, bool global);
+
+    /// Blocks until a client is connected. Raises std::runtime_error "Pipe not open." when nothing
+    /// listens and "ConnectNamedPipe aborted." when abort() ended the wait.
+    LocalSocket accept();
+
+    /// From any thread: ends a waiting accept() and stops listening, for good.
+    void abort();
+
+private:
+    struct State;
+    State *state_;
+};
+
+/// Client side: the names of all channels on this machine that begin with \a prefix.
+std::vector<std::string> listLocalSockets(const std::string &prefix);
+
+} // namespace tavu
