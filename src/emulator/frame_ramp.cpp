@@ -6,8 +6,9 @@ namespace tavu {
 
 namespace {
 
-/// Pixels per inner loop. A constant count lets compilers vectorise without asking for the length.
-constexpr size_t kBlock = 64;
+/// Pixels per inner loop: a constant count, and a counter no wider than a pixel, so that compilers
+/// vectorise it into little more than its stores.
+constexpr uint16_t kBlock = 64;
 
 constexpr uint16_t littleEndian(uint16_t value)
 {
@@ -20,17 +21,14 @@ constexpr uint16_t littleEndian(uint16_t value)
 
 void fillRamp(uint16_t *pixels, size_t count, uint16_t first)
 {
-    const auto value = [first](size_t index) {
-        return littleEndian(static_cast<uint16_t>(first + static_cast<uint16_t>(index)));
-    };
-    size_t done = 0;
-    for (; count - done >= kBlock; done += kBlock) {
-        uint16_t *const block = pixels + done;
-        for (size_t i = 0; i < kBlock; ++i)
-            block[i] = value(done + i);
+    for (; count >= kBlock; count -= kBlock) {
+        for (uint16_t i = 0; i < kBlock; ++i)
+            pixels[i] = littleEndian(static_cast<uint16_t>(first + i));
+        pixels += kBlock;
+        first = static_cast<uint16_t>(first + kBlock);
     }
-    for (; done < count; ++done)
-        pixels[done] = value(done);
+    for (; count > 0; --count)
+        *pixels++ = littleEndian(first++);
 }
 
 } // namespace tavu
