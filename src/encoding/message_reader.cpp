@@ -1,0 +1,379 @@
+#include "encoding/message_reader.h"
+
+#include "encoding/bytes.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+namespace tavu {
+
+namespace {
+
+constexpr char kFailedToRead[] = "Failed to read.";
+constexpr char kExpectedString[] = "Expected string.";
+
+// How the lead bytes 0xC0 to 0xDF go on: by so many bytes that make a number, which is a value or
+// the length of what follows.
+enum class Form : uint8_t
+{
+    Refused,
+    Nil,
+    Bool,
+    Blob,
+    Float,
+    Double,
+    Unsigned,
+    Signed,
+    String,
+    Array,
+    Map,
+};
+
+struct Head
+{
+    Form form;
+    uint8_t width;
+};
+
+constexpr Head kHeads[32] = {
+    {Form::Nil, 0},      {Form::Refused, 0},  {Form::Bool, 0},     {Form::Bool, 0},
+    {Form::Blob, 1},     {Form::Blob, 2},     {Form::Blob, 4},     {Form::Refused, 0},
+    {Form::Refused, 0},  {Form::Refused, 0},  {Form::Float, 4},    {Form::Double, 8},
+    {Form::Unsigned, 1}, {Form::Unsigned, 2}, {Form::Unsigned, 4}, {Form::Unsigned, 8},
+    {Form::Signed, 1},   {Form::Signed, 2},   {Form::Signed, 4},   {Form::Signed, 8},
+    {Form::Refused, 0},  {Form::Refused, 0},  {Form::Refused, 0},  {Form::Refused, 0},
+    {Form::Refused, 0},  {Form::String, 1},   {Form::String, 2},   {Form::String, 4},
+    {Form::Array, 2},    {Form::Array, 4},    {Form::Map, 2},      {Form::Map, 4},
+};
+
+// Entries to make room for before any has arrived. A message may open containers inside containers
+// that all announce more than ever comes, so the deeper they lie the less room they get.
+uint32_t firstCapacity(uint32_t announced, uint64_t depth)
+{
+    constexpr uint64_t kMost = 1024, kLeast = 4;
+    return std::min(announced, static_cast<uint32_t>(std::max(kMost / (depth + 1), kLeast)));
+}
+
+} // namespace
+
+inline bool MessageReader::read(void *buffer, uint64_t byteCount)
+{
+    const uint64_t count =
+        memory_ ? memory_->read(buffer, byteCount) : stream_.read(buffer, byteCount);
+    return count == byteCount;
+}
+
+bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
+{
+    return read(buffer, byteCount);
+}
+
+inline bool MessageReader::readNumber(unsigned width, uint64_t &number)
+{
+    unsigned char bytes[8] = {};
+    if (!read(bytes + sizeof bytes - width, width))
+        return false;
+    number = loadBigEndian(bytes);
+    return true;
+}
+
+// Long text grows as its bytes arrive.
+bool MessageReader::readText(uint32_t length)
+{
+    constexpr uint32_t kPiece = 1u << 20;
+    uint32_t done = 0;
+    do {
+        const uint32_t piece = std::min(length - done, kPiece);
+        // One read of the whole would have been clipped here, which isn't yet the end of the data.
+        if (done > 0 && memory_ && memory_->remaining() == 0)
+            return false;
+        text_.resize(size_t(done) + piece);
+        if (!read(text_.data() + done, piece))
+            return false;
+        done += piece;
+    } while (done < length);
+    return true;
+}
+
+inline bool MessageReader::accept(ObjectType type)
+{
+    lastType_ = type;
+    return true;
+}
+
+inline bool MessageReader::acceptInteger(uint64_t value, bool negative)
+{
+    integer_ = value;
+    return accept(negative ? ObjectType::NegativeInteger : ObjectType::PositiveInteger);
+}
+
+inline bool MessageReader::acceptLength(ObjectType type, uint64_t length)
+{
+    lastLength_ = static_cast<uint32_t>(length);
+    return accept(type);
+}
+
+bool MessageReader::next()
+{
+    uint8_t lead;
+    if (!read(&lead, 1))
+        return false;
+    if (lead < 0x80)
+        return acceptInteger(lead, false);
+    if (lead < 0x90)
+        return acceptLength(ObjectType::Map, lead & 0x0F);
+    if (lead < 0xA0)
+        return acceptLength(ObjectType::Array, lead & 0x0F);
+    if (lead < 0xC0)
+        return readText(lead & 0x1F) && accept(ObjectType::String);
+    if (lead >= 0xE0)
+        return acceptInteger(static_cast<uint64_t>(static_cast<int8_t>(lead)), true);
+
+    const auto [form, width] = kHeads[lead - 0xC0];
+    uint64_t number = 0;
+    if (width > 0 && !readNumber(width, number))
+        return false;
+    switch (form) {
+    case Form::Refused:
+        return false;
+    case Form::Nil:
+        return accept(ObjectType::Nil);
+    case Form::Bool:
+        bool_ = lead & 1;
+        return accept(ObjectType::Bool);
+    case Form::Blob:
+        return acceptLength(ObjectType::Blob, number);
+    case Form::Float:
+        float_ = std::bit_cast<float>(static_cast<uint32_t>(number));
+        return accept(ObjectType::Float);
+    case Form::Double:
+        float_ = std::bit_cast<double>(number);
+        return accept(ObjectType::Float);
+    case Form::Unsigned:
+        return acceptInteger(number, false);
+    case Form::Signed: {
+        const unsigned unused = 64 - 8 * width;
+        const int64_t value = static_cast<int64_t>(number << unused) >> unused;
+        return acceptInteger(static_cast<uint64_t>(value), value < 0);
+    }
+    case Form::String:
+        return readText(static_cast<uint32_t>(number)) && accept(ObjectType::String);
+    case Form::Array:
+        return acceptLength(ObjectType::Array, number);
+    case Form::Map:
+        return acceptLength(ObjectType::Map, number);
+    }
+    return false;
+}
+
+// Typed reads
+
+void MessageReader::requireNext()
+{
+    if (!next())
+        throw std::runtime_error(kFailedToRead);
+}
+
+void MessageReader::require(ObjectType type, const char *complaint)
+{
+    requireNext();
+    if (lastType_ != type)
+        throw std::runtime_error(complaint);
+}
+
+uint32_t MessageReader::readArrayHeader()
+{
+    require(ObjectType::Array, "Expected array.");
+    return lastLength_;
+}
+
+uint32_t MessageReader::readMapHeader()
+{
+    require(ObjectType::Map, "Expected map.");
+    return lastLength_;
+}
+
+uint32_t MessageReader::readBlobHeader()
+{
+    require(ObjectType::Blob, "Expected blob.");
+    return lastLength_;
+}
+
+bool MessageReader::readBool()
+{
+    require(ObjectType::Bool, "Expected boolean.");
+    return bool_;
+}
+
+uint64_t MessageReader::readPosInt()
+{
+    require(ObjectType::PositiveInteger, "Expected pos integer.");
+    return posValue();
+}
+
+int64_t MessageReader::readNegInt()
+{
+    require(ObjectType::NegativeInteger, "Expected neg integer.");
+    return negValue();
+}
+
+int64_t MessageReader::readInt()
+{
+    requireNext();
+    if (lastType_ == ObjectType::PositiveInteger) {
+        if (integer_ > uint64_t(std::numeric_limits<int64_t>::max()))
+            throw std::runtime_error("Integer value out of range, expected int64_t.");
+    } else if (lastType_ != ObjectType::NegativeInteger) {
+        throw std::runtime_error("Expected integer.");
+    }
+    return negValue();
+}
+
+void MessageReader::readString(std::string &target)
+{
+    require(ObjectType::String, kExpectedString);
+    target = text_;
+}
+
+void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)
+{
+    if (lastType_ != ObjectType::Blob)
+        throw std::runtime_error("Not a blob.");
+    if (byteCount != lastLength_)
+        throw std::runtime_error("Must read entire blob.");
+    if (!read(buffer, byteCount))
+        throw std::runtime_error(kFailedToRead);
+}
+
+// Whole values
+
+void MessageReader::skipValue()
+{
+    // Values still to come, at whatever depth. It can't wrap: nobody sends that many.
+    uint64_t pending = 1;
+    while (pending > 0) {
+        requireNext();
+        --pending;
+        uint64_t inside = 0;
+        if (lastType_ == ObjectType::Blob)
+            skipBytes(lastLength_);
+        else if (lastType_ == ObjectType::Map)
+            inside = 2 * uint64_t(lastLength_);
+        else if (lastType_ == ObjectType::Array)
+            inside = lastLength_;
+        pending = inside > ~pending ? ~uint64_t(0) : pending + inside;
+    }
+}
+
+void MessageReader::skipBytes(uint64_t byteCount)
+{
+    unsigned char piece[4096];
+    uint64_t done = 0;
+    do {
+        const uint64_t count = std::min<uint64_t>(byteCount - done, sizeof piece);
+        const bool clipped = done > 0 && memory_ && memory_->remaining() == 0;
+        if (clipped || !read(piece, count))
+            throw std::runtime_error(kFailedToRead);
+        done += count;
+    } while (done < byteCount);
+}
+
+void MessageReader::findField(uint32_t &remaining, const char *name)
+{
+    while (remaining > 0) {
+        require(ObjectType::String, kExpectedString);
+        if (text_ == name) {
+            --remaining;
+            return;
+        }
+        skipValue();
+        --remaining;
+    }
+    throw std::runtime_error("Map field not found.");
+}
+
+// Reads one head into a nil slot; of a map or array, the head is all.
+void MessageReader::readInto(ObjectValue &slot)
+{
+    requireNext();
+    switch (lastType_) {
+    case ObjectType::Nil:
+        return;
+    case ObjectType::NegativeInteger:
+    case ObjectType::PositiveInteger:
+        slot = ObjectValue(lastType_, 0, integer_);
+        return;
+    case ObjectType::String:
+        return slot.setText(text_.data(), static_cast<uint32_t>(text_.size()));
+    case ObjectType::Bool:
+        slot = ObjectValue::boolean(bool_);
+        return;
+    case ObjectType::Float:
+        slot = ObjectValue::number(float_);
+        return;
+    case ObjectType::Blob: {
+        OwnedBlob bytes = ObjectValue::allocateBlob(lastLength_);
+        readBlobBody(bytes.get(), lastLength_);
+        slot = ObjectValue::blob(std::move(bytes), lastLength_);
+        return;
+    }
+    case ObjectType::Map:
+        slot = ObjectValue::map();
+        return;
+    case ObjectType::Array:
+        slot = ObjectValue::array();
+        return;
+    }
+    throw std::runtime_error("Unrecognized object type.");
+}
+
+void MessageReader::readObject(ObjectValue &target)
+{
+    ObjectValue root;
+    ObjectValue *slot = &root;   // the one that the next value goes into
+    ObjectValue *open = nullptr; // the innermost container that lacks entries
+    uint64_t depth = 0;
+    for (;;) {
+        readInto(*slot);
+        if (slot->isContainer() && lastLength_ > 0) {
+            slot->setCapacity(firstCapacity(lastLength_, depth++));
+            slot->block()->parent = std::exchange(open, slot);
+            slot->block()->pending = lastLength_;
+        }
+        while (open && open->block()->pending == 0) {
+            open = open->block()->parent;
+            --depth;
+        }
+        if (!open)
+            break;
+        slot = openEntry(*open);
+    }
+    target = std::move(root);
+}
+
+// Adds an entry to a container that isn't complete, reads a map's key, and returns the slot of the
+// value to come. What is innermost has no children that are still open, so it may move.
+ObjectValue *MessageReader::openEntry(ObjectValue &container)
+{
+    const bool isMap = container.type() == ObjectType::Map;
+    if (isMap)
+        require(ObjectType::String, kExpectedString);
+    if (container.size_ == container.capacity()) {
+        const uint64_t room = std::min<uint64_t>(2 * uint64_t(container.size_),
+                                                 container.size_ + container.block()->pending);
+        container.setCapacity(static_cast<uint32_t>(room));
+    }
+    ObjectValue *entry = container.addEntry();
+    --container.block()->pending;
+    if (!isMap)
+        return entry;
+    const char *text = text_.data();
+    entry->setText(text, static_cast<uint32_t>(std::strlen(text))); // a key ends at its first NUL
+    return entry + 1;
+}
+
+} // namespace tavu

@@ -1,0 +1,235 @@
+#include "encoding/message_writer.h"
+
+#include "encoding/bytes.h"
+
+#include <bit>
+#include <cstring>
+#include <stdexcept>
+#include <vector>
+
+namespace tavu {
+
+namespace {
+
+// Lead bytes; where a form comes in several widths, that of the narrowest.
+enum Lead : uint8_t
+{
+    kFixMap = 0x80,
+    kFixArray = 0x90,
+    kFixString = 0xA0,
+    kNil = 0xC0,
+    kFalse = 0xC2,
+    kTrue = 0xC3,
+    kBlob = 0xC4,
+    kExt = 0xC7,
+    kFloat = 0xCA,
+    kDouble = 0xCB,
+    kUnsigned = 0xCC,
+    kSigned = 0xD0,
+    kFixExt = 0xD4,
+    kString = 0xD9,
+    kArray = 0xDC,
+    kMap = 0xDE,
+};
+
+constexpr uint64_t kCount = ~uint64_t(0);
+
+} // namespace
+
+void MessageWriter::writeRaw(const void *bytes, uint64_t size)
+{
+    if (memory_)
+        memory_->write(bytes, size);
+    else
+        stream_.write(bytes, size);
+}
+
+inline void MessageWriter::writeLead(uint8_t lead)
+{
+    writeRaw(&lead, 1);
+}
+
+template <typename Number>
+inline void MessageWriter::writeHead(uint8_t lead, Number number)
+{
+    unsigned char head[1 + sizeof number] = {lead};
+    storeBigEndian(head + 1, number);
+    writeRaw(head, sizeof head);
+}
+
+void MessageWriter::writeNil()
+{
+    writeLead(kNil);
+}
+
+void MessageWriter::writeBool(bool value)
+{
+    writeLead(value ? kTrue : kFalse);
+}
+
+void MessageWriter::writeUint(uint64_t value)
+{
+    if (value < 0x80)
+        writeLead(static_cast<uint8_t>(value));
+    else if (value <= 0xFF)
+        writeHead(kUnsigned, static_cast<uint8_t>(value));
+    else if (value <= 0xFFFF)
+        writeHead(kUnsigned + 1, static_cast<uint16_t>(value));
+    else if (value <= 0xFFFFFFFF)
+        writeHead(kUnsigned + 2, static_cast<uint32_t>(value));
+    else
+        writeHead(kUnsigned + 3, value);
+}
+
+void MessageWriter::writeInt(int64_t value)
+{
+    if (value >= 0)
+        writeUint(static_cast<uint64_t>(value));
+    else if (value >= -32)
+        writeLead(static_cast<uint8_t>(value));
+    else if (value >= INT8_MIN)
+        writeHead(kSigned, static_cast<uint8_t>(value));
+    else if (value >= INT16_MIN)
+        writeHead(kSigned + 1, static_cast<uint16_t>(value));
+    else if (value >= INT32_MIN)
+        writeHead(kSigned + 2, static_cast<uint32_t>(value));
+    else
+        writeHead(kSigned + 3, static_cast<uint64_t>(value));
+}
+
+void MessageWriter::writeFloat(float value)
+{
+    writeHead(kFloat, std::bit_cast<uint32_t>(value));
+}
+
+void MessageWriter::writeDouble(double value)
+{
+    writeHead(kDouble, std::bit_cast<uint64_t>(value));
+}
+
+void MessageWriter::writeStringHead(uint64_t length)
+{
+    if (length < 32)
+        writeLead(static_cast<uint8_t>(kFixString | length));
+    else if (length <= 0xFF)
+        writeHead(kString, static_cast<uint8_t>(length));
+    else if (length <= 0xFFFF)
+        writeHead(kString + 1, static_cast<uint16_t>(length));
+    else
+        writeHead(kString + 2, static_cast<uint32_t>(length));
+}
+
+void MessageWriter::writeString(const char *text, uint64_t length)
+{
+    if (length == kCount)
+        length = std::strlen(text);
+    writeStringHead(length);
+    writeRaw(text, length);
+}
+
+void MessageWriter::writeString(const std::string &text)
+{
+    writeString(text.data(), text.size());
+}
+
+void MessageWriter::writeBlob(const void *bytes, uint32_t size)
+{
+    if (size <= 0xFF)
+        writeHead(kBlob, static_cast<uint8_t>(size));
+    else if (size <= 0xFFFF)
+        writeHead(kBlob + 1, static_cast<uint16_t>(size));
+    else
+        writeHead(kBlob + 2, size);
+    writeRaw(bytes, size);
+}
+
+void MessageWriter::writeExt(uint8_t type, const void *bytes, uint64_t size)
+{
+    // The type is the last byte of the head: one number with the length before it.
+    if (size <= 16 && std::has_single_bit(size))
+        writeHead(static_cast<uint8_t>(kFixExt + std::countr_zero(size)), type);
+    else if (size <= 0xFF)
+        writeHead(kExt, static_cast<uint16_t>(size << 8 | type));
+    else {
+        const unsigned lengthBytes = size <= 0xFFFF ? 2 : 4;
+        unsigned char head[6] = {static_cast<uint8_t>(size <= 0xFFFF ? kExt + 1 : kExt + 2)};
+        if (lengthBytes == 2)
+            storeBigEndian(head + 1, static_cast<uint16_t>(size));
+        else
+            storeBigEndian(head + 1, static_cast<uint32_t>(size));
+        head[1 + lengthBytes] = type;
+        writeRaw(head, 2 + lengthBytes);
+    }
+    writeRaw(bytes, size);
+}
+
+void MessageWriter::writeArrayHeader(uint32_t count)
+{
+    if (count < 16)
+        writeLead(static_cast<uint8_t>(kFixArray | count));
+    else if (count <= 0xFFFF)
+        writeHead(kArray, static_cast<uint16_t>(count));
+    else
+        writeHead(kArray, count); // not 0xDD: our own deviation
+}
+
+void MessageWriter::writeMapHeader(uint32_t pairCount)
+{
+    if (pairCount < 16)
+        writeLead(static_cast<uint8_t>(kFixMap | pairCount));
+    else if (pairCount <= 0xFFFF)
+        writeHead(kMap, static_cast<uint16_t>(pairCount));
+    else
+        writeHead(kMap + 1, pairCount);
+}
+
+// Of a map or array, only the head.
+void MessageWriter::writeLeaf(const ObjectValue &value)
+{
+    switch (value.type()) {
+    case ObjectType::Nil:
+        return writeNil();
+    case ObjectType::NegativeInteger:
+        return writeInt(value.payload<int64_t>());
+    case ObjectType::PositiveInteger:
+        return writeUint(value.payload<uint64_t>());
+    case ObjectType::String:
+        return writeString(value.text(), value.size_);
+    case ObjectType::Bool:
+        return writeBool(value.payload<uint64_t>() != 0);
+    case ObjectType::Float:
+        return writeDouble(value.payload<double>());
+    case ObjectType::Blob:
+        return writeBlob(value.payload<const uint8_t *>(), value.size_);
+    case ObjectType::Map:
+        return writeMapHeader(value.size_);
+    case ObjectType::Array:
+        return writeArrayHeader(value.size_);
+    }
+    throw std::runtime_error("unrecognized object type.");
+}
+
+void MessageWriter::writeObject(const ObjectValue &value)
+{
+    struct Stretch
+    {
+        const ObjectValue *slot;
+        uint64_t slots;
+    };
+    writeLeaf(value);
+    if (value.slotCount() == 0)
+        return;
+    // A container goes off the path with its last slot, so that depth alone doesn't lengthen it.
+    std::vector<Stretch> path{{value.slots(), value.slotCount()}};
+    while (!path.empty()) {
+        Stretch &innermost = path.back();
+        const ObjectValue &slot = *innermost.slot++;
+        if (--innermost.slots == 0)
+            path.pop_back();
+        writeLeaf(slot);
+        if (slot.slotCount() > 0)
+            path.push_back({slot.slots(), slot.slotCount()});
+    }
+}
+
+} // namespace tavu
