@@ -6,6 +6,8 @@
 #include "client/tavuctl/text.h"
 
 #include <array>
+#include <chrono>
+#include <thread>
 
 namespace tavu::ctl {
 
