@@ -145,22 +145,19 @@ void MessageWriter::writeBlob(const void *bytes, uint32_t size)
 
 void MessageWriter::writeExt(uint8_t type, const void *bytes, uint64_t size)
 {
-    // The type is the last byte of the head: one number with the length before it.
-    if (size <= 16 && std::has_single_bit(size))
-        writeHead(static_cast<uint8_t>(kFixExt + std::countr_zero(size)), type);
-    else if (size <= 0xFF)
-        writeHead(kExt, static_cast<uint16_t>(size << 8 | type));
-    else {
-        const unsigned lengthBytes = size <= 0xFFFF ? 2 : 4;
-        unsigned char head[6] = {static_cast<uint8_t>(size <= 0xFFFF ? kExt + 1 : kExt + 2)};
-        if (lengthBytes == 2)
-            storeBigEndian(head + 1, static_cast<uint16_t>(size));
-        else
-            storeBigEndian(head + 1, static_cast<uint32_t>(size));
-        head[1 + lengthBytes] = type;
-        writeRaw(head, 2 + lengthBytes);
+    const auto length = static_cast<uint32_t>(size);
+    if (length <= 16 && std::has_single_bit(length)) {
+        writeHead(static_cast<uint8_t>(kFixExt + std::countr_zero(length)), type);
+    } else if (length <= 0xFF) {
+        writeHead(kExt, static_cast<uint16_t>(length << 8 | type));
+    } else {
+        const bool isWide = length > 0xFFFF;
+        unsigned char head[6] = {static_cast<unsigned char>(isWide ? kExt + 2 : kExt + 1)};
+        storeBigEndian(head + 1, isWide ? length : length << 16);
+        head[isWide ? 5 : 3] = type;
+        writeRaw(head, isWide ? 6 : 4);
     }
-    writeRaw(bytes, size);
+    writeRaw(bytes, length);
 }
 
 void MessageWriter::writeArrayHeader(uint32_t count)

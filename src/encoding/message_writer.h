@@ -27,7 +27,7 @@ public:
     void writeString(const char *text, uint64_t length = ~uint64_t(0));
     void writeString(const std::string &text);
     void writeBlob(const void *bytes, uint32_t size);
-    /// Only the low 32 bits of \a size go into the head. MessageReader refuses every ext.
+    /// Only the low 32 bits of \a size count. MessageReader refuses every ext.
     void writeExt(uint8_t type, const void *bytes, uint64_t size);
     /// Above 65535 the head is 0xDC with four length bytes: this system's one deviation.
     void writeArrayHeader(uint32_t count);
