@@ -418,6 +418,8 @@ void MessageReader::readObject(ObjectValue &target)
             readInto(*slot);
             nearby.begin();
         }
+        if (slot->ownsMemory() && open)
+            open->block()->mayOwn = true;
         if (slot->isContainer() && lastLength_ > 0) {
             slot->setCapacity(firstCapacity(lastLength_, depth++));
             slot->block()->parent = std::exchange(open, slot);
@@ -434,6 +436,7 @@ void MessageReader::readObject(ObjectValue &target)
             if (!readNearbyText(nearby, *slot, true)) {
                 nearby.sync();
                 readKey(*slot);
+                open->block()->mayOwn |= slot->ownsMemory();
                 nearby.begin();
             }
             ++slot;

@@ -199,7 +199,7 @@ TEST(ObjectValue, MovedFromAndEmptiedValues)
 
 TEST(ObjectValue, DepthCostsNoStack)
 {
-    constexpr uint32_t kDepth = 200'000;
+    constexpr uint32_t kDepth = 100'000;
     ObjectValue tree = nested(kDepth);
     ObjectValue copy(tree);
     EXPECT_EQ(encodedTree(copy), encodedTree(tree));
