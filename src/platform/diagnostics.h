@@ -3,9 +3,9 @@
 #include <cstdio>
 
 #if defined(__GNUC__)
-#define TAVU_PRINTF_LIKE(format, first) __attribute__((format(printf, format, first)))
+#define TAVU_PRINTF_LIKE(text, first) __attribute__((format(printf, text, first)))
 #else
-#define TAVU_PRINTF_LIKE(format, first)
+#define TAVU_PRINTF_LIKE(text, first)
 #endif
 
 namespace tavu {

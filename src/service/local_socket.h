@@ -3,9 +3,8 @@
 #include "encoding/stream.h"
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -47,8 +46,22 @@ public:
 private:
     class Use;
 
-    NativeHandle handle_ = kNoHandle;
-    std::atomic<uint32_t> uses_{0}; ///< calls inside the system, and the closed flag
+    // The system's half. The transfers return the count moved, 0 or less at the end or on failure.
+    static int64_t systemRead(NativeHandle handle, void *buffer, uint32_t byteCount);
+    static int64_t systemWrite(NativeHandle handle, const void *buffer, uint32_t byteCount);
+    static NativeHandle systemConnect(const std::string &name);
+    static void systemRelease(NativeHandle handle);
+    /// Makes every call that is, or is about to be, inside the system with \a handle return.
+    void systemInterrupt(NativeHandle handle);
+
+    void enter() { uses_.fetch_add(1); }
+    void leave();
+    bool othersInside() const { return (uses_.load() & ~kClosed) > 1; }
+
+    static constexpr uint32_t kClosed = 0x80000000u;
+
+    std::atomic<NativeHandle> handle_{kNoHandle};
+    std::atomic<uint32_t> uses_{0}; ///< calls under way, and the bit that the socket is closed
 };
 
 /// The listening side: hands out a LocalSocket per client.
@@ -61,10 +74,12 @@ public:
     ~LocalSocketServer();
 
     /// False when another instance listens under the base name, or the address can't be had.
+    /// \a global opens the pipe to all users of the machine, where the system has such a thing.
     bool listen(const std::string &name, bool global);
 
-    /// Blocks until a client is connected. Raises std::runtime_error "Pipe not open." when nothing
-    /// listens and "ConnectNamedPipe aborted." when abort() ended the wait.
+    /// Blocks until a client is connected. Raises std::runtime_error: "Pipe not open." when nothing
+    /// listens, "ConnectNamedPipe aborted." when abort() ended the wait, others when the system
+    /// fails.
     LocalSocket accept();
 
     /// From any thread: ends a waiting accept() and stops listening, for good.
@@ -72,10 +87,13 @@ public:
 
 private:
     struct State;
-    State *state_;
+    std::unique_ptr<State> state_;
 };
 
 /// Client side: the names of all channels on this machine that begin with \a prefix.
 std::vector<std::string> listLocalSockets(const std::string &prefix);
+
+/// Client side: where clients find the service that listens under a base name, to show to a person.
+std::string localSocketAddress(const std::string &name);
 
 } // namespace tavu

@@ -1,0 +1,115 @@
+#include "cases.h"
+#include "measure.h"
+#include "service/shared_region.h"
+#include "service_process.h"
+
+#include <chrono>
+#include <fcntl.h>
+#include <stdexcept>
+#include <thread>
+#include <unistd.h>
+
+namespace tavu::bench {
+
+namespace {
+
+constexpr uint16_t kWidth = 2560;
+constexpr uint16_t kHeight = 1600;
+constexpr size_t kPixels = size_t(kWidth) * kHeight;
+constexpr size_t kFrameBytes = kPixels * 2;
+constexpr int kRounds = 15;
+constexpr int kFrames = 30;
+
+/// Frames per second of \a frame called for each frame of a recording.
+double framesPerSecond(const std::function<void(int)> &frame)
+{
+    return kFrames / secondsOf([&] {
+               for (int i = 0; i < kFrames; ++i)
+                   frame(i);
+           });
+}
+
+/// Records frames and leaves them in the page cache; returns the file id.
+uint64_t record(Client &client)
+{
+    ObjectValue params = ObjectValue::map();
+    const std::pair<const char *, uint64_t> numbers[] = {
+        {"deviceId", 0}, {"portMask", 1},    {"externalTrigger", 0},
+        {"type", 1},     {"count", kFrames}, {"pretriggerCount", 0}};
+    for (const auto &[key, value] : numbers)
+        params.mapAppend(key, ObjectValue::positive(value));
+    params.mapAppend("usePretrigger", ObjectValue::boolean(false));
+    client.call(42, std::move(params));
+    while (!client.call(45).mapAt("done").asBool())
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    client.call(43);
+    return client.call(46, {{"deviceId", 0}, {"port", 0}}).mapAt("fileId").asPositive();
+}
+
+void benchPlayback(Client &client, const Workplace &workplace)
+{
+    const uint64_t fileId = record(client);
+    const uint64_t openFileId =
+        client.call(27, {{"deviceId", 0}, {"fileId", fileId}, {"streamId", 0}})
+            .mapAt("openFileId")
+            .asPositive();
+    SharedRegion region;
+    const int file = ::open((workplace.recordings() / std::to_string(fileId)).c_str(), O_RDONLY);
+    if (file < 0 || !region.createUnique("tavu_bench", kFrameBytes, false))
+        throw std::runtime_error("the peer of readFrame lacks its file or its region");
+
+    const auto readFrame = [&](int frame) {
+        client.call(30, {{"deviceId", 0}, {"openFileId", openFileId}, {"frame", uint64_t(frame)}});
+    };
+    const auto bareRead = [&](int frame) {
+        const auto offset = static_cast<off_t>(frame) * static_cast<off_t>(kFrameBytes);
+        if (::pread(file, region.view(), kFrameBytes, offset) != ssize_t(kFrameBytes))
+            throw std::runtime_error("the recording is short");
+    };
+    printRow("readFrame 2560x1600, warm",
+             compare(
+                 kRounds, [&] { return framesPerSecond(readFrame); },
+                 [&] { return framesPerSecond(bareRead); }),
+             1, "frames/s", ">= 0.90");
+    ::close(file);
+}
+
+void benchLive(Client &client)
+{
+    SharedRegion region;
+    const ObjectValue started = client.call(52, {{"deviceId", 0}, {"port", 0}});
+    if (!region.open(started.mapAt("mapping").asString()))
+        throw std::runtime_error("the live region can't be mapped");
+    auto *pixels = static_cast<uint16_t *>(region.view());
+
+    uint32_t counter = 0;
+    const auto fill = [&](int) {
+        for (size_t i = 0; i < kPixels; ++i)
+            pixels[i] = static_cast<uint16_t>(counter + static_cast<uint32_t>(i));
+        counter += static_cast<uint32_t>(kPixels);
+    };
+    printRow("liveFrame 2560x1600",
+             compare(
+                 kRounds,
+                 [&] {
+                     return framesPerSecond([&](int) {
+                         client.call(54, {{"deviceId", 0}, {"port", 0}});
+                     });
+                 },
+                 [&] { return framesPerSecond(fill); }),
+             1, "frames/s", ">= 0.80");
+}
+
+} // namespace
+
+void benchFrames()
+{
+    Workplace workplace;
+    ServiceProcess service;
+    Client client;
+    configure(client, kWidth, kHeight);
+    benchPlayback(client, workplace);
+    benchLive(client);
+}
+
+} // namespace tavu::bench

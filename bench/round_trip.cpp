@@ -1,0 +1,127 @@
+#include "cases.h"
+#include "measure.h"
+#include "service_process.h"
+
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tavu::bench {
+
+namespace {
+
+constexpr int kRounds = 31;
+constexpr int kTripsPerRound = 1000;
+
+// The pieces in which the service takes a deviceCount request in and gives its reply out: each head
+// and each body is a call of its own.
+constexpr size_t kReads[] = {1, 1, 3, 1, 4, 1, 3, 1, 1, 6, 1};
+constexpr size_t kWrites[] = {1, 1, 6, 1, 1, 5, 1};
+
+bool receiveAll(int descriptor, void *buffer, size_t byteCount)
+{
+    auto *bytes = static_cast<char *>(buffer);
+    while (byteCount > 0) {
+        const auto received = ::recv(descriptor, bytes, byteCount, 0);
+        if (received <= 0)
+            return false;
+        bytes += received;
+        byteCount -= static_cast<size_t>(received);
+    }
+    return true;
+}
+
+/// Answers for as long as the client is there.
+void echo(int descriptor)
+{
+    char bytes[16] = {};
+    for (;;) {
+        for (const size_t size : kReads) {
+            if (!receiveAll(descriptor, bytes, size))
+                return;
+        }
+        for (const size_t size : kWrites) {
+            if (::send(descriptor, bytes, size, MSG_NOSIGNAL) < 0)
+                return;
+        }
+    }
+}
+
+/// A bare server in a process of its own, like the service.
+class EchoProcess
+{
+public:
+    EchoProcess()
+    {
+        int ends[2];
+        if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
+            throw std::runtime_error("no sockets");
+        pid_ = ::fork();
+        if (pid_ == 0) {
+            ::close(ends[0]);
+            echo(ends[1]);
+            ::_exit(0);
+        }
+        ::close(ends[1]);
+        socket_ = LocalSocket(ends[0]);
+    }
+    EchoProcess(const EchoProcess &) = delete;
+    EchoProcess &operator=(const EchoProcess &) = delete;
+    ~EchoProcess()
+    {
+        socket_.close();
+        ::waitpid(pid_, nullptr, 0);
+    }
+
+    LocalSocket &socket() { return socket_; }
+
+private:
+    pid_t pid_;
+    LocalSocket socket_;
+};
+
+/// The median of many round trips, in seconds.
+double medianTrip(LocalSocket &socket, const std::vector<uint8_t> &request, size_t replySize)
+{
+    std::vector<double> trips;
+    std::vector<uint8_t> reply(replySize);
+    for (int i = 0; i < kTripsPerRound; ++i) {
+        trips.push_back(secondsOf([&] {
+            socket.write(request.data(), request.size());
+            if (socket.read(reply.data(), replySize) != replySize)
+                throw std::runtime_error("a reply is missing");
+        }));
+    }
+    return median(std::move(trips));
+}
+
+size_t sum(const size_t *begin, const size_t *end)
+{
+    size_t total = 0;
+    while (begin != end)
+        total += *begin++;
+    return total;
+}
+
+} // namespace
+
+void benchRoundTrip()
+{
+    EchoProcess peer;
+    Workplace workplace;
+    ServiceProcess service;
+    Client client;
+    const std::vector<uint8_t> request = encodeRequest(4, {});
+    const size_t replySize = sum(std::begin(kWrites), std::end(kWrites));
+    if (request.size() != sum(std::begin(kReads), std::end(kReads)))
+        throw std::runtime_error("the peer reads another request than the service");
+
+    printRow("round trip of deviceCount",
+             compare(
+                 kRounds, [&] { return medianTrip(client.socket(), request, replySize); },
+                 [&] { return medianTrip(peer.socket(), request, replySize); }),
+             1e6, "us", "<= 1.25");
+}
+
+} // namespace tavu::bench

@@ -1,0 +1,80 @@
+#pragma once
+
+#include "encoding/object_value.h"
+#include "service/local_socket.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <initializer_list>
+#include <string>
+#include <sys/types.h>
+#include <utility>
+#include <vector>
+
+namespace tavu::bench {
+
+/// A folder of this run's own, removed with all that is in it. While it exists, this process and
+/// the services that it starts have their sockets and data in it.
+class Workplace
+{
+public:
+    Workplace();
+    Workplace(const Workplace &) = delete;
+    Workplace &operator=(const Workplace &) = delete;
+    ~Workplace();
+
+    /// The folder of the emulated device's records, and the one of its recordings below it.
+    std::filesystem::path emulator() const;
+    std::filesystem::path recordings() const { return emulator() / "Emu"; }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// Starts a program; the first argument is its path. Its output goes nowhere.
+pid_t startProgram(const std::vector<std::string> &arguments);
+/// The path of a program of this build.
+std::string programPath(const std::string &name);
+
+/// A running tavusvc with the emulated device as device 0, killed at the end.
+class ServiceProcess
+{
+public:
+    ServiceProcess();
+    ServiceProcess(const ServiceProcess &) = delete;
+    ServiceProcess &operator=(const ServiceProcess &) = delete;
+    ~ServiceProcess();
+
+    pid_t pid() const { return pid_; }
+
+private:
+    pid_t pid_;
+};
+
+using Params = std::initializer_list<std::pair<const char *, uint64_t>>;
+
+/// A request with integer parameters, whole, as it goes over the pipe.
+std::vector<uint8_t> encodeRequest(uint64_t ordinal, Params params);
+
+/// A connection that has shaken hands. Waits for the service to come up.
+class Client
+{
+public:
+    Client();
+
+    /// The result of a command; nil when it has none. Raises std::runtime_error with the text of an
+    /// error reply.
+    ObjectValue call(uint64_t ordinal, Params params = {{"deviceId", 0}});
+    ObjectValue call(uint64_t ordinal, ObjectValue params);
+    void send(const std::vector<uint8_t> &request);
+    ObjectValue receive();
+    LocalSocket &socket() { return socket_; }
+
+private:
+    LocalSocket socket_;
+};
+
+/// Pairs the emulated device and gives it a frame size.
+void configure(Client &client, uint16_t width, uint16_t height);
+
+} // namespace tavu::bench

@@ -1,0 +1,149 @@
+#include "emulator/tavu_device_emulator.h"
+
+#include <algorithm>
+#include <charconv>
+#include <mutex>
+#include <stdexcept>
+#include <string_view>
+
+namespace tavu {
+
+namespace {
+
+constexpr size_t kNoCandidate = ~size_t(0);
+
+/// The number of the candidate that \a name is: 0 for \a wanted itself, n for "wanted(n)".
+size_t candidateNumber(std::string_view name, std::string_view wanted)
+{
+    if (!name.starts_with(wanted))
+        return kNoCandidate;
+    name.remove_prefix(wanted.size());
+    if (name.empty())
+        return 0;
+    if (name.size() < 3 || name.front() != '(' || name.back() != ')' || name[1] == '0')
+        return kNoCandidate;
+    size_t number = 0;
+    const char *const end = name.data() + name.size() - 1;
+    const auto parsed = std::from_chars(name.data() + 1, end, number);
+    return parsed.ec == std::errc() && parsed.ptr == end ? number : kNoCandidate;
+}
+
+template <typename List>
+auto findById(List &list, uint32_t fileId)
+{
+    return std::find_if(list.begin(), list.end(),
+                        [fileId](const FileRecord &record) { return record.fileId == fileId; });
+}
+
+[[noreturn]] void throwInvalidFileId()
+{
+    throw std::runtime_error("Invalid fileId");
+}
+
+} // namespace
+
+TavuDeviceEmulator::FileEntry TavuDeviceEmulator::findFile(uint32_t fileId)
+{
+    const FileEntry entry = {findById(catalogue_, fileId), findById(visibleFiles_, fileId)};
+    if (entry.stored == catalogue_.end() || entry.visible == visibleFiles_.end())
+        throwInvalidFileId();
+    return entry;
+}
+
+TavuDeviceEmulator::OpenSlot &TavuDeviceEmulator::openSlot(uint32_t openFileId)
+{
+    if (openFileId >= slots_.size())
+        throwInvalidFileId();
+    OpenSlot &slot = slots_[openFileId];
+    if (!slot.file.isOpen())
+        throw std::runtime_error("File not open");
+    return slot;
+}
+
+std::string TavuDeviceEmulator::unusedName(const std::string &wanted) const
+{
+    // One pass, whatever the number of names: n of them leave one of the first n + 1 candidates.
+    std::vector<bool> taken(visibleFiles_.size() + 1);
+    for (const FileRecord &record : visibleFiles_) {
+        const size_t number = candidateNumber(record.name, wanted);
+        if (number < taken.size())
+            taken[number] = true;
+    }
+    const auto number = std::find(taken.begin(), taken.end(), false) - taken.begin();
+    return number == 0 ? wanted : wanted + "(" + std::to_string(number) + ")";
+}
+
+std::vector<FileRecord> TavuDeviceEmulator::listFiles()
+{
+    std::lock_guard guard(lock_);
+    return visibleFiles_;
+}
+
+void TavuDeviceEmulator::fileIdentity(uint32_t fileId, uint32_t, ByteBlock &data)
+{
+    std::lock_guard guard(lock_);
+    const auto record = findById(visibleFiles_, fileId);
+    if (record == visibleFiles_.end())
+        throwInvalidFileId();
+    data = record->info;
+}
+
+void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)
+{
+    std::lock_guard guard(lock_);
+    // By id alone: a slot whose opening failed still counts.
+    for (const OpenSlot &slot : slots_) {
+        if (slot.fileId == fileId)
+            throw std::runtime_error("File is open");
+    }
+    const FileEntry entry = findFile(fileId);
+    catalogue_.erase(entry.stored);
+    visibleFiles_.erase(entry.visible);
+    writeCatalogue();
+    deleteFile(folder_.frameFile(kPortName, fileStem(fileId)));
+    deleteFile(folder_.fileRecord(kPortName, fileStem(fileId)));
+}
+
+void TavuDeviceEmulator::renameFile(uint32_t fileId, uint32_t, const std::string &name)
+{
+    std::lock_guard guard(lock_);
+    const FileEntry entry = findFile(fileId);
+    entry.visible->name = name;
+    writeFileRecord(entry.stored->name, *entry.visible);
+}
+
+std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const std::string &name,
+                                            uint16_t width, uint16_t height, uint64_t numImages,
+                                            uint64_t numDroppedFrames, uint64_t startTime,
+                                            uint64_t endTime, uint64_t duration)
+{
+    std::lock_guard guard(lock_);
+    const FileEntry entry = findFile(fileId);
+    FileRecord &record = *entry.visible;
+    // The record's own name counts as taken too.
+    record.name = unusedName(name);
+    record.width = width;
+    record.height = height;
+    record.numFrames = numImages;
+    record.numDroppedFrames = numDroppedFrames;
+    record.startTime = startTime;
+    record.endTime = endTime;
+    record.duration = duration;
+    const std::string finalName = record.name;
+    writeFileRecord(entry.stored->name, record);
+    return finalName;
+}
+
+void TavuDeviceEmulator::setup()
+{
+    std::lock_guard guard(lock_);
+    for (const FileRecord &entry : catalogue_) {
+        deleteFile(folder_.frameFile(entry.port, entry.name));
+        deleteFile(folder_.fileRecord(entry.port, entry.name));
+    }
+    // Users go on seeing the recordings until the next start; opening one is refused.
+    catalogue_.clear();
+    deleteFile(folder_.catalogue());
+}
+
+} // namespace tavu

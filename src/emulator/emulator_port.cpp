@@ -1,0 +1,97 @@
+#include "emulator/tavu_device_emulator.h"
+
+#include <mutex>
+#include <stdexcept>
+
+namespace tavu {
+
+void TavuDeviceEmulator::checkPort(uint8_t port)
+{
+    if (port != 0)
+        throw std::runtime_error("Invalid port");
+}
+
+void TavuDeviceEmulator::getPortConfig(uint8_t port, uint16_t &width, uint16_t &height,
+                                       uint32_t &pixelFormat, uint32_t &tapGeometry)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    width = port_.width;
+    height = port_.height;
+    pixelFormat = port_.pixelFormat;
+    tapGeometry = port_.tapGeometry;
+}
+
+void TavuDeviceEmulator::setPortConfig(uint8_t port, uint16_t width, uint16_t height,
+                                       uint32_t pixelFormat, uint32_t tapGeometry)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    port_.width = width;
+    port_.height = height;
+    port_.pixelFormat = pixelFormat;
+    port_.tapGeometry = tapGeometry;
+    recording_.width = width;
+    writePortConfig();
+}
+
+void TavuDeviceEmulator::setPairing(const void *info, uint32_t infoSize,
+                                    uint16_t numFramesPerPacket)
+{
+    const auto *bytes = static_cast<const uint8_t *>(info);
+    port_.info.assign(bytes, bytes + infoSize);
+    port_.framesPerPacket = numFramesPerPacket;
+    writePortConfig();
+}
+
+void TavuDeviceEmulator::pairPort(uint8_t port, const std::string &identity, const void *info,
+                                  uint32_t infoSize, uint16_t numFramesPerPacket)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    port_.pairedTo = identity;
+    setPairing(info, infoSize, numFramesPerPacket);
+}
+
+void TavuDeviceEmulator::repairPort(uint8_t port, const std::string &identity, const void *info,
+                                    uint32_t infoSize, uint16_t numFramesPerPacket)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    if (identity != port_.pairedTo)
+        throw std::runtime_error("Not paried to this camera");
+    setPairing(info, infoSize, numFramesPerPacket);
+}
+
+void TavuDeviceEmulator::unpairPort(uint8_t port)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    port_.pairedTo.clear();
+    port_.info = ByteBlock();
+    port_.framesPerPacket = 0;
+    writePortConfig();
+}
+
+void TavuDeviceEmulator::portIdentity(uint8_t port, ByteBlock &data)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    data = port_.info;
+}
+
+uint16_t TavuDeviceEmulator::framesPerPacket(uint8_t port)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    return port_.framesPerPacket;
+}
+
+std::string TavuDeviceEmulator::pairedTo(uint8_t port)
+{
+    std::lock_guard guard(lock_);
+    checkPort(port);
+    return port_.pairedTo;
+}
+
+} // namespace tavu

@@ -1,0 +1,156 @@
+#pragma once
+
+#include "emulator/emulator_folder.h"
+#include "emulator/recording_worker.h"
+#include "platform/files.h"
+#include "platform/owned_mutex.h"
+#include "records/config_record.h"
+#include "registry/tavu_device.h"
+#include "service/shared_region.h"
+
+#include <thread>
+
+namespace tavu {
+
+/// A recorder made of plain files and synthetic frames: one port, no camera. It keeps its
+/// configuration and its recordings in a folder of the user's, and finds them there again.
+class TavuDeviceEmulator final : public ITavuDevice
+{
+public:
+    /// Reads what the folder holds. Whatever is missing or broken there is passed over.
+    TavuDeviceEmulator();
+    TavuDeviceEmulator(const TavuDeviceEmulator &) = delete;
+    TavuDeviceEmulator &operator=(const TavuDeviceEmulator &) = delete;
+    /// Cuts a running recording off after a whole frame and leaves it as the incomplete file.
+    ~TavuDeviceEmulator() override;
+
+    std::string name() override;
+    bool isConnected() override;
+
+    bool hasIncompleteFile() override;
+    void discardIncompleteFile() override;
+    void startRecovery() override;
+    void finishRecovery() override;
+    void cancelRecovery() override;
+    uint32_t recoveryStatus() override;
+    std::string recoveryError() override;
+
+    void serialOpen(uint8_t port, uint32_t baudRate, uint8_t parity, uint8_t stopBits) override;
+    uint32_t serialGetBaudRate(uint8_t port) override;
+    void serialSetBaudRate(uint8_t port, uint32_t baudRate) override;
+    uint32_t serialRead(uint8_t port, void *buffer, uint32_t size) override;
+    uint32_t serialWrite(uint8_t port, const void *buffer, uint32_t size) override;
+    void serialClear(uint8_t port) override;
+    void serialClose(uint8_t port) override;
+    void registerRead(uint8_t port, uint32_t addr, void *buffer, uint32_t size) override;
+    void registerWrite(uint8_t port, uint32_t addr, const void *buffer, uint32_t size) override;
+
+    uint8_t portCount() override;
+    std::string portName(uint8_t port) override;
+    bool isCxp() override;
+
+    std::vector<FileRecord> listFiles() override;
+    void openFile(uint32_t &openFileId, std::string &mapping, uint32_t fileId,
+                  uint32_t streamId) override;
+    void fileInfo(uint32_t openFileId, uint16_t &width, uint16_t &height, uint32_t &imageSize,
+                  uint64_t &numFrames, uint64_t &size) override;
+    void closeFile(uint32_t openFileId) override;
+    void readFrame(uint32_t openFileId, uint64_t frame) override;
+    void removeFile(uint32_t fileId, uint32_t streamId) override;
+    void fileIdentity(uint32_t fileId, uint32_t streamId, ByteBlock &data) override;
+
+    void pairPort(uint8_t port, const std::string &identity, const void *info, uint32_t infoSize,
+                  uint16_t numFramesPerPacket) override;
+    void repairPort(uint8_t port, const std::string &identity, const void *info, uint32_t infoSize,
+                    uint16_t numFramesPerPacket) override;
+    void unpairPort(uint8_t port) override;
+    void portIdentity(uint8_t port, ByteBlock &data) override;
+    uint16_t framesPerPacket(uint8_t port) override;
+    std::string pairedTo(uint8_t port) override;
+    void getPortConfig(uint8_t port, uint16_t &width, uint16_t &height, uint32_t &pixelFormat,
+                       uint32_t &tapGeometry) override;
+    void setPortConfig(uint8_t port, uint16_t width, uint16_t height, uint32_t pixelFormat,
+                       uint32_t tapGeometry) override;
+    void setup() override;
+
+    /// A request for an external trigger is swallowed: this device has none.
+    void startRecording(uint32_t portMask, uint8_t externalTrigger, uint8_t type, uint64_t count,
+                        bool usePretrigger, uint64_t pretriggerCount) override;
+    void stopRecording() override;
+    void softwareTrigger() override;
+    bool isRecordingDone() override;
+    void recordingFile(uint8_t port, uint32_t &fileId, uint32_t &streamId) override;
+    void recordingProgress(uint8_t port, uint64_t &numFrames, bool &inPretrigger) override;
+
+    void renameFile(uint32_t fileId, uint32_t streamId, const std::string &name) override;
+    std::string setFileInfo(uint32_t fileId, uint32_t streamId, const std::string &name,
+                            uint16_t width, uint16_t height, uint64_t numImages,
+                            uint64_t numDroppedFrames, uint64_t startTime, uint64_t endTime,
+                            uint64_t duration) override;
+
+    uint8_t percentUsed() override;
+    uint8_t hardwareType() override;
+
+    std::string startLive(uint8_t port) override;
+    void stopLive(uint8_t port) override;
+    void liveFrame(uint8_t port, uint16_t &width, uint16_t &height, uint32_t &imageSize) override;
+
+private:
+    using FileList = std::vector<FileRecord>;
+
+    static constexpr uint32_t kNoFileId = 0xFFFFFFFFu;
+    static constexpr const char *kPortName = "Emu";
+    static constexpr const char *kNotReadyText = "Not paired/configured.";
+
+    /// A file open for playback; free when the file isn't open. Its place in the list is the number
+    /// that clients hold.
+    struct OpenSlot
+    {
+        uint32_t fileId = kNoFileId;
+        InputFile file;
+        uint64_t position = 0; ///< where the last read ended, in bytes
+        SharedRegion region;
+    };
+
+    /// A recording's entry in both lists.
+    struct FileEntry
+    {
+        FileList::iterator stored;  ///< in the catalogue
+        FileList::iterator visible; ///< in the list that users see
+    };
+
+    void loadCatalogue();
+    void loadVisibleFiles();
+    void loadPortConfig();
+    void writeCatalogue();
+    void writePortConfig();
+    void writeFileRecord(const std::string &stem, const FileRecord &record);
+    void setPairing(const void *info, uint32_t infoSize, uint16_t numFramesPerPacket);
+
+    /// Raises "Invalid port" for a port that isn't there.
+    static void checkPort(uint8_t port);
+    /// Raises "Invalid fileId" when either list lacks the id.
+    FileEntry findFile(uint32_t fileId);
+    std::string unusedName(const std::string &wanted) const;
+    /// Raises "Invalid fileId" for a number never handed out and "File not open" for a free slot.
+    OpenSlot &openSlot(uint32_t openFileId);
+    uint32_t nextFileId() const;
+    /// An entry of the present camera and geometry, with the present time.
+    FileRecord newFileRecord(uint32_t fileId, const std::string &stem);
+
+    const EmulatorFolder folder_;
+    OwnedMutex lock_;
+    FileList visibleFiles_; ///< what users see; names are free text
+    PortConfig port_;
+    std::vector<OpenSlot> slots_;
+    FileList catalogue_; ///< what lies on the disk; a name is the stem of a recording's files
+    uint32_t recoveryFileId_ = kNoFileId;
+    uint32_t currentFileId_ = kNoFileId;
+    RecordingState recording_;
+    std::thread recordThread_; ///< joinable from a start to the stop, however the recording ends
+    SharedRegion liveRegion_;
+    uint32_t liveCounter_ = 0;
+    uint32_t livePixels_ = 0;
+};
+
+} // namespace tavu

@@ -1,0 +1,102 @@
+#include "protocol/request_loop.h"
+#include "encoding/message_reader.h"
+#include "encoding/message_writer.h"
+#include "platform/diagnostics.h"
+#include "protocol/commands.h"
+
+#include <cstring>
+#include <exception>
+#include <stdexcept>
+
+namespace tavu {
+
+namespace {
+
+constexpr uint64_t kProtocolVersion = 0;
+
+/// One connection's side of the conversation.
+class RequestLoop
+{
+public:
+    explicit RequestLoop(Session &session)
+        : session_(session), reader_(session.connection), writer_(session.connection)
+    {
+    }
+
+    void serveNext();
+
+private:
+    void checkVersion(const ObjectValue &request);
+    void execute(const ObjectValue &request);
+    void run(const Command &command, const ObjectValue &request);
+
+    Session &session_;
+    MessageReader reader_;
+    MessageWriter writer_;
+    bool handshakeDone_ = false;
+};
+
+void RequestLoop::serveNext()
+{
+    ObjectValue request;
+    reader_.readObject(request);
+    if (request.type() != ObjectType::Map)
+        throw std::runtime_error("Expected map when reading top level object.");
+    const char *action = request.mapAt("act").asString();
+    if (std::strcmp(action, "verCheck") == 0) {
+        checkVersion(request);
+        return;
+    }
+    if (std::strcmp(action, "exec") != 0)
+        throw std::runtime_error("Unrecognized action.");
+    if (!handshakeDone_)
+        throw std::runtime_error("First command must be version check.");
+    execute(request);
+}
+
+void RequestLoop::checkVersion(const ObjectValue &request)
+{
+    if (request.mapAt("ver").asPositive() != kProtocolVersion) {
+        sendError(writer_, "Unsupported version.");
+        return;
+    }
+    sendResult(writer_, 1);
+    writer_.writeString("ver");
+    writer_.writeUint(kProtocolVersion);
+    handshakeDone_ = true;
+}
+
+void RequestLoop::execute(const ObjectValue &request)
+{
+    const uint64_t ordinal = request.mapAt("ord").asPositive();
+    if (const Command *command = findCommand(ordinal))
+        run(*command, request);
+    else
+        sendError(writer_, "Unrecognized function.");
+}
+
+/// A fault inside a command costs the client an error reply and nothing else.
+void RequestLoop::run(const Command &command, const ObjectValue &request)
+{
+    Reply reply;
+    try {
+        reply = command.handler(session_, request);
+    } catch (const std::exception &error) {
+        if (command.echoesFailure)
+            printLine(stderr, "%s\n", error.what());
+        sendError(writer_, error.what());
+        return;
+    }
+    reply.write(writer_);
+}
+
+} // namespace
+
+void runRequestLoop(Session &session)
+{
+    RequestLoop loop(session);
+    for (;;)
+        loop.serveNext();
+}
+
+} // namespace tavu

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "encoding/stream.h"
+#include "registry/file_record.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tavu {
+
+/// Writes one file metadata record that holds \a list.
+void writeMetaList(std::span<const FileRecord> list, Stream &stream);
+/// The same into memory of the caller's: raises "eof" or cuts the record off when it doesn't fit.
+void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size);
+
+/// Empties \a target and appends the usable entries of one file metadata record: those with a name,
+/// a geometry and frames. A missing size is computed, a missing time stamp becomes the present
+/// time. Raises std::runtime_error: "Invalid file metadata." or the reader's text; \a target then
+/// holds the entries before the fault.
+void readMetaList(std::vector<FileRecord> &target, Stream &stream);
+/// The same from memory.
+void readMetaList(std::vector<FileRecord> &target, const void *data, uint64_t size);
+
+} // namespace tavu

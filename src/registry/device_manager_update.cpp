@@ -1,0 +1,117 @@
+#include "registry/device_manager.h"
+
+#include "platform/diagnostics.h"
+#include "platform/environment.h"
+#include "registry/failure_text.h"
+
+namespace tavu {
+
+namespace {
+
+/// Does one step of an update. Its failure is logged, if it has a text, and ends this step alone.
+template <typename Step>
+void logFailure(const Step &step)
+{
+    try {
+        step();
+    } catch (...) {
+        if (const char *text = currentFailureText())
+            printLine(stdout, "Caught exception: %s\n", text);
+    }
+}
+
+} // namespace
+
+// Every change that the library reports causes one update and one event, however they bunch up.
+void DeviceManager::followChanges()
+{
+    for (;;) {
+        const EventType type = updateQueue_->pop().type;
+        if (type == EventType::NoEvent)
+            continue;
+        if (type != EventType::DevicesChanged)
+            return;
+        logFailure([this] { updateDeviceList(); });
+        logFailure([this] { broadcast(DeviceEvent{EventType::DevicesChanged, 0, 0}); });
+    }
+}
+
+void DeviceManager::updateDeviceList()
+{
+    std::lock_guard guard(lock_);
+    if (!collection_)
+        return;
+    const NameFilter names{environmentVariable("TAVUSRV_DEVICE_NAME_WHITELIST"),
+                           environmentVariable("TAVUSRV_DEVICE_NAME_BLACKLIST")};
+    const NameFilter alternativeNames{environmentVariable("TAVUSRV_DEVICE_ALT_NAME_WHITELIST"),
+                                      environmentVariable("TAVUSRV_DEVICE_ALT_NAME_BLACKLIST")};
+    printLine(stdout, "Updating device list.\n");
+    const uint64_t oldCount = knownDeviceCount_;
+    knownDeviceCount_ = collection_->count();
+    for (uint32_t i = 0; i < oldCount; ++i)
+        logFailure([&] { updateKnownDevice(i); });
+    // An index that is passed over here is never looked at again.
+    for (auto i = static_cast<uint32_t>(oldCount); i < knownDeviceCount_; ++i)
+        logFailure([&] { addDevice(i, names, alternativeNames); });
+    printLine(stdout, "Done updating device list.\n");
+}
+
+void DeviceManager::updateKnownDevice(uint32_t collectionIndex)
+{
+    RecorderDevice *device = findRecorder(collectionIndex);
+    if (!device)
+        return; // was filtered out
+    if (collection_->deviceState(collectionIndex) == RecorderCollection::kDisconnected) {
+        printLine(stdout, "Found device: %s (existing, disconnected)\n",
+                  collection_->deviceName(collectionIndex).c_str());
+        device->markDisconnected();
+    } else {
+        printLine(stdout, "Found device: %s (existing)\n",
+                  collection_->deviceName(collectionIndex).c_str());
+        device->reconnect();
+    }
+}
+
+void DeviceManager::addDevice(uint32_t collectionIndex, const NameFilter &names,
+                              const NameFilter &alternativeNames)
+{
+    const std::string name = collection_->deviceName(collectionIndex);
+    if (!names.admits(name) || !admitsAlternativeName(collectionIndex, alternativeNames))
+        return;
+    std::unique_ptr<RecorderDevice> created = collection_->createDevice();
+    RecorderDevice &device = *created;
+    // The device has its place before anything can fail.
+    devices_.push_back(std::move(created));
+    if (collection_->deviceState(collectionIndex) == RecorderCollection::kDisconnected) {
+        printLine(stdout, "Found device: %s (disconnected)\n", name.c_str());
+        device.identify(collectionIndex, name);
+    } else {
+        printLine(stdout, "Found device: %s\n", name.c_str());
+        device.identify(collectionIndex, name);
+        device.connect();
+    }
+}
+
+// The recorder is only asked when a filter wants to know; one that doesn't answer stays out.
+bool DeviceManager::admitsAlternativeName(uint32_t collectionIndex, const NameFilter &filter)
+{
+    if (!filter.isPresent())
+        return true;
+    try {
+        return filter.admits(collection_->alternativeName(collectionIndex));
+    } catch (...) {
+        return false;
+    }
+}
+
+RecorderDevice *DeviceManager::findRecorder(uint32_t collectionIndex)
+{
+    for (const auto &device : devices_) {
+        auto *recorder = dynamic_cast<RecorderDevice *>(device.get());
+        if (recorder && recorder->collectionIndex() == collectionIndex)
+            return recorder;
+    }
+    return nullptr;
+}
+
+} // namespace tavu

@@ -1,0 +1,18 @@
+#include "registry/failure_text.h"
+
+#include <exception>
+
+namespace tavu {
+
+const char *currentFailureText() noexcept
+{
+    try {
+        throw;
+    } catch (const std::exception &error) {
+        return error.what();
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+} // namespace tavu

@@ -1,0 +1,166 @@
+#include "service/shared_region.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tavu {
+
+namespace {
+
+// A region's creator keeps its object open under a shared file lock for as long as the region
+// lives, so that an object that can be locked exclusively is one whose creator died.
+
+constexpr int kNameAttempts = 10000;
+constexpr size_t kNameBytes = 512;
+constexpr const char *kObjectFolder = "/dev/shm";
+
+std::string objectName(const std::string &name)
+{
+    return "/" + name;
+}
+
+/// Creates an empty object under a name that is not in use and locks it. -1 on failure.
+int createObject(const std::string &name)
+{
+    const std::string object = objectName(name);
+    const int fd = ::shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (fd < 0)
+        return -1;
+    struct stat status;
+    int locked;
+    while ((locked = ::flock(fd, LOCK_SH)) != 0 && errno == EINTR) {
+    }
+    // A service that started in between may have taken the object for a dead one's and removed it.
+    if (locked == 0 && ::fstat(fd, &status) == 0 && status.st_nlink > 0)
+        return fd;
+    ::shm_unlink(object.c_str());
+    ::close(fd);
+    return -1;
+}
+
+/// Gives the object its memory, all of it now: a page that can't be had later would end the process
+/// that touches it.
+bool reserve(int fd, uint64_t size)
+{
+    int error;
+    while ((error = ::posix_fallocate(fd, 0, static_cast<off_t>(size))) == EINTR) {
+    }
+    return error == 0;
+}
+
+void *mapObject(int fd, uint64_t size)
+{
+    void *view =
+        ::mmap(nullptr, static_cast<size_t>(size), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    return view == MAP_FAILED ? nullptr : view;
+}
+
+} // namespace
+
+bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool /*global*/)
+{
+    close();
+    int fd = -1;
+    char name[kNameBytes];
+    // The generator is never seeded: names repeat from run to run, and a name in use costs one more
+    // attempt. A region of no bytes fails at each attempt.
+    for (int attempt = 0; attempt < kNameAttempts && fd < 0; ++attempt) {
+        std::snprintf(name, sizeof name, "%s%X", baseName.c_str(),
+                      static_cast<unsigned>(std::rand()));
+        if (size > 0)
+            fd = createObject(name);
+    }
+    if (fd < 0)
+        return false;
+    mappingName_ = name;
+    mappingHandle_ = fd + 1;
+    view_ = reserve(fd, size) ? mapObject(fd, size) : nullptr;
+    viewSize_ = size;
+    if (!view_)
+        close();
+    return view_ != nullptr;
+}
+
+bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool /*global*/)
+{
+    close();
+    // Both halves of the object's size are the high half of the size asked for, so that nothing
+    // below 4 GiB can be created under a chosen name.
+    const uint64_t high = size >> 32;
+    const uint64_t objectSize = high << 32 | high;
+    const int fd = objectSize > 0 ? createObject(name) : -1;
+    if (fd < 0)
+        return false;
+    mappingName_ = name;
+    mappingHandle_ = fd + 1;
+    view_ = reserve(fd, objectSize) ? mapObject(fd, objectSize) : nullptr;
+    // Never more than the view has, whatever was asked for.
+    viewSize_ = size < objectSize ? size : objectSize;
+    if (!view_)
+        close();
+    return view_ != nullptr;
+}
+
+bool SharedRegion::open(const std::string &name)
+{
+    close();
+    const int fd = ::shm_open(objectName(name).c_str(), O_RDWR | O_CLOEXEC, 0);
+    if (fd < 0)
+        return false;
+    struct stat status;
+    if (::fstat(fd, &status) == 0 && status.st_size > 0) {
+        const auto page = static_cast<uint64_t>(::sysconf(_SC_PAGESIZE));
+        viewSize_ = (static_cast<uint64_t>(status.st_size) + page - 1) / page * page;
+        view_ = mapObject(fd, viewSize_);
+    }
+    ::close(fd);
+    if (view_)
+        mappingName_ = name;
+    else
+        viewSize_ = 0;
+    return view_ != nullptr;
+}
+
+void SharedRegion::close()
+{
+    if (view_)
+        ::munmap(view_, static_cast<size_t>(viewSize_));
+    if (mappingHandle_ != 0) {
+        // The name goes with its creator; whoever has mapped the region keeps its bytes.
+        ::shm_unlink(objectName(mappingName_).c_str());
+        ::close(static_cast<int>(mappingHandle_ - 1));
+    }
+    mappingName_.clear();
+    mappingHandle_ = 0;
+    view_ = nullptr;
+    viewSize_ = 0;
+}
+
+void removeStaleRegions(const std::string &baseName)
+{
+    DIR *entries = ::opendir(kObjectFolder);
+    if (!entries)
+        return;
+    while (const dirent *entry = ::readdir(entries)) {
+        const std::string name = entry->d_name;
+        if (name.compare(0, baseName.size(), baseName) != 0)
+            continue;
+        const std::string object = objectName(name);
+        const int fd = ::shm_open(object.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0);
+        if (fd < 0)
+            continue;
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0)
+            ::shm_unlink(object.c_str());
+        ::close(fd);
+    }
+    ::closedir(entries);
+}
+
+} // namespace tavu

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+namespace tavu {
+
+/// Where a test's sockets live: names that no other test and no service uses.
+class SocketEnvironment
+{
+public:
+    SocketEnvironment();
+    ~SocketEnvironment();
+
+    std::string uniqueName() const;
+    /// Whether the system refuses a second listener under one name.
+    bool enforcesOneInstance() const;
+    /// Whether the system can list its sockets.
+    bool listsSockets() const;
+
+private:
+    std::string folder_;
+};
+
+} // namespace tavu

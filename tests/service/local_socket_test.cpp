@@ -1,0 +1,163 @@
+#include "service/local_socket.h"
+
+#include "service/local_socket_environment.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tavu {
+namespace {
+
+std::string raisedBy(LocalSocketServer &server)
+{
+    try {
+        server.accept();
+    } catch (const std::runtime_error &error) {
+        return error.what();
+    }
+    return "nothing";
+}
+
+class LocalSocketTest : public testing::Test
+{
+protected:
+    /// A connected pair; the server keeps listening.
+    void connectPair()
+    {
+        ASSERT_TRUE(server_.listen(name_, false));
+        ASSERT_TRUE(client_.connect(name_));
+        peer_ = server_.accept();
+    }
+
+    SocketEnvironment environment_;
+    std::string name_ = environment_.uniqueName();
+    LocalSocketServer server_;
+    LocalSocket client_;
+    LocalSocket peer_;
+};
+
+TEST_F(LocalSocketTest, MovesBytesBothWaysAndReportsShortCounts)
+{
+    connectPair();
+    // More than any buffer of the system holds, so that both loops go round.
+    const std::string sent(3'000'000, 'x');
+    auto writing =
+        std::async(std::launch::async, [&] { return client_.write(sent.data(), sent.size()); });
+    std::string received(sent.size(), '\0');
+    EXPECT_EQ(received.size(), peer_.read(received.data(), received.size()));
+    EXPECT_EQ(sent.size(), writing.get());
+    EXPECT_EQ(sent, received);
+
+    EXPECT_EQ(0u, peer_.read(nullptr, 0));
+    EXPECT_EQ(0u, peer_.write(nullptr, 0));
+    EXPECT_EQ(3u, peer_.write("abc", 3));
+    peer_.close();
+    char buffer[8];
+    EXPECT_EQ(3u, client_.read(buffer, sizeof buffer));
+    EXPECT_EQ(0u, client_.read(buffer, sizeof buffer));
+    peer_.close();
+    EXPECT_EQ(0u, peer_.read(buffer, 1));
+    EXPECT_EQ(0u, peer_.write(buffer, 1));
+}
+
+TEST_F(LocalSocketTest, UnreadBytesDontSpoilTheEndThatThePeerSees)
+{
+    connectPair();
+    client_.write("left unread", 11);
+    peer_.write("last words", 10);
+    peer_.close();
+    char buffer[16];
+    EXPECT_EQ(10u, client_.readSome(buffer, sizeof buffer));
+    EXPECT_EQ(0u, client_.readSome(buffer, sizeof buffer));
+    EXPECT_EQ(0u, client_.write("x", 1));
+}
+
+TEST_F(LocalSocketTest, CloseFromAnotherThreadEndsBlockedCalls)
+{
+    ASSERT_TRUE(server_.listen(name_, false));
+    for (const bool reading : {true, false}) {
+        LocalSocket client;
+        ASSERT_TRUE(client.connect(name_));
+        LocalSocket peer = server_.accept();
+        std::vector<char> buffer(8'000'000);
+        auto blocked = std::async(std::launch::async, [&] {
+            return reading ? peer.read(buffer.data(), buffer.size())
+                           : peer.write(buffer.data(), buffer.size());
+        });
+        EXPECT_EQ(std::future_status::timeout, blocked.wait_for(std::chrono::milliseconds(20)));
+        peer.close();
+        ASSERT_EQ(std::future_status::ready, blocked.wait_for(std::chrono::seconds(30)));
+        EXPECT_LT(blocked.get(), buffer.size());
+    }
+}
+
+// A closed socket's handle number is used again at once; whoever still reads must not get at it.
+TEST_F(LocalSocketTest, CloseNeverHitsAReusedHandle)
+{
+    ASSERT_TRUE(server_.listen(name_, false));
+    for (int round = 0; round < 200; ++round) {
+        LocalSocket client;
+        ASSERT_TRUE(client.connect(name_));
+        LocalSocket peer = server_.accept();
+        std::thread reader([&] {
+            char byte;
+            while (peer.read(&byte, 1) == 1) {
+            }
+        });
+        client.write("abcdef", 6);
+        peer.close();
+        // Takes the freed number if there is one.
+        LocalSocket next;
+        ASSERT_TRUE(next.connect(name_));
+        LocalSocket nextPeer = server_.accept();
+        ASSERT_EQ(1u, nextPeer.write("n", 1));
+        char byte = 0;
+        ASSERT_EQ(1u, next.read(&byte, 1));
+        EXPECT_EQ('n', byte);
+        reader.join();
+    }
+}
+
+TEST_F(LocalSocketTest, AbortEndsAcceptForGood)
+{
+    EXPECT_EQ("Pipe not open.", raisedBy(server_));
+    ASSERT_TRUE(server_.listen(name_, false));
+    auto accepting = std::async(std::launch::async, [&] { return raisedBy(server_); });
+    EXPECT_EQ(std::future_status::timeout, accepting.wait_for(std::chrono::milliseconds(20)));
+    server_.abort();
+    ASSERT_EQ(std::future_status::ready, accepting.wait_for(std::chrono::seconds(30)));
+    EXPECT_EQ("ConnectNamedPipe aborted.", accepting.get());
+    server_.abort();
+    EXPECT_EQ("Pipe not open.", raisedBy(server_));
+    EXPECT_FALSE(client_.connect(name_));
+}
+
+TEST_F(LocalSocketTest, OneInstanceListensAtATime)
+{
+    ASSERT_TRUE(server_.listen(name_, false));
+    if (environment_.enforcesOneInstance()) {
+        LocalSocketServer second;
+        EXPECT_FALSE(second.listen(name_, false));
+    }
+    // A client that comes before the first accept is served.
+    ASSERT_TRUE(client_.connect(name_));
+    peer_ = server_.accept();
+    EXPECT_EQ(1u, client_.write("x", 1));
+    char byte = 0;
+    EXPECT_EQ(1u, peer_.read(&byte, 1));
+    if (environment_.listsSockets()) {
+        EXPECT_EQ(std::vector<std::string>{name_}, listLocalSockets(name_));
+    }
+    EXPECT_TRUE(listLocalSockets("no such prefix").empty());
+    server_.abort();
+    LocalSocketServer next;
+    EXPECT_TRUE(next.listen(name_, false));
+}
+
+} // namespace
+} // namespace tavu

@@ -1,0 +1,111 @@
+#include "service/shared_region.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tavu {
+namespace {
+
+constexpr const char *kBaseName = "tavu_region_test";
+
+TEST(SharedRegionTest, CreatorAndClientSeeOneBlock)
+{
+    SharedRegion region;
+    ASSERT_TRUE(region.createUnique(kBaseName, 5000, false));
+    EXPECT_EQ(5000u, region.viewSize());
+    const std::string name = region.mappingName();
+    ASSERT_EQ(0u, name.find(kBaseName));
+    EXPECT_GT(name.size(), std::strlen(kBaseName));
+    EXPECT_EQ(std::string::npos,
+              name.find_first_not_of("0123456789ABCDEF", std::strlen(kBaseName)));
+
+    SharedRegion client;
+    ASSERT_TRUE(client.open(name));
+    EXPECT_EQ(8192u, client.viewSize());
+    EXPECT_EQ(std::string(8192, '\0'), std::string(static_cast<const char *>(client.view()), 8192));
+    std::memset(region.view(), 0x5A, 5000);
+    EXPECT_EQ(0x5A, static_cast<const unsigned char *>(client.view())[4999]);
+
+    // What is mapped stays; the name goes with its last user.
+    region.close();
+    region.close();
+    EXPECT_EQ(nullptr, region.view());
+    EXPECT_EQ("", region.mappingName());
+    EXPECT_EQ(0x5A, static_cast<const unsigned char *>(client.view())[4999]);
+    client.close();
+    EXPECT_FALSE(client.open(name));
+    EXPECT_EQ(nullptr, client.view());
+}
+
+TEST(SharedRegionTest, MovesPassTheRegionOn)
+{
+    SharedRegion first;
+    SharedRegion second;
+    ASSERT_TRUE(first.createUnique(kBaseName, 100, false));
+    ASSERT_TRUE(second.createUnique(kBaseName, 200, false));
+    const std::string oldName = second.mappingName();
+    const std::string name = first.mappingName();
+    second = std::move(first);
+    EXPECT_EQ(name, second.mappingName());
+    EXPECT_EQ(100u, second.viewSize());
+    EXPECT_EQ(nullptr, first.view());
+    SharedRegion client;
+    EXPECT_FALSE(client.open(oldName));
+    EXPECT_TRUE(client.open(name));
+}
+
+TEST(SharedRegionTest, FailuresLeaveTheObjectClosed)
+{
+    SharedRegion region;
+    // No bytes, and more than any machine has.
+    for (const uint64_t size : {uint64_t(0), uint64_t(1) << 60}) {
+        EXPECT_FALSE(region.createUnique(kBaseName, size, false)) << size;
+        EXPECT_EQ(nullptr, region.view());
+        EXPECT_EQ("", region.mappingName());
+        EXPECT_EQ(0u, region.viewSize());
+    }
+    EXPECT_FALSE(region.createNamed("tavu_region_named", 4096, false));
+    EXPECT_FALSE(region.open("tavu_region_unknown"));
+}
+
+TEST(SharedRegionTest, ThreadsNeverShareAName)
+{
+    constexpr int kThreads = 4;
+    constexpr int kRegions = 25;
+    std::vector<std::vector<SharedRegion>> regions(kThreads);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&regions, t] {
+            for (int i = 0; i < kRegions; ++i) {
+                SharedRegion region;
+                if (region.createUnique(kBaseName, 64, false))
+                    regions[t].push_back(std::move(region));
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    std::set<std::string> names;
+    for (const auto &list : regions) {
+        for (const SharedRegion &region : list)
+            names.insert(region.mappingName());
+    }
+    EXPECT_EQ(size_t(kThreads * kRegions), names.size());
+}
+
+TEST(SharedRegionTest, LivingRegionsOutlastAClearOut)
+{
+    SharedRegion region;
+    ASSERT_TRUE(region.createUnique(kBaseName, 64, false));
+    removeStaleRegions(kBaseName);
+    SharedRegion client;
+    EXPECT_TRUE(client.open(region.mappingName()));
+}
+
+} // namespace
+} // namespace tavu
