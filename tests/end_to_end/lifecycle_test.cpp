@@ -1,5 +1,6 @@
-#include "harness/emulator.h"
+#include "harness/service.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -8,95 +9,63 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const std::string kOneDevice = R"({"result":{"count":1}})";
-
-ProcessOptions besides(const Service &service)
+/// Ends the service by a client that only connects.
+void stop(Service &service)
 {
-    ProcessOptions options = service.processOptions;
-    options.outputPath += "2";
-    options.errorPath += "2";
-    return options;
+    Client(service, false);
+    EXPECT_EQ(service.waitForExit(), 0);
 }
 
 TEST(LifeCycle, EndsWhenTheLastClientLeaves)
 {
-    Service service;
-    {
-        Client last(service);
-        {
-            Client first(service);
-        }
-        for (int i = 0; i < 20; i++)
-            EXPECT_EQ(last.call(4), kOneDevice);
-    }
+    Service service({}, {{"TAVUSRV_SATA_ONLY", "1"}});
+    Script(service).play(R"(
+        A 4 -> {"count":1}
+        B 4 -> {"count":1}
+        B leaves
+        A 4 -> {"count":1}
+        A 4 -> {"count":1}
+    )");
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(service.output() + service.errors(), "");
 }
 
-TEST(LifeCycle, EndsWithAClientThatOnlyConnected)
+TEST(LifeCycle, ReadsOneOption)
 {
-    Service service;
-    Client(service, false);
-    EXPECT_EQ(service.waitForExit(), 0);
-}
-
-TEST(LifeCycle, StaysWithNoAutoCloseInAnyCase)
-{
-    const std::vector<std::string> lines[] = {{"noautoclose"},
-                                              {"-x", "NoAutoCLOSE", "--help", "noautoclose"}};
-    for (const auto &arguments : lines) {
-        Service service({.arguments = arguments, .environment = {}});
+    for (const char *argument : {"noautoclose", "NoAutoCLOSE"}) {
+        Service service({"-x", argument, "--help"});
         for (int i = 0; i < 30; i++)
-            EXPECT_EQ(Client(service).call(4), kOneDevice);
+            EXPECT_EQ(Client(service).result(4)["count"].text, "1");
     }
+    Service service({"noautoclos", "noautoclose ", "autoclose"});
+    stop(service);
 }
 
-TEST(LifeCycle, IgnoresOtherArguments)
-{
-    Service service({.arguments = {"noautoclos", "noautoclose ", "autoclose"}, .environment = {}});
-    {
-        Client last(service);
-    }
-    EXPECT_EQ(service.waitForExit(), 0);
-}
-
-TEST(LifeCycle, ASecondInstanceLeavesTheFirstAlone)
+TEST(LifeCycle, OneInstanceServesAndTheOthersEndSilently)
 {
     Service service;
-    Client client(service);
-    EXPECT_EQ(client.call(0), R"({"result":{"queueId":0}})");
-    configure(client, 4, 4);
-    const std::string mapping = client.result(52, "deviceId=0 port=0")["mapping"].string;
-    Region region(mapping);
-    for (int i = 0; i < 3; i++)
-        EXPECT_EQ(ChildProcess(besides(service)).waitForExit(kLimit), 0);
-    EXPECT_EQ(readFile(besides(service).outputPath) + readFile(besides(service).errorPath), "");
-    EXPECT_TRUE(region.isReachable());
-    EXPECT_EQ(client.call(3, "queueId=0"), R"({"result":{"ok":false}})");
-    EXPECT_EQ(Client(service).call(4), kOneDevice);
-}
-
-TEST(LifeCycle, OnlyOneOfManyInstancesServes)
-{
-    Service service;
-    Client(service, false);
-    EXPECT_EQ(service.waitForExit(), 0);
+    stop(service);
     std::vector<std::unique_ptr<ChildProcess>> processes;
-    for (int i = 0; i < 6; i++)
-        processes.push_back(std::make_unique<ChildProcess>(besides(service)));
-    const auto areRunning = [&](size_t expected) {
-        size_t count = 0;
-        for (const auto &process : processes)
-            count += !process->exitStatus().has_value();
-        return count == expected;
+    const auto areRunning = [&](std::ptrdiff_t count) {
+        return std::count_if(processes.begin(), processes.end(),
+                             [](auto &process) { return !process->exitStatus(); }) == count;
     };
-    Client client(service);
-    EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
-    EXPECT_EQ(client.call(4), kOneDevice);
-    client.pipe.close();
+    for (int i = 0; i < 6; i++)
+        processes.push_back(std::make_unique<ChildProcess>(service.options));
+    {
+        Client client(service);
+        EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
+        configure(client, 4, 4);
+        Region region(client.result(52, "P"));
+        processes.push_back(std::make_unique<ChildProcess>(service.options));
+        EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
+        EXPECT_TRUE(region.isReachable());
+        EXPECT_EQ(Client(service).result(4)["count"].text, "1");
+    }
     EXPECT_TRUE(waitUntil([&] { return areRunning(0); }));
     for (const auto &process : processes)
         EXPECT_EQ(process->exitStatus(), 0);
+    EXPECT_EQ(service.output() + service.errors(), "");
 }
 
 TEST(LifeCycle, AKilledServiceIsReplaced)
@@ -105,13 +74,12 @@ TEST(LifeCycle, AKilledServiceIsReplaced)
     for (int round = 0; round < 3; round++) {
         Client client(service);
         configure(client, 64, 64);
-        Region region(client.result(52, "deviceId=0 port=0")["mapping"].string);
+        Region region(client.result(52, "P"));
         EXPECT_TRUE(region.isReachable());
         service.kill();
-        EXPECT_EQ(client.pipe.receiveUntilEnd(), "");
+        EXPECT_EQ(client.receiveUntilEnd(), "");
         service.start();
-        EXPECT_EQ(Client(service).call(4), kOneDevice);
-        EXPECT_EQ(service.waitForExit(), 0);
+        stop(service);
         EXPECT_FALSE(region.isReachable()) << "the next start removes what a killed service left";
         service.start();
     }
@@ -120,45 +88,34 @@ TEST(LifeCycle, AKilledServiceIsReplaced)
 TEST(LifeCycle, AForeignObjectAtTheAddressIsLeftAlone)
 {
     Service service;
-    Client(service, false);
-    EXPECT_EQ(service.waitForExit(), 0);
+    stop(service);
     const std::string address = service.folder.path + "/tavusrv";
-    const ProcessOptions options = besides(service);
-
     writeFile(address, "precious");
-    EXPECT_EQ(ChildProcess(options).waitForExit(kLimit), 0);
+    service.start();
+    EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(readFile(address), "precious");
     fs::remove(address);
-
-    fs::create_directory(address);
-    EXPECT_EQ(ChildProcess(options).waitForExit(kLimit), 0);
-    EXPECT_TRUE(fs::is_directory(address));
-    fs::remove(address);
-
-    for (const std::string &folder : {service.folder.path + "/missing",
-                                      service.folder.path + '/' + std::string(120, 'x')}) {
-        ProcessOptions elsewhere = options;
-        elsewhere.environment["XDG_RUNTIME_DIR"] = folder;
-        EXPECT_EQ(ChildProcess(elsewhere).waitForExit(kLimit), 0);
-    }
-    EXPECT_EQ(readFile(options.outputPath) + readFile(options.errorPath), "");
+    service.options.environment["XDG_RUNTIME_DIR"] = service.folder.path + "/missing";
     service.start();
-    EXPECT_EQ(Client(service).call(4), kOneDevice);
+    EXPECT_EQ(service.waitForExit(), 0);
+    EXPECT_EQ(service.output() + service.errors(), "");
 }
 
 TEST(LifeCycle, NeedsNoStandardOutput)
 {
-    for (const StandardOutput output : {StandardOutput::Closed, StandardOutput::Broken}) {
-        Service service({.arguments = {}, .environment = {}, .output = output});
-        Client client(service);
-        for (int i = 0; i < 3; i++)
-            EXPECT_EQ(client.call(58), error("Unrecognized function."));
-        configure(client, 4, 4);
-        EXPECT_EQ(record(client, 2), 1u);
-        EXPECT_EQ(readFile(service.emulatorFolder + "Emu/1").size(), 64u);
-        client.pipe.close();
-        EXPECT_EQ(service.waitForExit(), 0);
-    }
+    Service service;
+    stop(service);
+    service.options.outputPath.clear();
+    service.start();
+    Script(service).play(R"(
+        A 58 -> !Unrecognized function.
+        A configures 4 4
+        A records 2
+        A 59 -> !Unrecognized function.
+    )");
+    EXPECT_EQ(service.waitForExit(), 0);
+    const Bytes frames = expectedFrame(0, 4, 4) + expectedFrame(1, 4, 4);
+    EXPECT_EQ(readFile(service.emulatorFolder + "Emu/1"), frames);
 }
 
 TEST(LifeCycle, StopsWithStatusZeroWhileTheDeviceRecords)
@@ -167,18 +124,15 @@ TEST(LifeCycle, StopsWithStatusZeroWhileTheDeviceRecords)
     {
         Client client(service);
         configure(client, 100, 100);
-        startRecording(client, std::nullopt);
-        EXPECT_TRUE(waitUntil([&] {
-            return client.result(47, "deviceId=0 port=0")["numFrames"].number >= 5;
-        }));
+        startRecording(client);
     }
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(service.errors(), "");
-    const std::string frames = readFile(service.emulatorFolder + "Emu/.incomplete");
-    ASSERT_GE(frames.size(), 5u * 20000);
+    const Bytes frames = readFile(service.emulatorFolder + "Emu/.incomplete");
+    ASSERT_GE(frames.size(), 4u * 20000);
     EXPECT_EQ(frames.size() % 20000, 0u);
-    const uint64_t last = frames.size() / 20000 - 1;
-    EXPECT_EQ(frames.substr(last * 20000), expectedFrame(last, 100, 100));
+    EXPECT_EQ(frames.substr(frames.size() - 20000),
+              expectedFrame(frames.size() / 20000 - 1, 100, 100));
 }
 
 class DeadClient : public testing::TestWithParam<bool>
@@ -188,54 +142,43 @@ class DeadClient : public testing::TestWithParam<bool>
 TEST_P(DeadClient, LosesAllThatItHeld)
 {
     Service service;
-    Client heir(service), client(service);
-    configure(heir, 16, 16);
-    record(heir, 2);
+    Script script(service);
+    script.play(R"(
+        A configures 16 16
+        A records 2
+        B 0 -> {"queueId":0}
+        B 55 -> ok
+    )");
     std::vector<std::unique_ptr<Region>> regions;
-    EXPECT_EQ(client.call(0), R"({"result":{"queueId":0}})");
-    for (int i = 0; i < 2; i++)
-        regions.push_back(std::make_unique<Region>(
-            client.result(27, "deviceId=0 fileId=1 streamId=0")["mapping"].string));
-    regions.push_back(
-        std::make_unique<Region>(client.result(52, "deviceId=0 port=0")["mapping"].string));
-    EXPECT_EQ(client.call(55), "{}");
-    EXPECT_EQ(heir.call(52, "deviceId=0 port=0"), error("Live alrady started"));
-    EXPECT_EQ(heir.call(31, "deviceId=0 fileId=1 streamId=0"), error("File is open"));
-    for (const auto &region : regions)
+    for (const auto &[ordinal, params] :
+         {std::pair(27, "D fileId=1 streamId=0"), {27, "D fileId=1 streamId=0"}, {52, "P"}})
+        regions.push_back(std::make_unique<Region>(script["B"].result(ordinal, params)));
+    for (const auto &region : regions) {
+        EXPECT_TRUE(region->name.starts_with("orek_tavu"));
+        EXPECT_EQ(region->name.find_first_not_of("0123456789ABCDEF", 9), std::string::npos);
         EXPECT_TRUE(region->isReachable());
-
-    heir.request(55);
-    const bool byFault = GetParam();
-    if (byFault) {
-        client.pipe.send(fromHex("90"));
-        EXPECT_EQ(client.pipe.receiveUntilEnd(), "");
-    } else {
-        client.pipe.close();
     }
+    script.play("A 31 D fileId=1 streamId=0 -> !File is open");
+    script["A"].request(55);
+    const bool byFault = GetParam();
+    if (byFault)
+        script["B"].pipe.send(fromHex("90"));
+    else
+        script["B"].pipe.close();
     // The lock is given back last, so that all else is free as soon as it is had.
-    EXPECT_EQ(heir.reply().text, "{}");
-    EXPECT_EQ(heir.call(54, "deviceId=0 port=0"), error("Live not started"));
-    EXPECT_EQ(heir.call(0), R"({"result":{"queueId":0}})");
+    EXPECT_EQ(script["A"].reply().text, "{}");
     for (const auto &region : regions)
         EXPECT_FALSE(region->isReachable());
-    EXPECT_EQ(heir.result(27, "deviceId=0 fileId=1 streamId=0")["openFileId"].text, "0");
+    script.play(R"(
+        A 54 P -> !Live not started
+        A 0 -> {"queueId":0}
+        A 31 D fileId=1 streamId=0 -> ok
+    )");
 }
 
 INSTANTIATE_TEST_SUITE_P(LifeCycle, DeadClient, testing::Bool());
 
-TEST(LifeCycle, KeepsItsDataBelowHomeWithoutADataVariable)
-{
-    const std::optional<std::string> values[] = {std::nullopt, ""};
-    for (const auto &value : values) {
-        Service service({.arguments = {}, .environment = {{"XDG_DATA_HOME", value}}});
-        Client client(service);
-        configure(client, 4, 4);
-        EXPECT_TRUE(fs::exists(service.folder.path + "/.local/share/OREK Systems/TAVU/Emulator/.meta"));
-        EXPECT_TRUE(fs::is_directory(service.folder.path + "/.local/share/OREK Systems/TAVU/Emulator/Emu"));
-    }
-}
-
-TEST(LifeCycle, LeavesNoRegionAndNoSocketBehind)
+TEST(LifeCycle, LeavesNoRegionBehind)
 {
     Service service;
     std::vector<std::unique_ptr<Region>> regions;
@@ -244,18 +187,33 @@ TEST(LifeCycle, LeavesNoRegionAndNoSocketBehind)
         configure(client, 30, 20);
         record(client, 1);
         for (int i = 0; i < 3; i++)
-            regions.push_back(std::make_unique<Region>(
-                client.result(27, "deviceId=0 fileId=1 streamId=0")["mapping"].string));
-        regions.push_back(
-            std::make_unique<Region>(client.result(52, "deviceId=0 port=0")["mapping"].string));
+            regions.push_back(std::make_unique<Region>(client.result(27, "D fileId=1 streamId=0")));
+        regions.push_back(std::make_unique<Region>(client.result(52, "P")));
     }
     EXPECT_EQ(service.waitForExit(), 0);
-    for (const auto &region : regions) {
-        EXPECT_TRUE(region->name.starts_with("orek_tavu"));
-        EXPECT_EQ(region->name.find_first_not_of("0123456789ABCDEF", 9), std::string::npos);
+    for (const auto &region : regions)
         EXPECT_FALSE(region->isReachable());
+}
+
+TEST(LifeCycle, FindsItsDataFolder)
+{
+    for (const auto &value : {std::optional<std::string>(), std::optional<std::string>("")}) {
+        Service service({}, {{"XDG_DATA_HOME", value}});
+        Script(service).play("A configures 4 4");
+        EXPECT_TRUE(
+            fs::exists(service.folder.path + "/.local/share/OREK Systems/TAVU/Emulator/.meta"));
     }
-    EXPECT_FALSE(RawPipe().connect(service.folder.path));
+    TemporaryFolder blocked;
+    writeFile(blocked.path + "/data", "a file where the folder should be");
+    Service service({}, {{"XDG_DATA_HOME", blocked.path + "/data"}});
+    const std::string failure =
+        " -> !Failed to open file: " + blocked.path + "/data/OREK Systems/TAVU/Emulator/.meta\n";
+    Script(service).play("A 0 -> {\"queueId\":0}\n"
+                         "A 41 P width=4 height=4 pixelFormat=5 tapGeometry=6" +
+                         failure + "A 34 P identity='a' info=#01 numFramesPerPacket=1" + failure +
+                         "A 35 P -> {\"pairedTo\":\"a\"}\n"
+                         "A 37 P" +
+                         failure + "A 3 queueId=0 -> {\"ok\":false}");
 }
 
 } // namespace

@@ -12,7 +12,7 @@ const std::string kNoDevice = error("Invalid device index.");
 struct Command
 {
     uint64_t ordinal;
-    const char *params; ///< in the order in which they are read
+    const char *params;            ///< in the order in which they are read
     std::string reply = kNoDevice; ///< of a service without devices
 };
 
@@ -93,11 +93,14 @@ protected:
         return client.reply().text;
     }
 
-    Service service{{.emulator = false, .arguments = {}, .environment = {}}};
+    Service service{{}, {{"TAVUSRV_ENABLE_EMULATOR", ""}}};
     Client client{service};
 };
 
-bool isOptional(const Field &field) { return field.name == "startTime" || field.name == "endTime"; }
+bool isOptional(const Field &field)
+{
+    return field.name == "startTime" || field.name == "endTime";
+}
 
 TEST_F(Parameters, TheFirstFaultInTableOrderDecides)
 {
@@ -140,7 +143,7 @@ TEST_F(Parameters, OrderAndOtherKeysDoNotMatter)
         std::vector<Field> fields = parseFields(command.params);
         EXPECT_EQ(ask(command, fields), command.reply);
         std::reverse(fields.begin(), fields.end());
-        fields.insert(fields.begin(), {"other", '!', fromHex("81A178929192C0")});
+        fields.insert(fields.begin(), {"other", '!', fromHex("81A1789291C0C2")});
         fields.push_back({"deviceId", 's', fromHex("A0")});
         EXPECT_EQ(ask(command, fields), command.reply);
         std::erase_if(fields, isOptional);
@@ -151,84 +154,69 @@ TEST_F(Parameters, OrderAndOtherKeysDoNotMatter)
 
 TEST(Emulator, AnswersItsConstantsAndRefusals)
 {
-    const struct
-    {
-        uint64_t ordinal;
-        const char *params;
-        std::string reply;
-    } cases[] = {
-        {4, "", R"({"result":{"count":1}})"},
-        {5, "deviceId=0", R"({"result":{"name":"Emulator"}})"},
-        {5, "deviceId=4294967296", R"({"result":{"name":"Emulator"}})"},
-        {5, "deviceId=1", kNoDevice},
-        {5, "deviceId=4294967295", kNoDevice},
-        {6, "deviceId=0", R"({"result":{"connected":true}})"},
-        {23, "deviceId=0", R"({"result":{"isCxp":false}})"},
-        {24, "deviceId=0", R"({"result":{"count":1}})"},
-        {25, "deviceId=0 port=0", R"({"result":{"name":"Emu"}})"},
-        {25, "deviceId=0 port=200", R"({"result":{"name":"Emu"}})"},
-        {51, "deviceId=0", R"({"result":{"percent":5}})"},
-        {57, "deviceId=0", R"({"result":{"hardwareType":1}})"},
-        {14, "deviceId=0 port=9 baudRate=9600 parity=0 stopBits=1", error("not supported")},
-        {15, "deviceId=0 port=9", error("not supported")},
-        {16, "deviceId=0 port=9 baudRate=1", error("not supported")},
-        {17, "deviceId=0 port=9 size=0", error("not supported")},
-        {17, "deviceId=0 port=9 size=4294967296", error("not supported")},
-        {18, "deviceId=0 port=9 data=#", error("not supported")},
-        {19, "deviceId=0 port=9", error("not supported")},
-        {20, "deviceId=0 port=9", error("not supported")},
-        {21, "deviceId=0 port=9 addr=0 size=65536", error("not supported")},
-        {22, "deviceId=0 port=9 addr=0 data=#00", error("not supported")},
-        {34, "deviceId=0 port=1 identity='a' info=# numFramesPerPacket=1", error("Invalid port")},
-        {35, "deviceId=0 port=255", error("Invalid port")},
-        {36, "deviceId=0 port=1 identity='a' info=# numFramesPerPacket=1", error("Invalid port")},
-        {37, "deviceId=0 port=1", error("Invalid port")},
-        {38, "deviceId=0 port=1", error("Invalid port")},
-        {39, "deviceId=0 port=1", error("Invalid port")},
-        {40, "deviceId=0 port=1", error("Invalid port")},
-        {41, "deviceId=0 port=1 width=1 height=1 pixelFormat=1 tapGeometry=1",
-         error("Invalid port")},
-        {46, "deviceId=0 port=1", error("Invalid port")},
-        {47, "deviceId=0 port=1", error("Invalid port")},
-        {52, "deviceId=0 port=1", error("Invalid port")},
-        {54, "deviceId=0 port=1", error("Invalid port")},
-        {12, "deviceId=0", R"({"result":{"error":""}})"},
-        {10, "deviceId=0", "{}"},
-        {44, "deviceId=0", "{}"},
-    };
     Service service;
-    Client client(service);
-    for (const auto &item : cases) {
-        SCOPED_TRACE(concat(item.ordinal, ' ', item.params));
-        EXPECT_EQ(client.call(item.ordinal, item.params), item.reply);
-    }
+    Script(service).play(R"(
+        A 4 -> {"count":1}
+        A 5 D -> {"name":"Emulator"}
+        A 5 deviceId=4294967296 -> {"name":"Emulator"}
+        A 5 deviceId=1 -> !Invalid device index.
+        A 5 deviceId=4294967295 -> !Invalid device index.
+        A 6 D -> {"connected":true}
+        A 23 D -> {"isCxp":false}
+        A 24 D -> {"count":1}
+        A 25 P -> {"name":"Emu"}
+        A 25 D port=200 -> {"name":"Emu"}
+        A 51 D -> {"percent":5}
+        A 57 D -> {"hardwareType":1}
+        A 14 D port=9 baudRate=9600 parity=0 stopBits=1 -> !not supported
+        A 15 D port=9 -> !not supported
+        A 16 D port=9 baudRate=1 -> !not supported
+        A 17 D port=9 size=0 -> !not supported
+        A 17 D port=9 size=4294967296 -> !not supported
+        A 18 D port=9 data=# -> !not supported
+        A 19 D port=9 -> !not supported
+        A 20 D port=9 -> !not supported
+        A 21 D port=9 addr=0 size=65536 -> !not supported
+        A 22 D port=9 addr=0 data=#00 -> !not supported
+        A 34 D port=1 identity='a' info=# numFramesPerPacket=1 -> !Invalid port
+        A 35 D port=255 -> !Invalid port
+        A 36 D port=1 identity='a' info=# numFramesPerPacket=1 -> !Invalid port
+        A 37 D port=1 -> !Invalid port
+        A 38 D port=1 -> !Invalid port
+        A 39 D port=1 -> !Invalid port
+        A 40 D port=1 -> !Invalid port
+        A 41 D port=1 width=1 height=1 pixelFormat=1 tapGeometry=1 -> !Invalid port
+        A 46 D port=1 -> !Invalid port
+        A 47 D port=1 -> !Invalid port
+        A 52 D port=1 -> !Invalid port
+        A 54 D port=1 -> !Invalid port
+        A 10 D -> ok
+        A 12 D -> {"error":""}
+        A 44 D -> ok
+    )");
 }
 
 TEST(Emulator, CutsNumbersToTheirWidthAndTextsAtTheirNul)
 {
     Service service;
-    Client client(service);
-    EXPECT_EQ(client.call(34, "deviceId=4294967296 port=256 identity=!A3610062 info=#00FF "
-                              "numFramesPerPacket=65539"),
-              "{}");
-    EXPECT_EQ(client.call(35, "deviceId=0 port=512"), R"({"result":{"pairedTo":"a"}})");
-    EXPECT_EQ(client.call(39, "deviceId=0 port=0"), R"({"result":{"numFramesPerPacket":3}})");
-    EXPECT_EQ(client.call(38, "deviceId=0 port=0"), R"({"result":{"data":#00FF}})");
-    EXPECT_EQ(client.call(41, "deviceId=0 port=0 width=65540 height=4294967300 "
-                              "pixelFormat=4294967305 tapGeometry=!D10007"),
-              "{}");
-    EXPECT_EQ(client.call(40, "deviceId=0 port=0"),
-              R"({"result":{"width":4,"height":4,"pixelFormat":9,"tapGeometry":7}})");
-    EXPECT_EQ(client.call(42, "deviceId=0 portMask=4294967297 externalTrigger=256 type=257 count=1 "
-                              "usePretrigger=true pretriggerCount=18446744073709551615"),
-              "{}");
-    EXPECT_EQ(client.call(43, "deviceId=0"), "{}");
-    EXPECT_EQ(client.result(27, "deviceId=0 fileId=4294967297 streamId=8")["openFileId"].text, "0");
-    EXPECT_EQ(client.call(30, "deviceId=0 openFileId=4294967296 frame=0"), "{}");
-    EXPECT_EQ(client.call(30, "deviceId=0 openFileId=0 frame=4294967296"),
-              error("Invalid frame index"));
-    EXPECT_EQ(client.call(0), R"({"result":{"queueId":0}})");
-    EXPECT_EQ(client.call(3, "queueId=4294967296"), R"({"result":{"ok":false}})");
+    Script script(service);
+    script.play(R"(
+        A 34 deviceId=4294967296 port=256 identity=!A3610062 info=#00FF numFramesPerPacket=65539 -> ok
+        A 35 D port=512 -> {"pairedTo":"a"}
+        A 39 P -> {"numFramesPerPacket":3}
+        A 38 P -> {"data":#00FF}
+        A 41 P width=65540 height=4294967300 pixelFormat=4294967305 tapGeometry=!D10007 -> ok
+        A 40 P -> {"width":4,"height":4,"pixelFormat":9,"tapGeometry":7}
+        A 42 D portMask=4294967297 externalTrigger=256 type=257 count=1 usePretrigger=true pretriggerCount=9 -> ok
+        A 43 D -> ok
+        A 0 -> {"queueId":0}
+        A 3 queueId=4294967296 -> {"ok":false}
+    )");
+    EXPECT_EQ(script["A"].result(27, "D fileId=4294967297 streamId=8")["openFileId"].text, "0");
+    script.play(R"(
+        A 30 D openFileId=4294967296 frame=0 -> ok
+        A 30 D openFileId=0 frame=4294967296 -> !Invalid frame index
+    )");
 }
 
 } // namespace

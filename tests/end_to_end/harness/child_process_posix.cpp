@@ -1,14 +1,12 @@
 #include "child_process.h"
 
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <stdexcept>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 extern char **environ;
@@ -40,27 +38,16 @@ std::vector<char *> pointers(std::vector<std::string> &texts)
     return result;
 }
 
-void redirect(int from, int to)
+void redirect(const char *path, int to)
 {
-    if (from >= 0) {
+    close(to);
+    if (*path == '\0')
+        return;
+    const int from = open(path, O_WRONLY | O_CREAT | O_APPEND, 0600);
+    if (from != to) {
         dup2(from, to);
         close(from);
     }
-}
-
-int openForAppend(const std::string &path)
-{
-    return open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-}
-
-int openOutput(const ProcessOptions &options)
-{
-    if (options.output == StandardOutput::ToFile)
-        return openForAppend(options.outputPath);
-    int ends[2] = {-1, -1};
-    if (options.output == StandardOutput::Broken && pipe2(ends, O_CLOEXEC) == 0)
-        close(ends[0]);
-    return ends[1];
 }
 
 } // namespace
@@ -72,9 +59,6 @@ ChildProcess::ChildProcess(const ProcessOptions &options)
     arguments.insert(arguments.begin(), options.program);
     const std::vector<char *> environmentPointers = pointers(environment);
     const std::vector<char *> argumentPointers = pointers(arguments);
-    const int output = openOutput(options);
-    const int error = openForAppend(options.errorPath);
-
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
@@ -85,23 +69,23 @@ ChildProcess::ChildProcess(const ProcessOptions &options)
             _exit(127);
         const rlimit none = {0, 0};
         setrlimit(RLIMIT_CORE, &none);
-        signal(SIGPIPE, SIG_DFL);
-        redirect(output, STDOUT_FILENO);
-        redirect(error, STDERR_FILENO);
-        if (options.output == StandardOutput::Closed)
-            close(STDOUT_FILENO);
+        redirect(options.errorPath.c_str(), STDERR_FILENO);
+        redirect(options.outputPath.c_str(), STDOUT_FILENO);
         execve(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
         _exit(127);
     }
-    for (const int descriptor : {output, error})
-        if (descriptor >= 0)
-            close(descriptor);
     if (child < 0)
         throw std::runtime_error("can't start " + options.program);
     process_ = child;
 }
 
-ChildProcess::~ChildProcess() { kill(); }
+ChildProcess::~ChildProcess()
+{
+    if (!exitStatus()) {
+        kill(static_cast<pid_t>(process_), SIGKILL);
+        waitpid(static_cast<pid_t>(process_), nullptr, 0);
+    }
+}
 
 std::optional<int> ChildProcess::exitStatus()
 {
@@ -109,25 +93,6 @@ std::optional<int> ChildProcess::exitStatus()
     if (!status_ && waitpid(static_cast<pid_t>(process_), &status, WNOHANG) != 0)
         status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     return status_;
-}
-
-int ChildProcess::waitForExit(std::chrono::seconds limit)
-{
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!exitStatus()) {
-        if (std::chrono::steady_clock::now() > end)
-            throw std::runtime_error("the process doesn't end");
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return *status_;
-}
-
-void ChildProcess::kill()
-{
-    if (exitStatus())
-        return;
-    ::kill(static_cast<pid_t>(process_), SIGKILL);
-    waitForExit(std::chrono::seconds(60));
 }
 
 uint64_t ChildProcess::residentBytes() const

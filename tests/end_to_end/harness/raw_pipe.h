@@ -6,7 +6,7 @@
 
 namespace tavu::test {
 
-/// No operation of a test waits longer than this, unless it says so.
+/// No operation of a test waits longer than this.
 inline constexpr std::chrono::seconds kLimit{60};
 
 /// The client's end of the service's pipe, byte for byte. A wait that takes too long raises
@@ -15,8 +15,8 @@ class RawPipe
 {
 public:
     RawPipe() = default;
-    RawPipe(RawPipe &&other) noexcept : handle_(other.handle_) { other.handle_ = kNoHandle; }
-    RawPipe &operator=(RawPipe &&other) = delete;
+    RawPipe(const RawPipe &) = delete;
+    RawPipe &operator=(const RawPipe &) = delete;
     ~RawPipe() { close(); }
 
     /// False when nobody listens. \a runtimeFolder is where the service has its socket, on systems
@@ -26,19 +26,13 @@ public:
 
     /// False when the service has closed its end.
     bool send(const Bytes &bytes);
-    /// Exactly so many bytes; raises std::runtime_error also at the end of the channel.
-    Bytes receive(uint64_t count);
-    /// All that comes until the service closes its end.
-    Bytes receiveUntilEnd();
+    /// One piece of at most \a count bytes; empty at the end of the channel.
+    Bytes receiveSome(uint64_t count);
     /// True as soon as there is something to receive, or the end.
     bool waitForInput(std::chrono::milliseconds limit);
 
 private:
     static constexpr intptr_t kNoHandle = -1;
-
-    /// One piece of at most \a count bytes; empty at the end of the channel.
-    Bytes receiveSome(uint64_t count);
-
     intptr_t handle_ = kNoHandle;
 };
 

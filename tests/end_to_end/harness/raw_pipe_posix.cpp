@@ -29,8 +29,9 @@ bool RawPipe::connect(const std::string &runtimeFolder)
     if (path.size() >= sizeof address.sun_path)
         throw std::runtime_error("path too long for a socket: " + path);
     std::memcpy(address.sun_path, path.c_str(), path.size());
-    handle_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (::connect(static_cast<int>(handle_), reinterpret_cast<sockaddr *>(&address), sizeof address) == 0)
+    const int handle = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    handle_ = handle;
+    if (::connect(handle, reinterpret_cast<sockaddr *>(&address), sizeof address) == 0)
         return true;
     close();
     return false;
@@ -49,17 +50,15 @@ bool RawPipe::send(const Bytes &bytes)
     while (done < bytes.size()) {
         if (!waitFor(handle_, POLLOUT, kLimit))
             throw std::runtime_error("the service doesn't read");
-        const auto count = ::send(static_cast<int>(handle_), bytes.data() + done, bytes.size() - done,
-                                  MSG_NOSIGNAL | MSG_DONTWAIT);
+        const auto count = ::send(static_cast<int>(handle_), bytes.data() + done,
+                                  bytes.size() - done, MSG_NOSIGNAL | MSG_DONTWAIT);
         if (count > 0)
             done += static_cast<size_t>(count);
-        else if (errno != EAGAIN && errno != EINTR)
+        else if (errno != EAGAIN)
             return false;
     }
     return true;
 }
-
-bool RawPipe::waitForInput(std::chrono::milliseconds limit) { return waitFor(handle_, POLLIN, limit); }
 
 Bytes RawPipe::receiveSome(uint64_t count)
 {
@@ -70,6 +69,11 @@ Bytes RawPipe::receiveSome(uint64_t count)
     const auto received = recv(static_cast<int>(handle_), bytes.data(), bytes.size(), 0);
     bytes.resize(received > 0 ? static_cast<size_t>(received) : 0);
     return bytes;
+}
+
+bool RawPipe::waitForInput(std::chrono::milliseconds limit)
+{
+    return waitFor(handle_, POLLIN, limit);
 }
 
 } // namespace tavu::test

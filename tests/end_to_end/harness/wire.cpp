@@ -2,7 +2,7 @@
 
 #include "encoding/message_writer.h"
 
-#include <charconv>
+#include <algorithm>
 #include <fstream>
 #include <stdexcept>
 
@@ -23,153 +23,101 @@ public:
     Bytes bytes;
 };
 
-template <typename Action>
-Bytes encode(Action action)
+Field parseField(const std::string &name, const std::string &value)
 {
     BytesStream stream;
     MessageWriter writer(stream);
-    action(writer);
-    return stream.bytes;
-}
-
-uint64_t parseNumber(std::string_view digits)
-{
-    uint64_t number = 0;
-    const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (parsed.ec != std::errc() || parsed.ptr != digits.data() + digits.size())
-        throw std::runtime_error(concat("not a number in a test's fields: ", digits));
-    return number;
-}
-
-Field parseField(std::string_view name, std::string_view value)
-{
-    const std::string field(name);
-    const std::string_view rest = value.substr(1);
-    if (value[0] == '\'') {
-        const std::string body(rest.substr(0, rest.size() - 1));
-        return {field, 's', encode([&](auto &writer) { writer.writeString(body); })};
-    }
-    if (value[0] == '#') {
+    const std::string rest = value.substr(1);
+    char kind = value[0];
+    if (kind == '\'') {
+        kind = 's';
+        writer.writeString(rest.substr(0, rest.size() - 1));
+    } else if (kind == '#') {
+        kind = 'x';
         const Bytes blob = fromHex(rest);
-        const uint32_t size = static_cast<uint32_t>(blob.size());
-        return {field, 'x', encode([&](auto &writer) { writer.writeBlob(blob.data(), size); })};
+        writer.writeBlob(blob.data(), static_cast<uint32_t>(blob.size()));
+    } else if (kind == '!') {
+        stream.bytes = fromHex(rest);
+    } else if (value == "true" || value == "false") {
+        kind = 'b';
+        writer.writeBool(value == "true");
+    } else {
+        kind = 'n';
+        writer.writeUint(std::stoull(value));
     }
-    if (value[0] == '!')
-        return {field, '!', fromHex(rest)};
-    if (value == "true" || value == "false")
-        return {field, 'b', encode([&](auto &writer) { writer.writeBool(value == "true"); })};
-    const uint64_t number = parseNumber(value);
-    return {field, 'n', encode([&](auto &writer) { writer.writeUint(number); })};
+    return {name, kind, stream.bytes};
+}
+
+struct Head
+{
+    char kind;
+    uint64_t number; ///< length or value
+};
+
+Head readHead(const std::function<Bytes(uint64_t)> &take)
+{
+    // What follows a lead byte, and the least number that needs this form.
+    static const struct
+    {
+        uint8_t lead, size;
+        char kind;
+        uint64_t least;
+    } forms[] = {
+        {0xC2, 0, 'b', 0},      {0xC3, 0, 'b', 0},       {0xC4, 1, 'x', 0},
+        {0xC5, 2, 'x', 1 << 8}, {0xC6, 4, 'x', 1 << 16}, {0xCC, 1, 'n', 128},
+        {0xCD, 2, 'n', 1 << 8}, {0xCE, 4, 'n', 1 << 16}, {0xCF, 8, 'n', 1ull << 32},
+        {0xD9, 1, 's', 32},     {0xDA, 2, 's', 1 << 8},  {0xDC, 2, 'a', 16},
+    };
+    const uint8_t lead = static_cast<uint8_t>(take(1)[0]);
+    if (lead < 0x80)
+        return {'n', lead};
+    if (lead < 0xA0)
+        return {lead < 0x90 ? 'm' : 'a', lead & 15u};
+    if (lead < 0xC0)
+        return {'s', lead & 31u};
+    for (const auto &form : forms) {
+        if (form.lead != lead)
+            continue;
+        uint64_t number = form.kind == 'b' ? lead & 1u : 0;
+        for (const char byte : form.size == 0 ? Bytes() : take(form.size))
+            number = number << 8 | static_cast<uint8_t>(byte);
+        if (number < form.least)
+            throw std::runtime_error(concat(number, " isn't in its shortest form"));
+        return {form.kind, number};
+    }
+    throw std::runtime_error(concat("unexpected lead byte ", int(lead)));
 }
 
 std::string toHex(const Bytes &bytes)
 {
-    static const char digits[] = "0123456789ABCDEF";
     std::string hex;
-    for (const unsigned char byte : bytes) {
-        hex += digits[byte >> 4];
-        hex += digits[byte & 15];
-    }
+    for (const unsigned char byte : bytes)
+        for (const int nibble : {byte >> 4, byte & 15})
+            hex += "0123456789ABCDEF"[nibble];
     return hex;
 }
 
-class Decoder
+Value decodeMembers(const std::function<Bytes(uint64_t)> &take, uint64_t count, bool isMap)
 {
-public:
-    explicit Decoder(const std::function<Bytes(uint64_t)> &take) : take_(take) {}
-
-    Value value()
-    {
-        const uint8_t head = static_cast<uint8_t>(take_(1)[0]);
-        if (head < 0x80)
-            return numberValue(head);
-        if (head < 0x90)
-            return map(head & 15);
-        if (head < 0xA0)
-            return array(head & 15);
-        if (head < 0xC0)
-            return stringValue(head & 31);
-        switch (head) {
-        case 0xC2: return {.text = "false"};
-        case 0xC3: return {.text = "true"};
-        case 0xC4: return blob(length(1, 0));
-        case 0xC5: return blob(length(2, 0x100));
-        case 0xC6: return blob(length(4, 0x10000));
-        case 0xCC: return numberValue(length(1, 0x80));
-        case 0xCD: return numberValue(length(2, 0x100));
-        case 0xCE: return numberValue(length(4, 0x10000));
-        case 0xCF: return numberValue(length(8, 0x100000000));
-        case 0xD9: return stringValue(length(1, 32));
-        case 0xDA: return stringValue(length(2, 0x100));
-        case 0xDC: return array(length(2, 16));
-        default: throw std::runtime_error(concat("unexpected head ", int(head), " in a reply"));
-        }
+    Value value;
+    for (uint64_t i = 0; i < count; i++) {
+        const Value key = isMap ? decode(take) : Value();
+        const Value member = decode(take);
+        value.text += concat(i == 0 ? "" : ",", key.text, isMap ? ":" : "", member.text);
+        value.members.emplace_back(key.string, member);
     }
-
-private:
-    uint64_t length(int byteCount, uint64_t leastOfThisForm)
-    {
-        uint64_t length = 0;
-        for (const unsigned char byte : take_(byteCount))
-            length = length << 8 | byte;
-        if (length < leastOfThisForm)
-            throw std::runtime_error(concat(length, " isn't in its shortest form"));
-        return length;
-    }
-
-    static Value numberValue(uint64_t number)
-    {
-        return {.text = std::to_string(number), .number = number};
-    }
-
-    Value stringValue(uint64_t size)
-    {
-        const Bytes body = size == 0 ? Bytes() : take_(size);
-        return {.text = '"' + body + '"', .string = body};
-    }
-
-    Value blob(uint64_t size)
-    {
-        const Bytes body = size == 0 ? Bytes() : take_(size);
-        return {.text = '#' + toHex(body), .string = body};
-    }
-
-    Value map(uint64_t count)
-    {
-        Value result;
-        for (uint64_t i = 0; i < count; i++) {
-            const Value key = value();
-            result.members.emplace_back(key.string, value());
-            result.text += concat(i == 0 ? "" : ",", key.text, ':', result.members[i].second.text);
-        }
-        result.text = '{' + result.text + '}';
-        return result;
-    }
-
-    Value array(uint64_t count)
-    {
-        Value result;
-        for (uint64_t i = 0; i < count; i++) {
-            result.members.emplace_back("", value());
-            result.text += concat(i == 0 ? "" : ",", result.members[i].second.text);
-        }
-        result.text = '[' + result.text + ']';
-        return result;
-    }
-
-    const std::function<Bytes(uint64_t)> &take_;
-};
+    value.text = isMap ? '{' + value.text + '}' : '[' + value.text + ']';
+    return value;
+}
 
 } // namespace
 
 Bytes fromHex(std::string_view hex)
 {
-    std::string digits;
-    for (const char c : hex)
-        if (c != ' ')
-            digits += c;
+    std::string digits(hex);
+    std::erase(digits, ' ');
     Bytes bytes;
-    for (size_t i = 0; i + 1 < digits.size(); i += 2)
+    for (size_t i = 0; i < digits.size(); i += 2)
         bytes += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
     return bytes;
 }
@@ -178,39 +126,41 @@ std::vector<Field> parseFields(std::string_view text)
 {
     std::vector<Field> fields;
     while (!text.empty()) {
-        const size_t equals = text.find('=');
-        const size_t quote = text.substr(equals + 1).starts_with('\'') ? text.find('\'', equals + 2) : equals;
-        const size_t end = std::min(text.find(' ', quote), text.size());
-        fields.push_back(parseField(text.substr(0, equals), text.substr(equals + 1, end - equals - 1)));
-        text.remove_prefix(std::min(end + 1, text.size()));
+        const bool isQuoted = text.find("='") < text.find(' ');
+        const size_t quote = isQuoted ? text.find('\'', text.find('\'') + 1) : 0;
+        const std::string token(text.substr(0, text.find(' ', quote)));
+        text.remove_prefix(std::min(text.size(), token.size() + 1));
+        if (token == "D" || token == "P")
+            fields.push_back(parseField("deviceId", "0"));
+        if (token == "P")
+            fields.push_back(parseField("port", "0"));
+        if (const size_t equals = token.find('='); equals != std::string::npos)
+            fields.push_back(parseField(token.substr(0, equals), token.substr(equals + 1)));
     }
     return fields;
 }
 
 Bytes encodeMap(const std::vector<Field> &fields)
 {
-    return encode([&](auto &writer) {
-        writer.writeMapHeader(static_cast<uint32_t>(fields.size()));
-        for (const Field &field : fields) {
-            writer.writeString(field.name);
-            writer.writeRaw(field.encoded.data(), field.encoded.size());
-        }
-    });
+    BytesStream stream;
+    MessageWriter writer(stream);
+    writer.writeMapHeader(static_cast<uint32_t>(fields.size()));
+    for (const Field &field : fields) {
+        writer.writeString(field.name);
+        stream.bytes += field.encoded;
+    }
+    return stream.bytes;
 }
 
-Bytes encodeMap(std::string_view fields) { return encodeMap(parseFields(fields)); }
+Bytes encodeMap(std::string_view fields)
+{
+    return encodeMap(parseFields(fields));
+}
 
 Bytes encodeRequest(uint64_t ordinal, const Bytes &params)
 {
     std::vector<Field> fields = parseFields(concat("act='exec' ord=", ordinal));
     fields.push_back({"params", '!', params});
-    return encodeMap(fields);
-}
-
-Bytes encodeRecord(std::string_view type, std::string_view payloadKey, const Bytes &payload)
-{
-    std::vector<Field> fields = parseFields(concat("orek=true type='", type, "' version=0"));
-    fields.push_back({std::string(payloadKey), '!', payload});
     return encodeMap(fields);
 }
 
@@ -222,7 +172,18 @@ const Value &Value::operator[](std::string_view key) const
     throw std::runtime_error(concat("no ", key, " in ", text));
 }
 
-Value decode(const std::function<Bytes(uint64_t)> &take) { return Decoder(take).value(); }
+Value decode(const std::function<Bytes(uint64_t)> &take)
+{
+    const Head head = readHead(take);
+    if (head.kind == 'm' || head.kind == 'a')
+        return decodeMembers(take, head.number, head.kind == 'm');
+    if (head.kind == 'n')
+        return {.text = std::to_string(head.number), .number = head.number};
+    if (head.kind == 'b')
+        return {.text = head.number != 0 ? "true" : "false"};
+    const Bytes body = head.number == 0 ? Bytes() : take(head.number);
+    return {.text = head.kind == 's' ? '"' + body + '"' : '#' + toHex(body), .string = body};
+}
 
 Value decodeFile(const std::string &path)
 {
@@ -234,7 +195,7 @@ Value decodeFile(const std::string &path)
         return bytes;
     };
     Value value = decode(take);
-    if (file.peek() != std::ifstream::traits_type::eof())
+    if (file.get() != std::ifstream::traits_type::eof())
         throw std::runtime_error("more than one value in " + path);
     return value;
 }

@@ -33,25 +33,21 @@ struct Field
     Bytes encoded;
 };
 
-/// Reads pairs such as "deviceId=0 name='a b' notify=true info=#0102 port=!FF": a number, a string,
-/// a bool, a blob in hexadecimal, encoded bytes.
+/// Reads pairs such as "x=0 name='a b' notify=true info=#0102 port=!FF": a number, a string, a
+/// bool, a blob in hexadecimal, encoded bytes. D is short for deviceId=0, P for deviceId=0 port=0.
 std::vector<Field> parseFields(std::string_view text);
 
 Bytes encodeMap(const std::vector<Field> &fields);
 Bytes encodeMap(std::string_view fields);
 Bytes encodeRequest(uint64_t ordinal, const Bytes &params);
 
-/// A record as it lies on disk: the three signature pairs and the payload pair.
-Bytes encodeRecord(std::string_view type, std::string_view payloadKey, const Bytes &payload);
-
 /// A decoded value, decoded by code of the tests' own, so that a fault of the codec shows.
 struct Value
 {
-    /// The value as JSON without blanks; a blob is #hex.
-    std::string text;
+    std::string text; ///< the value as JSON without blanks; a blob is #hex
     uint64_t number = 0;
     std::string string{};
-    std::vector<std::pair<std::string, Value>> members{}; ///< of a map, or with empty keys of an array
+    std::vector<std::pair<std::string, Value>> members{}; ///< an array's have empty keys
 
     /// Raises std::runtime_error when the map has no such key.
     const Value &operator[](std::string_view key) const;
@@ -61,7 +57,7 @@ struct Value
 /// std::runtime_error on anything but the shortest form of each head.
 Value decode(const std::function<Bytes(uint64_t)> &take);
 
-/// Decodes a whole file that holds one value and nothing else.
+/// Decodes a file that holds one value and nothing else.
 Value decodeFile(const std::string &path);
 
 } // namespace tavu::test
