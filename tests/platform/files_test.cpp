@@ -85,12 +85,5 @@ TEST_F(FilesTest, readsAtAnyOffset)
     EXPECT_EQ(moved.readAt(0, buffer, 1), 0u);
 }
 
-TEST(JoinPathTest, anEmptyPartAddsNothing)
-{
-    EXPECT_EQ(joinPath("", "b"), "b");
-    EXPECT_EQ(joinPath("a", ""), "a");
-    EXPECT_EQ(joinPath("a", "b").size(), 3u);
-}
-
 } // namespace
 } // namespace tavu

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <thread>
-#include <vector>
 
 namespace tavu {
 namespace {
@@ -56,31 +55,6 @@ TEST(EventQueueTest, timedReadEndsAtTheDeadlineSetAtEntry)
     EXPECT_EQ(event.port, 0u);
     EXPECT_GE(waited, milliseconds(500));
     EXPECT_LT(waited, seconds(5));
-}
-
-TEST(EventQueueTest, everyEventReachesOneOfManyReaders)
-{
-    constexpr uint32_t kThreads = 4;
-    constexpr uint32_t kEvents = 2000;
-    EventQueue queue;
-    std::atomic<uint64_t> sum{0};
-    std::vector<std::thread> threads;
-    for (uint32_t t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&] {
-            for (uint32_t i = 1; i <= kEvents; ++i)
-                queue.push(DeviceEvent{EventType::FilesChanged, i, 0});
-        });
-        threads.emplace_back([&] {
-            for (uint32_t i = 0; i < kEvents;) {
-                const DeviceEvent event = queue.pop();
-                i += event.type != EventType::NoEvent;
-                sum += event.device;
-            }
-        });
-    }
-    for (std::thread &thread : threads)
-        thread.join();
-    EXPECT_EQ(sum, uint64_t(kThreads) * kEvents * (kEvents + 1) / 2);
 }
 
 } // namespace
