@@ -48,11 +48,11 @@ TEST(Envelope, RepliesByteForByteHoweverTheBytesArrive)
     }
     for (const size_t piece : {size_t(1), size_t(7), requests.size()}) {
         Service service;
-        Client client(service, false);
+        Client client(false);
         for (size_t i = 0; i < requests.size(); i += piece)
-            client.pipe.send(requests.substr(i, piece));
+            client.send(requests.substr(i, piece));
         // A fault of the envelope ends what would otherwise wait for more.
-        client.pipe.send(fromHex("90"));
+        client.send(fromHex("90"));
         EXPECT_EQ(client.receiveUntilEnd(), replies);
     }
 }
@@ -92,11 +92,11 @@ TEST(Envelope, FaultsEndTheConnectionWithoutAWord)
         {true, encodeMap("act='exec' ord=4 x=!81C001")},
     };
     Service service;
-    Client witness(service);
+    Client witness;
     for (const auto &fault : faults) {
         SCOPED_TRACE(&fault - faults);
-        Client client(service, fault.handshake);
-        client.pipe.send(fault.request);
+        Client client(fault.handshake);
+        client.send(fault.request);
         EXPECT_EQ(client.receiveUntilEnd(), &fault == &faults[2] ? kBadVersion : "");
     }
     EXPECT_EQ(witness.call(5, "deviceId=7"), error("Invalid device index."));
