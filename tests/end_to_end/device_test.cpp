@@ -100,38 +100,28 @@ TEST(Recording, EndsByItsLimitAndPlaysBack)
                   "Already recording\nAlready recording\nAlready recording\nAlready recording\n"));
 }
 
-TEST(Catalogue, KeepsItsRules)
+TEST(Catalogue, SurvivesARestartButNotASetup)
 {
     Service service;
     Script script;
-    script.play(R"r(
+    script.play(R"(
         A configures 4 4
         A records 1
         A records 1
-        B 27 D fileId=3 streamId=0 -> !Invalid fileId
-        A 49 D fileId=1 streamId=0 name='a b' width=7 height=8 numImages=1099511627776 numDroppedFrames=1 duration=2 notify=false -> {"name":"a b"}
-        A 49 D fileId=2 streamId=0 name='a b' width=7 height=8 numImages=9 numDroppedFrames=1 startTime=3 endTime=4 duration=2 notify=false -> {"name":"a b(1)"}
         A 48 D fileId=2 streamId=0 name='a b' notify=false -> ok
-    )r");
-    ;
-    Region region(script["A"].result(27, "D fileId=1 streamId=0"));
+    )");
+    script["A"].result(27, "D fileId=1 streamId=0");
     script.play(R"(
-        A 28 D openFileId=0 -> {"width":4,"height":4,"imageSize":32,"numFrames":1099511627776,"size":32}
         B 28 D openFileId=0 -> !File not opened by this connection.
         A 28 deviceId=1 openFileId=0 -> !File not opened by this connection.
-        A 30 D openFileId=0 frame=134217728 -> ok
         A 31 D fileId=1 streamId=0 -> !File is open
-    )"); // The offset of that frame is 2^32, which comes round to frame 0.
-    EXPECT_EQ(region.bytes(32), expectedFrame(0, 4, 4));
-    script.play(R"(
         A 29 D openFileId=0 -> ok
         A 29 D openFileId=0 -> !File not opened by this connection.
         A 31 D fileId=1 streamId=0 -> ok
-        A 31 D fileId=1 streamId=0 -> !Invalid fileId
+        B leaves
     )");
     const std::string list = script["A"].call(26, "D");
-    EXPECT_NE(list.find(R"("name":"a b")"), std::string::npos);
-    script.play("A leaves\nB leaves");
+    script.play("A leaves");
     EXPECT_EQ(service.waitForExit(), 0);
     service.start();
     EXPECT_EQ(script["A"].call(26, "D"), list);
@@ -144,8 +134,6 @@ TEST(Catalogue, KeepsItsRules)
         A 46 P -> {"fileId":3,"streamId":0}
         A 33 D -> ok
         A 27 D fileId=2 streamId=0 -> !Invalid fileId
-        A 48 D fileId=2 streamId=0 name='x' notify=true -> !Invalid fileId
-        A 32 D fileId=2 streamId=0 -> {"data":#0102}
     )");
     EXPECT_EQ(script["A"].result(26, "D")["files"].members.size(), 2u);
     for (const char *gone : {".files", "Emu/2", "Emu/2.meta", "Emu/3", "Emu/3.meta"})
@@ -153,10 +141,7 @@ TEST(Catalogue, KeepsItsRules)
     script.play("A leaves");
     EXPECT_EQ(service.waitForExit(), 0);
     service.start();
-    script.play(R"(
-        A 26 D -> {"files":[]}
-        A 35 P -> {"pairedTo":"Cam"}
-    )");
+    script.play("A 26 D -> {\"files\":[]}\nA 35 P -> {\"pairedTo\":\"Cam\"}");
 }
 
 TEST(Regions, AreNeverWrittenPastTheFrameTheyWereMadeFor)

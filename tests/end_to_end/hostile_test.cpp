@@ -77,23 +77,6 @@ TEST(Hostile, BytesHurtOnlyTheirConnection)
     EXPECT_EQ(script["A"].call(26, "D"), list);
 }
 
-TEST(Hostile, AClientThatNeverReadsBlocksOnlyItself)
-{
-    Service service;
-    Client witness, silent;
-    Bytes requests;
-    for (int i = 0; i < 500; i++)
-        requests += encodeRequest(5, encodeMap("D"));
-    std::thread sender([&] {
-        while (silent.send(requests))
-            ;
-    });
-    for (int i = 0; i < 500; i++)
-        EXPECT_EQ(witness.result(5, "D")["name"].string, "Emulator");
-    service.kill();
-    sender.join();
-}
-
 /// What one of many clients does, without an eye to the others.
 void hammer(unsigned seed)
 {
