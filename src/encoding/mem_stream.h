@@ -2,6 +2,8 @@
 
 #include "encoding/stream.h"
 
+#include <typeinfo>
+
 namespace tavu {
 
 /// A Stream over memory of the caller's, which must outlive it. Never grows: bytes that don't fit
@@ -16,9 +18,22 @@ public:
     uint64_t read(void *buffer, uint64_t byteCount) override;
     uint64_t write(const void *buffer, uint64_t byteCount) override;
 
+    /// The stream itself if it is a MemStream, otherwise null.
+    static MemStream *from(Stream &stream)
+    {
+        return typeid(stream) == typeid(MemStream) ? static_cast<MemStream *>(&stream) : nullptr;
+    }
+
+    /// Bytes between the position and the end.
+    uint64_t remaining() const { return size_ - position_; }
+
+    // For those who read or write in place what remaining() has room for. An access that leaves
+    // no byte over is not for them: whether it raises is for read() and write() to say.
+    unsigned char *position() { return data_ + position_; }
+    void advance(uint64_t byteCount) { position_ += byteCount; }
+
 private:
-    /// Moves the position and returns by how much.
-    uint64_t advance(uint64_t byteCount);
+    uint64_t clip(uint64_t byteCount) const;
 
     unsigned char *data_;
     uint64_t size_;
