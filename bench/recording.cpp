@@ -21,7 +21,7 @@ constexpr uint16_t kHeight = 3072;
 constexpr size_t kPixels = size_t(kWidth) * kHeight;
 constexpr auto kFrameTime = std::chrono::milliseconds(33);
 /// As many as stay below the 2 GiB that the emulated device can count.
-constexpr int64_t kFrames = 80;
+constexpr int64_t kFrames = 60;
 constexpr int kRounds = 3;
 
 /// The processor time that a process has used so far, in seconds.
