@@ -11,6 +11,9 @@ else()
   target_compile_options(tavu_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow
                                                 -Wnon-virtual-dtor -Woverloaded-virtual)
 endif()
+if(WIN32)
+  include(TavuWindows)
+endif()
 if(TAVU_SANITIZE)
   target_compile_options(tavu_options INTERFACE -fsanitize=${TAVU_SANITIZE}
                                                 -fno-omit-frame-pointer)
