@@ -17,6 +17,9 @@ public:
     uint64_t write(const void *buffer, uint64_t byteCount) override;
 
 private:
+    /// Moves the position and returns by how much.
+    uint64_t advance(uint64_t byteCount);
+
     unsigned char *data_;
     uint64_t size_;
     uint64_t position_ = 0;

@@ -37,16 +37,38 @@ public:
     void findField(uint32_t &remaining, const char *name);
     void readObject(ObjectValue &target);
 
-    ObjectType lastType() const;
-    uint32_t lastLength() const;
-    int64_t negValue() const;
-    uint64_t posValue() const;
-    std::string stringValue() const;
-    bool boolValue() const;
-    double floatValue() const;
+    ObjectType lastType() const { return lastType_; }
+    uint32_t lastLength() const { return lastLength_; }
+    int64_t negValue() const { return static_cast<int64_t>(integer_); }
+    uint64_t posValue() const { return integer_; }
+    std::string stringValue() const { return stringValue_; }
+    bool boolValue() const { return boolValue_; }
+    double floatValue() const { return floatValue_; }
 
 private:
+    bool readExactly(void *buffer, uint64_t byteCount);
+    bool readNumber(uint32_t byteCount, uint64_t &value);
+    bool readHead();
+    bool readLongHead(uint8_t lead);
+    bool acceptLength(ObjectType type, uint32_t byteCount);
+    bool acceptUnsigned(uint32_t byteCount);
+    bool acceptSigned(uint32_t byteCount);
+    bool readStringBody();
+    void requireNext();
+    void requireHead();
+    void require(ObjectType type, const char *text);
+    void skipBytes(uint64_t byteCount);
+    void takeValue(ObjectValue &target, uint64_t depth);
+    void takeText(ObjectValue &target);
+
     Stream &stream_;
+    uint32_t lastLength_ = 0;
+    uint32_t textLength_ = 0; ///< bytes of the string whose head was read last
+    uint64_t integer_ = 0;    ///< the last integer, of either sign
+    std::string stringValue_; ///< keeps its capacity from value to value
+    bool boolValue_ = false;
+    double floatValue_ = 0;
+    ObjectType lastType_ = ObjectType::Nil;
 };
 
 } // namespace tavu

@@ -34,6 +34,8 @@ public:
     void writeRaw(const void *bytes, uint64_t size);
 
 private:
+    void writeShallow(const ObjectValue &value);
+
     Stream &stream_;
 };
 

@@ -32,7 +32,8 @@ using OwnedBlob = std::unique_ptr<uint8_t[], BlobDeleter>;
 
 /// A dynamic value that owns the whole tree below it. A map is an ordered list of pairs with text
 /// keys; duplicates are kept and the first one counts. Raises std::runtime_error on a wrong tag and
-/// std::out_of_range on a bad index; the texts reach clients.
+/// std::out_of_range on a bad index; the texts reach clients. Pointers and references that it hands
+/// out live as long as the value stays where it is. Nothing here recurses into the tree.
 class ObjectValue
 {
 public:
@@ -85,6 +86,55 @@ public:
     const ObjectValue &mapValueAt(uint32_t index) const;
     ObjectValue &mapValueAt(uint32_t index);
     void mapAppend(const char *key, ObjectValue &&value);
+
+private:
+    friend class MessageReader;
+    friend class MessageWriter;
+
+    struct Block;
+
+    /// Text shorter than this stands in the value itself.
+    static constexpr uint32_t kInlineText = 16;
+
+    ObjectValue(ObjectType tag, uint32_t size) noexcept : tag_(tag), size_(size) {}
+
+    bool isContainer() const { return tag_ == ObjectType::Map || tag_ == ObjectType::Array; }
+    bool ownsBytes() const
+    {
+        return tag_ == ObjectType::Blob || (tag_ == ObjectType::String && size_ >= kInlineText);
+    }
+    /// The values directly below: elements, or keys and values in turn.
+    uint32_t slotsPerEntry() const { return tag_ == ObjectType::Map ? 2 : 1; }
+    uint64_t slotCount() const { return uint64_t(size_) * slotsPerEntry(); }
+    ObjectValue *slots() const;
+    const char *text() const { return size_ < kInlineText ? held_.inlineText : held_.text; }
+
+    void require(ObjectType tag, const char *text) const;
+    ObjectValue &mapSlot(uint32_t index) const;
+    void reserve(uint32_t capacity);
+    /// Makes room for one more entry and returns its slots, which are nil.
+    ObjectValue *appendEntry();
+    /// A key ends at its first NUL.
+    void cutAtNul();
+    void copyFrom(const ObjectValue &other);
+    void copyShallow(const ObjectValue &other);
+    void release() noexcept;
+    static void releaseTree(Block *block) noexcept;
+
+    union Held {
+        int64_t negative;
+        uint64_t positive;
+        double number;
+        bool boolean;
+        uint8_t *bytes;
+        char *text;
+        Block *block;
+        char inlineText[kInlineText];
+    };
+
+    Held held_{};
+    ObjectType tag_ = ObjectType::Nil;
+    uint32_t size_ = 0; ///< bytes, pairs or elements
 };
 
 } // namespace tavu

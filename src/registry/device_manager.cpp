@@ -1,5 +1,6 @@
 #include "registry/device_manager.h"
 
+#include "emulator/tavu_device_emulator.h"
 #include "platform/environment.h"
 
 #include <stdexcept>
@@ -36,8 +37,10 @@ DeviceManager::~DeviceManager()
 void DeviceManager::start()
 {
     startLibrary(environmentFlag("TAVUSRV_SATA_ONLY") ? kSataHostInterfaces : kAllHostInterfaces);
-    if (environmentFlag("TAVUSRV_ENABLE_EMULATOR"))
-        throw std::runtime_error("The emulated device is not part of this build yet.");
+    if (environmentFlag("TAVUSRV_ENABLE_EMULATOR")) {
+        std::lock_guard guard(lock_);
+        devices_.push_back(std::make_unique<TavuDeviceEmulator>());
+    }
     // Nobody can be connected yet, so nobody is told of this first update.
     updateDeviceList();
     updateThread_ = std::thread([this] { followChanges(); });

@@ -1,0 +1,112 @@
+#include "client/connection.h"
+
+#include <stdexcept>
+
+namespace tavu::client {
+
+namespace {
+
+constexpr uint32_t kProtocolVersion = 0;
+
+std::string nameForMessages(uint32_t ordinal)
+{
+    const std::string_view name = commandName(ordinal);
+    return name.empty() ? "command " + std::to_string(ordinal) : std::string(name);
+}
+
+/// Reads a whole reply. Returns the text of an error reply.
+std::optional<std::string> readReply(MessageReader &reader,
+                                     const std::function<void(MessageReader &)> &decode)
+{
+    const uint32_t pairCount = reader.readMapHeader();
+    if (pairCount == 0)
+        return std::nullopt;
+    std::string key;
+    reader.readString(key);
+    if (pairCount != 1 || (key != "result" && key != "error"))
+        throw std::runtime_error("it is neither a result nor an error");
+    if (key == "result") {
+        decode(reader);
+        return std::nullopt;
+    }
+    std::string text;
+    reader.readString(text);
+    return text;
+}
+
+} // namespace
+
+Connection::Connection(const std::string &name) : Connection(std::make_unique<SocketChannel>(name))
+{
+}
+
+Connection::Connection(std::unique_ptr<ByteChannel> channel)
+    : channel_(std::move(channel)), stream_(*channel_)
+{
+    const std::string command = "the version check";
+    const Reply reply(command, exchange(command, encodeHandshake(kProtocolVersion)));
+    if (reply.u32("ver") != kProtocolVersion)
+        throw ProtocolError("the service speaks another version of the protocol");
+}
+
+Connection::~Connection() = default;
+
+void Connection::close()
+{
+    channel_->close();
+}
+
+ObjectValue Connection::call(uint32_t ordinal, const ObjectValue &params)
+{
+    return exchange(nameForMessages(ordinal), encodeRequest(ordinal, params));
+}
+
+Reply Connection::execute(Command command, std::initializer_list<Param> params)
+{
+    const auto ordinal = static_cast<uint32_t>(command);
+    const std::string name = nameForMessages(ordinal);
+    return Reply(name, exchange(name, encodeRequest(ordinal, params)));
+}
+
+ObjectValue Connection::exchange(const std::string &command, const std::vector<uint8_t> &request)
+{
+    ObjectValue values;
+    exchange(command, request, [&values](MessageReader &reader) { reader.readObject(values); });
+    return values;
+}
+
+void Connection::exchange(const std::string &command, const std::vector<uint8_t> &request,
+                          const Decoder &decode)
+{
+    send(request);
+    std::optional<std::string> error;
+    try {
+        MessageReader reader(stream_);
+        error = readReply(reader, decode);
+        if (stream_.hasPending())
+            throw std::runtime_error("there are bytes behind its end");
+    } catch (const std::exception &fault) {
+        failReading(command, fault.what());
+    }
+    if (error)
+        throw ServiceError(*error);
+}
+
+void Connection::send(const std::vector<uint8_t> &request)
+{
+    if (channel_->write(request.data(), request.size()) == request.size())
+        return;
+    channel_->close();
+    throw ConnectionError("the connection to the service is lost");
+}
+
+void Connection::failReading(const std::string &command, const char *reason)
+{
+    channel_->close();
+    if (stream_.ended())
+        throw ConnectionError("the connection to the service was lost while it worked on " +
+                              command);
+    throw ProtocolError("the reply to " + command + " can't be read: " + reason);
+}
+
+} // namespace tavu::client

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace tavu::client {
+
+/// Everything that the client library raises about the service derives from this.
+class Error : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The service answered a command with an error; what() is the service's text, unchanged. The
+/// connection stays usable.
+class ServiceError : public Error
+{
+public:
+    using Error::Error;
+};
+
+/// There is no service at the address, or the connection to it is lost. what() tells a person what
+/// to do. The connection is of no more use.
+class ConnectionError : public Error
+{
+public:
+    using Error::Error;
+
+    /// Nobody listens at \a address.
+    static ConnectionError noService(const std::string &address);
+};
+
+/// A reply that isn't what the command should bring, from a service of another kind or version.
+/// Unless the reply could be read to its end, the connection is closed.
+class ProtocolError : public Error
+{
+public:
+    using Error::Error;
+};
+
+} // namespace tavu::client

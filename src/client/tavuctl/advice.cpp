@@ -1,0 +1,112 @@
+#include "client/tavuctl/advice.h"
+
+#include "client/tavuctl/console.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace tavu::ctl {
+
+namespace {
+
+struct Advice
+{
+    std::string_view serviceText;
+    /// "{device}" and "{port}" stand for the options that lead to the same place.
+    std::string_view text;
+};
+
+constexpr std::array<Advice, 25> kAdvice = {{
+    {"Invalid device index.", "`tavuctl status` lists the devices"},
+    {"Invalid port", "`tavuctl status` lists the ports of each device"},
+    {"Invalid port index.", "`tavuctl status` lists the ports of each device"},
+    {"Invalid port mask", "`tavuctl status` lists the ports of each device"},
+    {"Invalid port mask.", "`tavuctl status` lists the ports of each device"},
+    {"Invalid fileId", "`tavuctl files{device}` lists the recordings; those that were there before "
+                       "a setup can't be opened"},
+    {"File not found.", "`tavuctl files{device}` lists the recordings"},
+    {"File is open", "somebody plays this recording: try again when that has ended"},
+    {"Failed to open file", "the recording's file is gone or can't be read by the service"},
+    {"Already recording", "`tavuctl stop{device}` ends the recording that is under way, or that "
+                          "has come to its end and waits to be stored"},
+    {"Not recording", "nothing is being recorded on this device"},
+    {"Not paired to this camera.", "`tavuctl status` tells which camera the port is paired with"},
+    {"Not paried to this camera", "`tavuctl status` tells which camera the port is paired with"},
+    {"Live alrady started", "another program watches this port: try again when it has ended"},
+    {"Live already started", "another program watches this port: try again when it has ended"},
+    {"Failed to create memory mapping",
+     "the port has no frame size (`tavuctl configure 1280x1024{device}{port}`), or the system has "
+     "no shared memory left"},
+    {"Failed to create shared memory mapping",
+     "the port has no frame size (`tavuctl configure 1280x1024{device}{port}`), or the system has "
+     "no shared memory left"},
+    {"Failed to create shared memory mapping.",
+     "the port has no frame size (`tavuctl configure 1280x1024{device}{port}`), or the system has "
+     "no shared memory left"},
+    {"no drive set.", "`tavuctl setup{device}` prepares the recorder's drives"},
+    {"No drive set.", "`tavuctl setup{device}` prepares the recorder's drives"},
+    {"not supported", "the emulated device has no camera to talk to"},
+    {"no file to recover",
+     "`tavuctl recover status{device}` tells whether a recording was cut off"},
+    {"eof",
+     "the emulated device can't finish a recovery: `tavuctl recover discard{device}` removes "
+     "what was cut off"},
+    {"Unrecognized function.", "commands have the numbers 0 to 57"},
+    {"delayload failure", "the recorder's library isn't installed"},
+}};
+
+void replaceAll(std::string &text, std::string_view what, const std::string &by)
+{
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at))
+        text.replace(at, what.size(), by);
+}
+
+} // namespace
+
+std::string adviceFor(const std::string &serviceText, Session &session)
+{
+    if (serviceText == "Invalid device index." && session.service().deviceCount() == 0)
+        return "the service has no device: connect a recorder, or start the service with\n"
+               "`TAVUSRV_ENABLE_EMULATOR=1 tavusvc noautoclose` for the emulated device";
+    const auto found = std::find_if(kAdvice.begin(), kAdvice.end(), [&](const Advice &advice) {
+        return advice.serviceText == serviceText;
+    });
+    if (found == kAdvice.end())
+        return {};
+    std::string text(found->text);
+    replaceAll(text, "{device}", session.deviceOption());
+    replaceAll(text, "{port}", session.portOption());
+    return text;
+}
+
+std::string adviceForUnreadyPort(Session &session, uint8_t port)
+{
+    client::Connection &service = session.service();
+    const std::string number = std::to_string(port);
+    const std::string place = session.deviceOption() + (port == 0 ? "" : " --port " + number);
+    const client::PortConfig config = service.getPortConfig(session.device, port);
+    std::string text;
+    if (service.pairedTo(session.device, port).empty())
+        text +=
+            "port " + number + " isn't paired with a camera: `tavuctl pair CAMERA" + place + "`\n";
+    if (config.width == 0 || config.height == 0)
+        text +=
+            "port " + number + " has no frame size: `tavuctl configure 1280x1024" + place + "`\n";
+    if (!text.empty())
+        text.pop_back();
+    return text;
+}
+
+void confirm(const std::string &question)
+{
+    if (!isConsole(stdin))
+        throw UsageError(question + " Say so with --yes");
+    std::fprintf(stderr, "%s [y/N] ", question.c_str());
+    std::fflush(stderr);
+    std::array<char, 16> answer{};
+    if (!std::fgets(answer.data(), answer.size(), stdin) || (answer[0] != 'y' && answer[0] != 'Y'))
+        throw Failure("nothing was done");
+}
+
+} // namespace tavu::ctl

@@ -1,0 +1,220 @@
+#include "client/tavuctl/arguments.h"
+
+#include "client/tavuctl/text.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+
+namespace tavu::ctl {
+
+namespace {
+
+template <typename Number>
+std::optional<Number> parseNumber(std::string_view text)
+{
+    Number value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
+std::string quoted(std::string_view text)
+{
+    return "\"" + printable(text) + "\"";
+}
+
+/// One frame of a list of ranges.
+uint64_t parseFrame(std::string_view text, uint64_t frameCount)
+{
+    const std::optional<uint64_t> number = parseNumber<uint64_t>(text);
+    if (!number && text != "first" && text != "last")
+        throw UsageError(quoted(text) + " is no frame: give a number, \"first\" or \"last\"");
+    const uint64_t frame = number ? *number : text == "first" ? 0 : frameCount - 1;
+    if (frame >= frameCount)
+        throw Failure("there is no frame " + std::to_string(frame) +
+                      ": the recording has the frames 0 to " + std::to_string(frameCount - 1));
+    return frame;
+}
+
+std::pair<uint64_t, uint64_t> parseRange(std::string_view text, uint64_t frameCount)
+{
+    const size_t dash = text.find('-');
+    const uint64_t first = parseFrame(text.substr(0, dash), frameCount);
+    if (dash == std::string_view::npos)
+        return {first, first};
+    const std::string_view end = text.substr(dash + 1);
+    const uint64_t last = end.empty() ? frameCount - 1 : parseFrame(end, frameCount);
+    if (last < first)
+        throw UsageError(quoted(text) + " ends before it begins");
+    return {first, last};
+}
+
+std::string fileNumber(const client::FileEntry &file)
+{
+    return std::to_string(file.fileId) +
+           (file.streamId == 0 ? std::string() : ":" + std::to_string(file.streamId));
+}
+
+/// Tells whether \a text is the number of \a file: the stream may be left out.
+bool isNumberOf(std::string_view text, const client::FileEntry &file)
+{
+    const size_t colon = text.find(':');
+    if (parseNumber<uint32_t>(text.substr(0, colon)) != file.fileId)
+        return false;
+    return colon == std::string_view::npos ||
+           parseNumber<uint32_t>(text.substr(colon + 1)) == file.streamId;
+}
+
+std::vector<client::FileEntry> filesMeantBy(std::string_view text,
+                                            std::vector<client::FileEntry> files)
+{
+    const auto byTime = [](const client::FileEntry &a, const client::FileEntry &b) {
+        return std::pair(a.timestamp, a.fileId) < std::pair(b.timestamp, b.fileId);
+    };
+    if (text == "last" && !files.empty())
+        return {*std::max_element(files.begin(), files.end(), byTime)};
+    std::vector<client::FileEntry> meant;
+    const auto take = [&](const client::FileEntry &file) { return isNumberOf(text, file); };
+    std::copy_if(files.begin(), files.end(), std::back_inserter(meant), take);
+    if (meant.empty())
+        std::copy_if(files.begin(), files.end(), std::back_inserter(meant),
+                     [&](const client::FileEntry &file) { return file.name == text; });
+    return meant;
+}
+
+} // namespace
+
+uint64_t parseDuration(std::string_view text)
+{
+    struct Unit
+    {
+        std::string_view suffix;
+        double microseconds;
+    };
+    static constexpr std::array<Unit, 6> kUnits = {
+        {{"us", 1}, {"ms", 1e3}, {"s", 1e6}, {"m", 60e6}, {"h", 3600e6}, {"", 1e6}}};
+    const auto unit = std::find_if(kUnits.begin(), kUnits.end(),
+                                   [text](const Unit &u) { return text.ends_with(u.suffix); });
+    const std::optional<double> value =
+        parseNumber<double>(text.substr(0, text.size() - unit->suffix.size()));
+    // 1e18 is past any recording and well inside 64 bits.
+    if (!value || !(*value >= 0) || *value * unit->microseconds > 1e18)
+        throw UsageError(quoted(text) + " is no duration: give one like 10s, 500ms or 2m");
+    return static_cast<uint64_t>(std::llround(*value * unit->microseconds));
+}
+
+client::Bytes parseHex(std::string_view text)
+{
+    std::string_view rest = text.starts_with("0x") ? text.substr(2) : text;
+    client::Bytes bytes;
+    while (!rest.empty()) {
+        if (rest[0] == ' ' || rest[0] == ':') {
+            rest.remove_prefix(1);
+            continue;
+        }
+        uint8_t byte = 0;
+        const char *const end = rest.data() + std::min<size_t>(rest.size(), 2);
+        const auto parsed = std::from_chars(rest.data(), end, byte, 16);
+        if (parsed.ec != std::errc() || parsed.ptr != rest.data() + 2)
+            throw UsageError(quoted(text) + " isn't hexadecimal: give pairs of digits like 0d0a");
+        bytes.push_back(byte);
+        rest.remove_prefix(2);
+    }
+    return bytes;
+}
+
+std::pair<uint16_t, uint16_t> parseFrameSize(std::string_view text)
+{
+    const size_t cross = text.find('x');
+    if (cross != std::string_view::npos) {
+        const auto width = parseNumber<uint16_t>(text.substr(0, cross));
+        const auto height = parseNumber<uint16_t>(text.substr(cross + 1));
+        if (width && height)
+            return {*width, *height};
+    }
+    throw UsageError(quoted(text) + " is no frame size: give width and height like 1280x1024, each "
+                                    "up to 65535");
+}
+
+FrameRanges parseFrames(std::string_view text, uint64_t frameCount)
+{
+    if (frameCount == 0)
+        throw Failure("the recording has no frames");
+    if (text == "all")
+        return {{0, frameCount - 1}};
+    FrameRanges ranges;
+    for (bool more = true; more;) {
+        const size_t comma = text.find(',');
+        ranges.push_back(parseRange(text.substr(0, comma), frameCount));
+        more = comma != std::string_view::npos;
+        if (more)
+            text.remove_prefix(comma + 1);
+    }
+    return ranges;
+}
+
+uint64_t frameCountOf(const FrameRanges &ranges)
+{
+    uint64_t count = 0;
+    for (const auto &[first, last] : ranges)
+        count += last - first + 1;
+    return count;
+}
+
+client::FileEntry findFile(Session &session, std::string_view text)
+{
+    const std::vector<client::FileEntry> meant =
+        filesMeantBy(text, session.service().listFiles(session.device));
+    if (meant.size() == 1)
+        return meant[0];
+    if (meant.empty())
+        throw Failure("there is no recording " + quoted(text) + ": `tavuctl files" +
+                      session.deviceOption() + "` lists what there is");
+    std::string numbers;
+    for (const client::FileEntry &file : meant)
+        numbers += (numbers.empty() ? "" : ", ") + fileNumber(file);
+    throw Failure(quoted(text) + " is more than one recording: give the number, one of " + numbers);
+}
+
+void addDeviceOption(CLI::App &command, Session &session)
+{
+    command.add_option("-d,--device", session.device, "Number of the device, as in `status` [0]")
+        ->type_name("N")
+        ->check(CLI::Range(0u, ~0u));
+}
+
+void addPortOption(CLI::App &command, Session &session)
+{
+    command.add_option("-p,--port", session.port, "Number of the camera port [0]")
+        ->type_name("N")
+        ->check(CLI::Range(0u, 255u));
+}
+
+void addJsonOption(CLI::App &command, Session &session)
+{
+    command.add_flag("--json", session.json, "Print JSON, for scripts");
+}
+
+void addDurationOption(CLI::App &command, const std::string &name,
+                       std::optional<uint64_t> &microseconds, const std::string &help)
+{
+    command
+        .add_option_function<std::string>(
+            name, [&microseconds](const std::string &text) { microseconds = parseDuration(text); },
+            help)
+        ->type_name("DURATION");
+}
+
+void addExamples(CLI::App &command, const std::vector<std::string> &lines)
+{
+    std::string footer = "Examples:\n";
+    for (const std::string &line : lines)
+        footer += "  tavuctl " + line + "\n";
+    footer.pop_back();
+    command.footer(footer);
+}
+
+} // namespace tavu::ctl

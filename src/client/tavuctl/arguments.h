@@ -1,0 +1,49 @@
+#pragma once
+
+#include "client/tavuctl/session.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tavu::ctl {
+
+// What the parse functions can't make sense of raises UsageError.
+
+/// "10s", "1.5s", "500ms", "2m", "1h", or a bare number of seconds; microseconds.
+uint64_t parseDuration(std::string_view text);
+
+/// Pairs of hexadecimal digits, blanks and colons between them at will, "0x" in front at will.
+client::Bytes parseHex(std::string_view text);
+
+/// "1280x1024".
+std::pair<uint16_t, uint16_t> parseFrameSize(std::string_view text);
+
+/// Runs of frames, first and last included.
+using FrameRanges = std::vector<std::pair<uint64_t, uint64_t>>;
+
+/// "all", or a list such as "0,10-19,80-,last" for a recording of \a frameCount frames. A frame
+/// that the recording doesn't have raises Failure.
+FrameRanges parseFrames(std::string_view text, uint64_t frameCount);
+uint64_t frameCountOf(const FrameRanges &ranges);
+
+/// The recording that a person means by \a text: its number ("3", or "3:1" with the stream), its
+/// name, or "last" for the latest. Raises Failure when there is none or more than one.
+client::FileEntry findFile(Session &session, std::string_view text);
+
+// Options that many commands share. The objects must live as long as the command.
+void addDeviceOption(CLI::App &command, Session &session);
+void addPortOption(CLI::App &command, Session &session);
+void addJsonOption(CLI::App &command, Session &session);
+/// An option that takes a duration and stores it in microseconds.
+void addDurationOption(CLI::App &command, const std::string &name,
+                       std::optional<uint64_t> &microseconds, const std::string &help);
+
+/// Examples at the end of a command's help, one a line.
+void addExamples(CLI::App &command, const std::vector<std::string> &lines);
+
+} // namespace tavu::ctl

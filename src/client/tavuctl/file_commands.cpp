@@ -1,0 +1,173 @@
+#include "client/tavuctl/advice.h"
+#include "client/tavuctl/arguments.h"
+#include "client/tavuctl/groups.h"
+#include "client/tavuctl/json_values.h"
+#include "client/tavuctl/output_file.h"
+#include "client/tavuctl/text.h"
+
+namespace tavu::ctl {
+
+namespace {
+
+std::string numberText(const client::FileEntry &file)
+{
+    const std::string number = std::to_string(file.fileId);
+    return file.streamId == 0 ? number : number + ":" + std::to_string(file.streamId);
+}
+
+std::string geometryText(const client::FileEntry &file)
+{
+    return std::to_string(file.width) + "x" + std::to_string(file.height);
+}
+
+int listFiles(Session &session)
+{
+    const std::vector<client::FileEntry> files = session.service().listFiles(session.device);
+    if (session.json) {
+        Json list = Json::array();
+        for (const client::FileEntry &file : files)
+            list.push_back(toJson(file));
+        printJson(list);
+        return kSuccess;
+    }
+    if (files.empty()) {
+        note("device " + std::to_string(session.device) + " has no recordings");
+        return kSuccess;
+    }
+    std::vector<std::vector<std::string>> rows = {
+        {"FILE", "NAME", "FRAMES", "FRAME SIZE", "SIZE", "CAMERA", "RECORDED"}};
+    for (const client::FileEntry &file : files)
+        rows.push_back({numberText(file), printable(file.name), std::to_string(file.numFrames),
+                        geometryText(file), sizeText(file.size), printable(file.camera),
+                        timeText(file.timestamp)});
+    print(table(rows));
+    return kSuccess;
+}
+
+struct FileOptions
+{
+    std::string file;
+    std::string name;
+    std::string identityPath;
+    bool unique = false;
+    bool yes = false;
+};
+
+int showInfo(Session &session, const FileOptions &options)
+{
+    const client::FileEntry file = findFile(session, options.file);
+    const client::Bytes identity =
+        session.service().fileIdentity(session.device, file.fileId, file.streamId);
+    if (!options.identityPath.empty()) {
+        OutputFile output(options.identityPath);
+        output.write(identity);
+        output.finish();
+    }
+    if (session.json) {
+        Json json = toJson(file);
+        json["identity"]["$bin"] = hexText(identity);
+        printJson(json);
+        return kSuccess;
+    }
+    print(table({{"file", numberText(file)},
+                 {"name", printable(file.name)},
+                 {"recorded", timeText(file.timestamp)},
+                 {"port", printable(file.port)},
+                 {"camera", printable(file.camera)},
+                 {"camera's block", counted(identity.size(), "byte")},
+                 {"frames", std::to_string(file.numFrames)},
+                 {"dropped frames", std::to_string(file.numDroppedFrames)},
+                 {"frame size", geometryText(file)},
+                 {"size", sizeText(file.size) + " (" + counted(file.size, "byte") + ")"},
+                 {"start time", std::to_string(file.startTime)},
+                 {"end time", std::to_string(file.endTime)},
+                 {"duration", std::to_string(file.duration)}}));
+    return kSuccess;
+}
+
+int rename(Session &session, const FileOptions &options)
+{
+    const client::FileEntry file = findFile(session, options.file);
+    std::string name = options.name;
+    if (options.unique) {
+        const client::FileUpdate update{
+            options.name,          file.width,     file.height,  file.numFrames,
+            file.numDroppedFrames, file.startTime, file.endTime, file.duration};
+        name = session.service().setFileInfo(session.device, file.fileId, file.streamId, update);
+    } else {
+        session.service().renameFile(session.device, file.fileId, file.streamId, name);
+    }
+    printLine("file " + numberText(file) + " is called \"" + printable(name) + "\"");
+    return kSuccess;
+}
+
+int remove(Session &session, const FileOptions &options)
+{
+    const client::FileEntry file = findFile(session, options.file);
+    const std::string which = "file " + numberText(file) + " (\"" + printable(file.name) + "\", " +
+                              counted(file.numFrames, "frame") + ")";
+    if (!options.yes)
+        confirm("This removes " + which + " for good.");
+    session.service().removeFile(session.device, file.fileId, file.streamId);
+    printLine("removed " + which);
+    return kSuccess;
+}
+
+void addFileArgument(CLI::App &command, const std::shared_ptr<FileOptions> &options)
+{
+    command
+        .add_option("FILE", options->file,
+                    "Number of a recording as in `files`, its name, or \"last\" for the latest")
+        ->required();
+}
+
+using FileAction = int (*)(Session &, const FileOptions &);
+
+CLI::App *addFileCommand(CLI::App &app, Session &session, const std::string &name,
+                         const std::string &help, const std::shared_ptr<FileOptions> &options,
+                         FileAction action)
+{
+    CLI::App *command = app.add_subcommand(name, help);
+    addFileArgument(*command, options);
+    addDeviceOption(*command, session);
+    command->callback([&session, options, action] {
+        session.action = [&session, options, action] { return action(session, *options); };
+    });
+    return command;
+}
+
+} // namespace
+
+void addFileCommands(CLI::App &app, Session &session)
+{
+    CLI::App *files = app.add_subcommand("files", "List the recordings");
+    addDeviceOption(*files, session);
+    addJsonOption(*files, session);
+    addExamples(*files, {"files", "files --json"});
+    files->callback([&session] { session.action = [&session] { return listFiles(session); }; });
+
+    auto options = std::make_shared<FileOptions>();
+    CLI::App *info =
+        addFileCommand(app, session, "info", "Show all about a recording", options, showInfo);
+    info->add_option("--identity", options->identityPath,
+                     "Write the camera's block that was stored with it into this file")
+        ->type_name("PATH");
+    addJsonOption(*info, session);
+    addExamples(*info, {"info 3", "info last --json", "info \"Second try\" --identity camera.bin"});
+
+    options = std::make_shared<FileOptions>();
+    CLI::App *name =
+        addFileCommand(app, session, "rename", "Give a recording a name", options, rename);
+    name->add_option("NAME", options->name, "The new name")->required();
+    name->add_flag("--unique", options->unique,
+                   "Put a number behind a name that is already in use");
+    addExamples(*name, {"rename 3 \"Second try\"", "rename last \"Drop test\" --unique"});
+
+    options = std::make_shared<FileOptions>();
+    CLI::App *removal =
+        addFileCommand(app, session, "remove", "Remove a recording for good", options, remove);
+    removal->add_flag("-y,--yes", options->yes, "Don't ask");
+    addExamples(*removal, {"remove 3", "remove \"Second try\" --yes"});
+}
+
+} // namespace tavu::ctl

@@ -1,0 +1,127 @@
+#include "client/tavuctl/frame_sink.h"
+
+#include "client/tavuctl/output_file.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+namespace tavu::ctl {
+
+namespace {
+
+struct FormatName
+{
+    std::string_view name;
+    FrameFormat format;
+};
+
+constexpr std::array<FormatName, 4> kFormats = {{{"png", FrameFormat::Png},
+                                                 {"pgm", FrameFormat::Pgm},
+                                                 {"raw", FrameFormat::Raw},
+                                                 {"terminal", FrameFormat::Terminal}}};
+
+using Encoder = std::vector<uint8_t> (*)(const client::FrameView &);
+
+/// One picture a frame.
+class PictureSink final : public FrameSink
+{
+public:
+    PictureSink(Encoder encode, std::string path, bool severalFrames)
+        : encode_(encode), path_(std::move(path)), severalFrames_(severalFrames)
+    {
+    }
+
+    void put(uint64_t number, const client::FrameView &frame) override
+    {
+        const bool numbered = severalFrames_ && path_ != "-";
+        const std::string path = numbered ? picturePath(path_, number) : path_;
+        OutputFile file(path);
+        file.write(encode_(frame));
+        file.finish();
+        files_.push_back(path);
+    }
+
+    std::vector<std::string> files() const override { return files_; }
+
+private:
+    Encoder encode_;
+    std::string path_;
+    bool severalFrames_;
+    std::vector<std::string> files_;
+};
+
+/// Where the ending of a path begins; its size when it has none.
+size_t endingOf(std::string_view path)
+{
+    const size_t dot = path.rfind('.');
+    const size_t slash = path.find_last_of("/\\");
+    const bool inName = dot != std::string_view::npos && dot != 0 &&
+                        (slash == std::string_view::npos || dot > slash + 1);
+    return inName ? dot : path.size();
+}
+
+/// A "%d" or "%06d" in a path.
+struct Placeholder
+{
+    size_t begin = std::string::npos;
+    size_t end = 0;
+    size_t width = 0;
+};
+
+Placeholder findPlaceholder(const std::string &path)
+{
+    for (size_t at = path.find('%'); at != std::string::npos; at = path.find('%', at + 1)) {
+        size_t end = at + 1;
+        size_t width = 0;
+        while (end < path.size() && std::isdigit(static_cast<unsigned char>(path[end])) &&
+               width < 10)
+            width = width * 10 + static_cast<size_t>(path[end++] - '0');
+        if (end < path.size() && path[end] == 'd' && width <= 20)
+            return {at, end + 1, width};
+    }
+    return {};
+}
+
+} // namespace
+
+std::optional<FrameFormat> frameFormatNamed(std::string_view name)
+{
+    const auto found = std::find_if(kFormats.begin(), kFormats.end(),
+                                    [name](const FormatName &f) { return f.name == name; });
+    return found == kFormats.end() ? std::nullopt : std::optional(found->format);
+}
+
+std::optional<FrameFormat> frameFormatOf(std::string_view path)
+{
+    std::string ending(path.substr(endingOf(path)));
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return ending.empty() || ending == ".terminal" ? std::nullopt
+                                                   : frameFormatNamed(ending.substr(1));
+}
+
+std::string picturePath(const std::string &path, uint64_t number)
+{
+    std::string digits = std::to_string(number);
+    const Placeholder place = findPlaceholder(path);
+    if (place.begin == std::string::npos) {
+        std::string result = path;
+        return result.insert(endingOf(path), "-" + digits);
+    }
+    if (digits.size() < place.width)
+        digits.insert(0, place.width - digits.size(), '0');
+    return path.substr(0, place.begin) + digits + path.substr(place.end);
+}
+
+std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
+                                        bool severalFrames)
+{
+    if (format == FrameFormat::Raw)
+        return makeRawSink(path);
+    const Encoder encode = format == FrameFormat::Png ? encodePng : encodePgm;
+    const bool hasPlaceholder = findPlaceholder(path).begin != std::string::npos;
+    return std::make_unique<PictureSink>(encode, path, severalFrames || hasPlaceholder);
+}
+
+} // namespace tavu::ctl

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "client/region.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavu::ctl {
+
+/// Somewhere for frames to go.
+class FrameSink
+{
+public:
+    virtual ~FrameSink() = default;
+
+    /// Takes frame \a number; the view need not live longer than the call.
+    virtual void put(uint64_t number, const client::FrameView &frame) = 0;
+    /// After the last frame.
+    virtual void finish() {}
+    /// The files that were made, for telling people.
+    virtual std::vector<std::string> files() const { return {}; }
+};
+
+// Pictures of 16 bits a pixel, as the bytes of a file.
+std::vector<uint8_t> encodePgm(const client::FrameView &frame);
+/// Raises Failure where the program was built without PNG.
+std::vector<uint8_t> encodePng(const client::FrameView &frame);
+
+/// Half blocks in shades of grey that fit into columns by rows characters, the darkest pixel black
+/// and the brightest white.
+std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned rows);
+
+enum class FrameFormat
+{
+    Png,
+    Pgm,
+    Raw, ///< 16-bit little-endian pixels of all frames, back to back
+    Terminal,
+};
+
+/// The format of a name such as "png".
+std::optional<FrameFormat> frameFormatNamed(std::string_view name);
+/// The format that a path asks for by its ending.
+std::optional<FrameFormat> frameFormatOf(std::string_view path);
+
+/// The path for one of many pictures: "%d", or "%06d" for leading zeros, stands for the number;
+/// where \a path has neither, "-<number>" comes before the ending.
+std::string picturePath(const std::string &path, uint64_t number);
+
+/// A sink that makes one picture a frame, or, with raw, one file of all. \a severalFrames tells
+/// whether there will be more than one. Raises Failure when a file can't be made.
+std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
+                                        bool severalFrames);
+std::unique_ptr<FrameSink> makeRawSink(const std::string &path);
+/// Draws on standard output, each frame over the last when that is a terminal.
+std::unique_ptr<FrameSink> makeTerminalSink();
+
+} // namespace tavu::ctl

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "client/values.h"
+#include "encoding/object_value.h"
+
+#include <nlohmann/json.hpp>
+
+namespace tavu::ctl {
+
+/// Keeps the order of keys, so that what is printed stands as the service sent it.
+using Json = nlohmann::ordered_json;
+
+/// A value of the protocol as JSON. A blob becomes {"$bin": "<hexadecimal>"}. Raises
+/// client::ProtocolError for a value that is nested too deeply to be meant.
+Json toJson(const ObjectValue &value);
+
+/// The reverse. Raises UsageError for what has no form in the protocol.
+ObjectValue toObjectValue(const Json &json);
+
+Json toJson(const client::FileEntry &file);
+Json toJson(const client::PortConfig &config);
+
+} // namespace tavu::ctl

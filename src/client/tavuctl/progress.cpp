@@ -1,0 +1,88 @@
+#include "client/tavuctl/progress.h"
+
+#include "client/tavuctl/console.h"
+#include "client/tavuctl/session.h"
+#include "client/tavuctl/text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace tavu::ctl {
+
+namespace {
+
+constexpr unsigned kBarWidth = 30;
+
+std::string bar(double fraction)
+{
+    const double filled = std::clamp(fraction, 0.0, 1.0) * kBarWidth;
+    const auto full = static_cast<unsigned>(filled);
+    std::string result = " [" + std::string(full, '#');
+    result.append(kBarWidth - full, '.');
+    return result + "]";
+}
+
+} // namespace
+
+Progress::Progress(std::string label, std::string noun, std::optional<uint64_t> total)
+    : label_(std::move(label)), noun_(std::move(noun)), total_(total), live_(isConsole(stderr)),
+      start_(Clock::now()), nextDraw_(start_)
+{
+    // Work that is over soon needs no plain line.
+    if (!live_)
+        nextDraw_ += std::chrono::seconds(2);
+}
+
+Progress::~Progress()
+{
+    if (!live_ || !drawn_)
+        return;
+    draw();
+    note("");
+}
+
+void Progress::update(uint64_t count, const std::string &remark, std::optional<double> fraction)
+{
+    count_ = count;
+    remark_ = remark;
+    fraction_ = fraction;
+    const auto now = Clock::now();
+    if (now < nextDraw_)
+        return;
+    nextDraw_ = now + std::chrono::milliseconds(live_ ? 100 : 2000);
+    draw();
+    drawn_ = true;
+}
+
+void Progress::draw()
+{
+    std::string line = label_;
+    std::optional<double> fraction = fraction_;
+    if (!fraction && total_ && *total_ > 0)
+        fraction = static_cast<double>(count_) / static_cast<double>(*total_);
+    if (live_ && fraction)
+        line += bar(*fraction);
+    line += " " + std::to_string(count_);
+    if (total_)
+        line += " of " + counted(*total_, noun_);
+    else
+        line += count_ == 1 ? " " + noun_ : " " + noun_ + "s";
+    const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+    if (count_ > 0 && seconds >= 0.5) {
+        std::array<char, 48> rate;
+        std::snprintf(rate.data(), rate.size(), ", %.1f a second",
+                      static_cast<double>(count_) / seconds);
+        line += rate.data();
+    }
+    if (!remark_.empty())
+        line += ", " + remark_;
+    if (!live_) {
+        note(line);
+        return;
+    }
+    std::fprintf(stderr, "\r%s\033[K", line.c_str());
+    std::fflush(stderr);
+}
+
+} // namespace tavu::ctl

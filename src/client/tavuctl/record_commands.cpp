@@ -1,0 +1,305 @@
+#include "client/tavuctl/advice.h"
+#include "client/tavuctl/arguments.h"
+#include "client/tavuctl/console.h"
+#include "client/tavuctl/groups.h"
+#include "client/tavuctl/json_values.h"
+#include "client/tavuctl/progress.h"
+#include "client/tavuctl/text.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace tavu::ctl {
+
+namespace {
+
+constexpr unsigned kPollMilliseconds = 50;
+
+struct RecordOptions
+{
+    std::vector<uint32_t> ports = {0};
+    std::optional<uint64_t> frames;
+    std::optional<uint64_t> time;
+    std::optional<uint64_t> pretrigger;
+    std::optional<uint64_t> triggerAfter;
+    bool externalStart = false;
+    bool externalStop = false;
+    bool startVariant = false;
+    bool stopVariant = false;
+    bool detach = false;
+    std::string name;
+};
+
+client::RecordingSettings settingsOf(const RecordOptions &options)
+{
+    namespace trigger = client::trigger;
+    client::RecordingSettings settings;
+    settings.portMask = 0;
+    for (const uint32_t port : options.ports)
+        settings.portMask |= 1u << port;
+    settings.externalTrigger =
+        static_cast<uint8_t>((options.externalStart ? trigger::kStart : 0) |
+                             (options.externalStop ? trigger::kStop : 0) |
+                             (options.startVariant ? trigger::kStartVariant : 0) |
+                             (options.stopVariant ? trigger::kStopVariant : 0));
+    if (options.frames)
+        settings.stopCondition = client::StopCondition::FrameCount;
+    else if (options.time)
+        settings.stopCondition = client::StopCondition::Time;
+    settings.count = options.frames ? *options.frames : options.time.value_or(0);
+    settings.usePretrigger = options.pretrigger.has_value();
+    settings.pretriggerCount = options.pretrigger.value_or(0);
+    return settings;
+}
+
+/// A recording under way, which is stopped whatever becomes of us.
+class RunningRecording
+{
+public:
+    RunningRecording(Session &session, const client::RecordingSettings &settings)
+        : session_(session)
+    {
+        session.service().startRecording(session.device, settings);
+    }
+    RunningRecording(const RunningRecording &) = delete;
+    RunningRecording &operator=(const RunningRecording &) = delete;
+    ~RunningRecording()
+    {
+        if (left_)
+            return;
+        try {
+            stop();
+        } catch (const std::exception &) {
+            // Whatever made us come here is the error that people want to see.
+        }
+    }
+
+    void stop()
+    {
+        left_ = true;
+        session_.service().stopRecording(session_.device);
+    }
+
+    /// Lets the recording run on.
+    void leave() { left_ = true; }
+
+private:
+    Session &session_;
+    bool left_ = false;
+};
+
+/// Shows the progress until the recording ends by itself or somebody wants it to. False when
+/// somebody did.
+bool watchRecording(Session &session, const RecordOptions &options)
+{
+    using Clock = std::chrono::steady_clock;
+    client::Connection &service = session.service();
+    const auto port = static_cast<uint8_t>(options.ports[0]);
+    const auto start = Clock::now();
+    bool triggered = !options.triggerAfter;
+    Progress progress("recording", "frame", options.frames);
+    while (true) {
+        const bool done = service.isRecordingDone(session.device);
+        const client::RecordingProgress state = service.recordingProgress(session.device, port);
+        const auto passed = static_cast<uint64_t>(
+            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
+        std::optional<double> fraction;
+        if (options.time)
+            fraction = done ? 1.0 : double(passed) / double(std::max<uint64_t>(*options.time, 1));
+        progress.update(state.numFrames, state.inPretrigger ? "waiting for the trigger" : "",
+                        fraction);
+        if (done)
+            return true;
+        if (interrupted())
+            return false;
+        if (!triggered && passed >= *options.triggerAfter) {
+            service.softwareTrigger(session.device);
+            triggered = true;
+        }
+        pauseFor(kPollMilliseconds);
+    }
+}
+
+void nameRecordings(Session &session, const std::string &name,
+                    const std::vector<client::FileEntry> &files)
+{
+    for (const client::FileEntry &file : files) {
+        const std::string own = files.size() == 1 ? name : name + " " + file.port;
+        session.service().renameFile(session.device, file.fileId, file.streamId, own);
+    }
+}
+
+/// The entries of what was just recorded, one per port.
+std::vector<client::FileEntry> recordedFiles(Session &session, const RecordOptions &options)
+{
+    client::Connection &service = session.service();
+    const std::vector<client::FileEntry> files = service.listFiles(session.device);
+    std::vector<client::FileEntry> recorded;
+    for (const uint32_t port : options.ports) {
+        const client::RecordingTarget target =
+            service.recordingFile(session.device, static_cast<uint8_t>(port));
+        const auto entry = std::find_if(files.begin(), files.end(), [&](const auto &file) {
+            return file.fileId == target.fileId && file.streamId == target.streamId;
+        });
+        if (entry != files.end())
+            recorded.push_back(*entry);
+    }
+    return recorded;
+}
+
+void showRecorded(const Session &session, const std::vector<client::FileEntry> &files)
+{
+    if (session.json) {
+        Json list = Json::array();
+        for (const client::FileEntry &file : files)
+            list.push_back(toJson(file));
+        printJson(list);
+        return;
+    }
+    for (const client::FileEntry &file : files) {
+        const std::string stream = file.streamId ? ":" + std::to_string(file.streamId) : "";
+        const std::string dropped =
+            file.numDroppedFrames ? ", " + std::to_string(file.numDroppedFrames) + " dropped" : "";
+        printLine("recorded file " + std::to_string(file.fileId) + stream + ": " +
+                  counted(file.numFrames, "frame") + dropped + " of " + std::to_string(file.width) +
+                  "x" + std::to_string(file.height) + ", " + sizeText(file.size));
+    }
+}
+
+void stopRecording(RunningRecording &recording, const RecordOptions &options)
+{
+    try {
+        recording.stop();
+    } catch (const client::ServiceError &error) {
+        if (!options.externalStart && !options.externalStop)
+            throw;
+        throw Failure(std::string(error.what()) +
+                      "\nthe device took the order but didn't record: it may have no external "
+                      "trigger, as the emulated device has none");
+    }
+}
+
+[[noreturn]] void failStart(Session &session, const RecordOptions &options,
+                            const client::ServiceError &error)
+{
+    std::string advice;
+    for (const uint32_t port : options.ports) {
+        const std::string text = adviceForUnreadyPort(session, static_cast<uint8_t>(port));
+        advice += (advice.empty() || text.empty() ? "" : "\n") + text;
+    }
+    if (advice.empty())
+        throw client::ServiceError(error);
+    throw Failure(std::string(error.what()) + "\n" + advice);
+}
+
+int record(Session &session, const RecordOptions &options)
+{
+    session.service();
+    catchInterrupts();
+    std::optional<RunningRecording> recording;
+    try {
+        recording.emplace(session, settingsOf(options));
+    } catch (const client::ServiceError &error) {
+        if (std::string_view(error.what()).starts_with("Not paired"))
+            failStart(session, options, error);
+        throw;
+    }
+    if (options.detach) {
+        recording->leave();
+        printLine("recording; `tavuctl stop" + session.deviceOption() + "` ends it");
+        return kSuccess;
+    }
+    if (!options.frames && !options.time && !options.externalStop)
+        note("recording until Ctrl-C");
+    const bool complete = watchRecording(session, options);
+    stopRecording(*recording, options);
+
+    std::vector<client::FileEntry> files = recordedFiles(session, options);
+    if (!options.name.empty()) {
+        nameRecordings(session, options.name, files);
+        files = recordedFiles(session, options);
+    }
+    showRecorded(session, files);
+    if (complete || (!options.frames && !options.time))
+        return kSuccess;
+    note("tavuctl: interrupted; the recording is shorter than was asked for");
+    return kFailure;
+}
+
+void addRecord(CLI::App &app, Session &session)
+{
+    CLI::App *command = app.add_subcommand(
+        "record", "Record until there are enough frames, the time is over, or Ctrl-C");
+    const auto options = std::make_shared<RecordOptions>();
+    addDeviceOption(*command, session);
+    command->add_option("-p,--port", options->ports, "Port to record; give several as 0,1 [0]")
+        ->type_name("N")
+        ->delimiter(',')
+        ->check(CLI::Range(0u, 31u));
+    CLI::Option *frames =
+        command->add_option("-n,--frames", options->frames, "Stop after this many frames")
+            ->type_name("N");
+    addDurationOption(*command, "-t,--time", options->time, "Stop after this time: 10s, 500ms, 2m");
+    command->get_option("--time")->excludes(frames);
+    command->add_option("--name", options->name, "Name of the recording");
+    addDurationOption(*command, "--pretrigger", options->pretrigger,
+                      "Keep this much from before the trigger; then wait for it");
+    addDurationOption(*command, "--trigger-after", options->triggerAfter,
+                      "Fire the software trigger after this time");
+    command->add_flag("--external-start", options->externalStart,
+                      "The external input starts the recording");
+    command->add_flag("--external-stop", options->externalStop,
+                      "The external input stops the recording");
+    command->add_flag("--start-variant", options->startVariant,
+                      "Use the other variant of the start input");
+    command->add_flag("--stop-variant", options->stopVariant,
+                      "Use the other variant of the stop input");
+    command->add_flag("--detach", options->detach, "Only start it; `stop` ends it")
+        ->excludes("--name");
+    addJsonOption(*command, session);
+    addExamples(*command, {"record --frames 90", "record --time 10s --name \"Second try\"",
+                           "record --port 0,1 --pretrigger 2s --trigger-after 5s --frames 300",
+                           "record --external-start --external-stop", "record --detach"});
+    command->callback([&session, options] {
+        session.action = [&session, options] { return record(session, *options); };
+    });
+}
+
+void addStop(CLI::App &app, Session &session)
+{
+    CLI::App *command =
+        app.add_subcommand("stop", "Stop a recording, also one that has ended by itself");
+    addDeviceOption(*command, session);
+    addExamples(*command, {"stop"});
+    command->callback([&session] {
+        session.action = [&session] {
+            session.service().stopRecording(session.device);
+            printLine("the recording is stopped and stored");
+            return kSuccess;
+        };
+    });
+}
+
+void addTrigger(CLI::App &app, Session &session)
+{
+    CLI::App *command = app.add_subcommand("trigger", "Fire the software trigger of a recording");
+    addDeviceOption(*command, session);
+    addExamples(*command, {"trigger"});
+    command->callback([&session] {
+        session.action = [&session] {
+            session.service().softwareTrigger(session.device);
+            return kSuccess;
+        };
+    });
+}
+
+} // namespace
+
+void addRecordCommands(CLI::App &app, Session &session)
+{
+    addRecord(app, session);
+    addStop(app, session);
+    addTrigger(app, session);
+}
+
+} // namespace tavu::ctl

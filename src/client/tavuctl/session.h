@@ -1,0 +1,74 @@
+#pragma once
+
+#include "client/connection.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace tavu::ctl {
+
+/// What one run of tavuctl ends with.
+enum ExitStatus : int
+{
+    kSuccess = 0,
+    kFailure = 1, ///< the service refused, or the work couldn't be done
+    kUsage = 2,
+};
+
+/// The work couldn't be done; what() is for the person at the keyboard.
+class Failure : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The command line can't be what was meant.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The reader of our output has gone: time to end without a word.
+class OutputClosed : public std::exception
+{
+};
+
+// Standard output. All three raise OutputClosed or Failure when it doesn't take the text.
+void print(std::string_view text);
+void printLine(std::string_view text);
+void printJson(const nlohmann::ordered_json &value);
+
+/// A line for a person on standard error; failures are nobody's business.
+void note(std::string_view text);
+
+/// One run of tavuctl: what the command line said that several places want to know, and the
+/// connection, made when first needed.
+class Session
+{
+public:
+    uint32_t device = 0;
+    uint32_t port = 0;
+    bool json = false;
+
+    uint8_t portNumber() const { return static_cast<uint8_t>(port); }
+
+    client::Connection &service();
+
+    /// The options with which another command would reach the same device, or port: "" for 0.
+    std::string deviceOption() const;
+    std::string portOption() const;
+
+    /// What the chosen command does; returns the exit status.
+    std::function<int()> action;
+
+private:
+    std::unique_ptr<client::Connection> connection_;
+};
+
+} // namespace tavu::ctl

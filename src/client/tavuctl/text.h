@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavu::ctl {
+
+/// \a text fit for a terminal: what isn't UTF-8 and what a terminal might obey instead of showing
+/// becomes the replacement character.
+std::string printable(std::string_view text);
+
+/// Columns that \a text takes in a terminal; wide characters take two.
+unsigned displayWidth(std::string_view text);
+
+/// Lines up rows of cells in columns, two blanks apart, each row a line.
+std::string table(const std::vector<std::vector<std::string>> &rows);
+
+/// "235.9 MB".
+std::string sizeText(uint64_t bytes);
+
+/// "2026-11-21T12:00:00Z" for a count of 100 ns since 1601 UTC; "-" for 0, and the bare number for
+/// one that lies beyond the year 9999.
+std::string timeText(uint64_t timestamp);
+
+/// "90 frames", "1 frame".
+std::string counted(uint64_t count, std::string_view noun);
+
+std::string hexText(std::span<const uint8_t> bytes);
+
+} // namespace tavu::ctl

@@ -1,0 +1,112 @@
+#include "client/tavuctl/arguments.h"
+#include "client/tavuctl/console.h"
+#include "client/tavuctl/groups.h"
+#include "client/tavuctl/json_values.h"
+#include "client/tavuctl/text.h"
+#include "platform/clock.h"
+
+#include <array>
+#include <chrono>
+
+namespace tavu::ctl {
+
+namespace {
+
+struct WatchOptions
+{
+    std::optional<uint64_t> count;
+    std::optional<uint64_t> timeout;
+};
+
+std::string typeName(client::EventType type)
+{
+    static constexpr std::array<const char *, 6> kNames = {"QueueClosed",      "DevicesChanged",
+                                                           "RecordingStarted", "RecordingStopped",
+                                                           "FilesChanged",     "PairingChanged"};
+    const auto number = static_cast<uint32_t>(type);
+    return number < kNames.size() ? kNames[number] : "Event" + std::to_string(number);
+}
+
+/// "0,2" for the mask 5.
+std::string portsText(uint32_t mask)
+{
+    std::string text;
+    for (unsigned port = 0; port < 32; ++port) {
+        if (mask & (1u << port))
+            text += (text.empty() ? "" : ",") + std::to_string(port);
+    }
+    return text;
+}
+
+std::string eventText(const client::Event &event)
+{
+    using client::EventType;
+    std::string text = timeText(utcTimestamp()) + " " + typeName(event.type);
+    if (event.type != EventType::DevicesChanged)
+        text += " device " + std::to_string(event.device);
+    if (event.type == EventType::RecordingStarted)
+        text += " ports " + portsText(event.port);
+    else if (event.type == EventType::PairingChanged)
+        text += " port " + std::to_string(event.port);
+    return text;
+}
+
+void showEvent(const Session &session, const client::Event &event)
+{
+    if (!session.json) {
+        printLine(eventText(event));
+        return;
+    }
+    // One event a line, so that a script can take them as they come.
+    const Json json = {{"time", timeText(utcTimestamp())},
+                       {"event", typeName(event.type)},
+                       {"type", static_cast<uint32_t>(event.type)},
+                       {"device", event.device},
+                       {"port", event.port}};
+    printLine(json.dump());
+}
+
+int watch(Session &session, const WatchOptions &options)
+{
+    using Clock = std::chrono::steady_clock;
+    client::Connection &service = session.service();
+    const uint32_t queue = service.createEventQueue();
+    catchInterrupts();
+    note("watching; Ctrl-C ends it");
+    const auto start = Clock::now();
+    uint64_t seen = 0;
+    while (!interrupted() && (!options.count || seen < *options.count)) {
+        if (options.timeout && Clock::now() - start >= std::chrono::microseconds(*options.timeout))
+            break;
+        const client::Event event = service.readEvent(queue);
+        if (event.type == client::EventType::NoEvent)
+            continue;
+        if (event.type == client::EventType::QueueClosed)
+            throw Failure("another client closed our event queue");
+        showEvent(session, event);
+        ++seen;
+    }
+    // Who names a count waits for that many.
+    return options.count && seen < *options.count ? kFailure : kSuccess;
+}
+
+} // namespace
+
+void addWatchCommand(CLI::App &app, Session &session)
+{
+    CLI::App *command = app.add_subcommand("watch", "Print events as they come, until Ctrl-C");
+    const auto options = std::make_shared<WatchOptions>();
+    command
+        ->add_option("-n,--count", options->count,
+                     "End after this many events; with fewer the exit status is 1")
+        ->type_name("N");
+    addDurationOption(*command, "-t,--timeout", options->timeout,
+                      "End after this time, to half a second");
+    command->add_flag("--json", session.json, "Print a JSON object a line, for scripts");
+    addExamples(*command, {"watch", "watch --count 1 --timeout 30s", "watch --json | jq .event"});
+    command->callback([&session, options] {
+        session.action = [&session, options] { return watch(session, *options); };
+    });
+}
+
+} // namespace tavu::ctl

@@ -1,0 +1,159 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tavu::client {
+
+using Bytes = std::vector<uint8_t>;
+
+enum class EventType : uint32_t
+{
+    QueueClosed = 0,      ///< somebody destroyed this queue
+    DevicesChanged = 1,   ///< ask for the devices and their state again
+    RecordingStarted = 2, ///< Event::port holds the recording's port mask
+    RecordingStopped = 3,
+    FilesChanged = 4,
+    PairingChanged = 5,
+    NoEvent = 6, ///< nothing happened while the read waited
+};
+
+/// What the service tells of. Later services may bring types beyond the ones named here.
+struct Event
+{
+    EventType type = EventType::NoEvent;
+    uint32_t device = 0;
+    uint32_t port = 0;
+};
+
+/// One recorded stream; the pair fileId, streamId names it.
+struct FileEntry
+{
+    std::string name;   ///< as the user called it
+    std::string port;   ///< name of the port it was recorded on
+    std::string camera; ///< name of the camera that was paired with it
+    uint32_t fileId = 0;
+    uint32_t streamId = 0;
+    uint16_t width = 0;  ///< pixels
+    uint16_t height = 0; ///< pixels
+    uint64_t numFrames = 0;
+    uint64_t numDroppedFrames = 0;
+    uint64_t size = 0;      ///< bytes
+    uint64_t timestamp = 0; ///< 100 ns since 1601-01-01 UTC
+    uint64_t duration = 0;  ///< this and the next two are as clients stored them
+    uint64_t startTime = 0;
+    uint64_t endTime = 0;
+};
+
+/// What setFileInfo() stores in a recording.
+struct FileUpdate
+{
+    std::string name;
+    uint16_t width = 0;
+    uint16_t height = 0;
+    uint64_t numFrames = 0;
+    uint64_t numDroppedFrames = 0;
+    uint64_t startTime = 0;
+    uint64_t endTime = 0;
+    uint64_t duration = 0;
+};
+
+/// A recording opened for playback.
+struct OpenedFile
+{
+    uint32_t openFileId = 0;
+    std::string mapping; ///< name of the region in which its frames appear
+};
+
+struct OpenFileInfo
+{
+    uint16_t width = 0;     ///< pixels
+    uint16_t height = 0;    ///< pixels
+    uint32_t imageSize = 0; ///< bytes of a frame
+    uint64_t numFrames = 0;
+    uint64_t size = 0; ///< bytes of the recording
+};
+
+/// Geometry of a live frame.
+struct FrameGeometry
+{
+    uint16_t width = 0;     ///< pixels
+    uint16_t height = 0;    ///< pixels
+    uint32_t imageSize = 0; ///< bytes
+};
+
+/// What a port records. Width and height of 0 mean that it isn't configured.
+struct PortConfig
+{
+    uint16_t width = 0;  ///< pixels
+    uint16_t height = 0; ///< pixels
+    uint32_t pixelFormat = 0;
+    uint32_t tapGeometry = 0;
+};
+
+/// A camera to bind to a port.
+struct Pairing
+{
+    std::string identity; ///< the camera's name
+    Bytes info;           ///< an opaque block that belongs to the camera
+    uint16_t framesPerPacket = 0;
+};
+
+/// What ends a recording by itself.
+enum class StopCondition : uint8_t
+{
+    None = 0,
+    FrameCount = 1,
+    Time = 2,
+};
+
+/// Flags of RecordingSettings::externalTrigger.
+namespace trigger {
+inline constexpr uint8_t kStart = 1;         ///< the external input starts the recording
+inline constexpr uint8_t kStop = 2;          ///< the external input stops it
+inline constexpr uint8_t kStartVariant = 16; ///< selects the other variant of the start input
+inline constexpr uint8_t kStopVariant = 32;  ///< selects the other variant of the stop input
+} // namespace trigger
+
+struct RecordingSettings
+{
+    uint32_t portMask = 1;       ///< bit n selects port n
+    uint8_t externalTrigger = 0; ///< flags of namespace trigger
+    StopCondition stopCondition = StopCondition::None;
+    uint64_t count = 0; ///< frames, or the recorder's time units (microseconds)
+    bool usePretrigger = false;
+    uint64_t pretriggerCount = 0; ///< the recorder's time units (microseconds)
+};
+
+/// Where a port's recording goes.
+struct RecordingTarget
+{
+    uint32_t fileId = 0;
+    uint32_t streamId = 0;
+};
+
+struct RecordingProgress
+{
+    uint64_t numFrames = 0;
+    bool inPretrigger = false;
+};
+
+enum class RecoveryStatus : uint32_t
+{
+    None = 0, ///< no recovery has run
+    Running = 1,
+    Failed = 2, ///< recoveryError() has the text
+    Done = 3,   ///< waits for finishRecovery()
+    Cancelled = 4,
+};
+
+/// A camera's serial channel. The numbers for parity are the recorder library's.
+struct SerialSettings
+{
+    uint32_t baudRate = 9600;
+    uint8_t parity = 0;
+    uint8_t stopBits = 1;
+};
+
+} // namespace tavu::client

@@ -1,0 +1,38 @@
+#include "encoding/file_stream.h"
+#include "platform/files.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace tavu {
+
+FileStream::FileStream(const std::string &path, const char *mode) : file_(openFile(path, mode))
+{
+    if (!file_)
+        throw std::runtime_error("Failed to open file: " + path);
+}
+
+FileStream::~FileStream()
+{
+    close();
+}
+
+uint64_t FileStream::read(void *buffer, uint64_t byteCount)
+{
+    return std::fread(buffer, 1, static_cast<size_t>(byteCount), file_);
+}
+
+uint64_t FileStream::write(const void *buffer, uint64_t byteCount)
+{
+    return std::fwrite(buffer, 1, static_cast<size_t>(byteCount), file_);
+}
+
+bool FileStream::close()
+{
+    if (!file_)
+        return true;
+    const bool failed = std::ferror(file_) != 0;
+    return std::fclose(std::exchange(file_, nullptr)) == 0 && !failed;
+}
+
+} // namespace tavu

@@ -1,0 +1,105 @@
+#include "emulator/emulator_test.h"
+
+namespace tavu {
+namespace {
+
+TEST_F(EmulatorTest, PlaysFramesBack)
+{
+    prepare(4, 4);
+    record(3);
+    const std::string content = file("Emu/1");
+    SharedRegion first, second;
+    EXPECT_EQ(open(1), 0u);
+    ASSERT_TRUE(first.open(mapping_));
+    EXPECT_EQ(open(1), 1u);
+    ASSERT_TRUE(second.open(mapping_));
+    uint16_t width, height;
+    uint32_t imageSize;
+    uint64_t numFrames, size;
+    device_->fileInfo(0, width, height, imageSize, numFrames, size);
+    EXPECT_EQ(imageSize, 32u);
+    EXPECT_EQ(numFrames, 3u);
+    EXPECT_EQ(size, 96u);
+    EXPECT_EQ(errorOf([&] { device_->readFrame(0, 3); }), "Invalid frame index");
+
+    // More frames than the file has may be asked for.
+    device_->setFileInfo(1, 0, "many", 4, 4, ~uint64_t(0), 0, 0, 0, 0);
+    const struct
+    {
+        uint64_t frame;
+        size_t shown; ///< the frame that stands in the region then
+    } cases[] = {
+        {uint64_t(1) << 26, 0}, // 2 GiB, a negative offset: from the beginning
+        {uint64_t(1) << 26, 1}, // and on
+        {0, 0},
+        {(uint64_t(1) << 27) + 2, 2}, // 4 GiB and two frames
+        {uint64_t(1) << 26, 2},       // at the end: nothing is read
+        {3, 2},
+        {1, 1},
+    };
+    for (const auto &c : cases) {
+        device_->readFrame(0, c.frame);
+        EXPECT_EQ(bytesOf(first, 32), content.substr(32 * c.shown, 32)) << c.frame;
+    }
+    EXPECT_EQ(bytesOf(second, 32), std::string(32, '\0'));
+
+    device_->closeFile(0);
+    EXPECT_EQ(errorOf([&] { device_->readFrame(0, 0); }), "File not open");
+    EXPECT_EQ(errorOf([&] { device_->readFrame(2, 0); }), "Invalid fileId");
+    EXPECT_EQ(open(1), 0u);
+}
+
+TEST_F(EmulatorTest, AnOpenFileSurvivesAnotherGeometry)
+{
+    prepare(4, 4);
+    record(1);
+    open(1);
+    SharedRegion region;
+    ASSERT_TRUE(region.open(mapping_));
+    const auto deleted = file("Emu/1");
+    // The file id comes back, with frames far beyond the region.
+    device_->setup();
+    device_->setPortConfig(0, 300, 300, 0, 0);
+    EXPECT_EQ(record(1), 1u);
+    device_->readFrame(0, 0);
+    EXPECT_EQ(bytesOf(region, 32), deleted);
+    EXPECT_EQ(bytesOf(region, 4096).substr(32), std::string(4064, '\0'));
+    EXPECT_EQ(open(1), 1u);
+    ASSERT_TRUE(region.open(mapping_));
+    device_->readFrame(1, 0);
+    EXPECT_EQ(bytesOf(region, 180000), file("Emu/1"));
+}
+
+TEST_F(EmulatorTest, LiveRampGoesOnAndStartsAnew)
+{
+    EXPECT_EQ(errorOf([&] { device_->startLive(0); }), "Failed to create memory mapping");
+    device_->setPortConfig(0, 4, 4, 0, 0);
+    uint16_t width, height;
+    uint32_t imageSize;
+    const auto frameError = [&] {
+        return errorOf([&] { device_->liveFrame(0, width, height, imageSize); });
+    };
+    EXPECT_EQ(frameError(), "Live not started");
+    EXPECT_EQ(errorOf([&] { device_->stopLive(0); }), "Live not started");
+    for (int run = 0; run < 2; ++run) {
+        SharedRegion region;
+        ASSERT_TRUE(region.open(device_->startLive(0)));
+        EXPECT_EQ(errorOf([&] { device_->startLive(0); }), "Live alrady started");
+        const auto *pixels = static_cast<const uint8_t *>(region.view());
+        for (int frame = 0; frame < 3; ++frame) {
+            // The region stays as it is when the geometry grows beyond 32 bits.
+            if (frame == 2)
+                device_->setPortConfig(0, 65535, 65535, 0, 0);
+            EXPECT_EQ(frameError(), "");
+            EXPECT_EQ(imageSize, frame == 2 ? 0xFFFC0002u : 32u);
+            EXPECT_EQ(pixels[0], 16 * frame);
+            EXPECT_EQ(pixels[30], 16 * frame + 15);
+            EXPECT_EQ(pixels[32], 0);
+        }
+        device_->setPortConfig(0, 4, 4, 0, 0);
+        device_->stopLive(0);
+    }
+}
+
+} // namespace
+} // namespace tavu

@@ -1,0 +1,152 @@
+#include "emulator/emulator_test.h"
+
+#include "emulator/frame_header.h"
+
+#include <cstring>
+#include <system_error>
+
+namespace tavu {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A frame file as it must be: a ramp that goes on, under a header no longer than the first row.
+std::string syntheticFrames(size_t width, size_t height, size_t count)
+{
+    std::string file;
+    uint16_t value = 0;
+    FrameHeader header;
+    for (size_t frame = 0; frame < count; ++frame) {
+        const size_t begin = file.size();
+        for (size_t i = 0; i < width * height; ++i, ++value)
+            file.append({static_cast<char>(value & 255), static_cast<char>(value >> 8)});
+        header.stamp(86400000 + 33 * frame, static_cast<uint32_t>(frame));
+        std::memcpy(&file[begin], header.bytes().data(), std::min<size_t>(2 * width, 126));
+    }
+    return file;
+}
+
+TEST_F(EmulatorTest, WritesSyntheticFrames)
+{
+    const struct
+    {
+        uint16_t width, height;
+        uint64_t count, frames;
+    } cases[] = {{4, 4, 3, 3}, {10, 1, 2, 2}, {300, 301, 2, 2}, {1, 1, 0, 1}};
+    uint32_t fileId = 0;
+    for (const auto &c : cases) {
+        prepare(c.width, c.height);
+        ASSERT_EQ(record(c.count), ++fileId);
+        EXPECT_EQ(file("Emu/" + std::to_string(fileId)),
+                  syntheticFrames(c.width, c.height, c.frames));
+        const FileRecord record = device_->listFiles().back();
+        EXPECT_EQ(record.port, "Emu");
+        EXPECT_EQ(record.camera, "cam");
+        EXPECT_EQ(record.numFrames, c.frames);
+        EXPECT_EQ(record.size, 2u * c.width * c.height * c.frames);
+        EXPECT_EQ(record.info.size(), 5u);
+    }
+    // 1023 ms is the first schedule time past one second, and its frame is still written.
+    EXPECT_EQ(record(1000000, 2), 5u);
+    EXPECT_EQ(progress(), 32u);
+    restart();
+    EXPECT_EQ(listed(), "1:1 2:2 3:3 4:4 5:5 ");
+}
+
+TEST_F(EmulatorTest, RecordsOnlyWhenAllIsReady)
+{
+    const auto startError = [&] { return errorOf([&] { start(1, 1); }); };
+    const auto stopError = [&] { return errorOf([&] { device_->stopRecording(); }); };
+    device_->setPortConfig(0, 2, 2, 0, 0);
+    EXPECT_EQ(startError(), "Not paired/configured.");
+    prepare(2, 2);
+    EXPECT_EQ(errorOf([&] { device_->startRecording(3, 1, 1, 1, false, 0); }), "Invalid port mask");
+    device_->startRecording(1, 2, 1, 1, false, 0);
+    EXPECT_EQ(stopError(), "Not recording");
+
+    fs::create_directory(path_ / "Emu/.incomplete");
+    EXPECT_FALSE(device_->hasIncompleteFile());
+    EXPECT_EQ(startError(), "Failed to create file");
+    fs::remove(path_ / "Emu/.incomplete");
+
+    writeFile(path_ / "Emu/.incomplete", std::string(99, 'x'));
+    EXPECT_EQ(startError(), "");
+    waitFor([&] { return device_->isRecordingDone(); });
+    EXPECT_EQ(startError(), "Already recording");
+    EXPECT_EQ(stopError(), "");
+    EXPECT_EQ(stopError(), "Not recording");
+    EXPECT_EQ(file("Emu/1").size(), 8u);
+}
+
+TEST_F(EmulatorTest, TheHeaderFollowsTheWidthThatTheFrameDoesNot)
+{
+    prepare(2, 300);
+    start(0, 0);
+    device_->setPortConfig(0, 100, 1, 0, 0);
+    const uint64_t before = progress();
+    waitFor([&] { return progress() > before + 1; });
+    EXPECT_FALSE(device_->isRecordingDone());
+    device_->stopRecording();
+    EXPECT_TRUE(device_->isRecordingDone());
+    const FileRecord record = device_->listFiles()[0];
+    EXPECT_EQ(record.width, 2);
+    EXPECT_EQ(record.numFrames, progress());
+    const size_t last = static_cast<size_t>(progress() - 1);
+    FrameHeader header;
+    header.stamp(86400000 + 33 * last, static_cast<uint32_t>(last));
+    EXPECT_EQ(std::memcmp(&file("Emu/1").at(1200 * last), header.bytes().data(), 126), 0);
+}
+
+TEST_F(EmulatorTest, AStopThatFailsStillEndsTheRecording)
+{
+    prepare(2, 2);
+    start(1, 1);
+    device_->setup();
+    EXPECT_EQ(errorOf([&] { device_->stopRecording(); }), "Internal error, lost file id");
+
+    fs::create_directory(path_ / "Emu/1.meta");
+    EXPECT_EQ(errorOf([&] { record(1); }),
+              "Failed to open file: " + (path_ / "Emu/1.meta").string());
+    EXPECT_EQ(listed(), "1:1 ");
+    EXPECT_EQ(record(1), 2u);
+
+    // A frame file that is gone counts as an empty one.
+    start(1, 1);
+    device_->discardIncompleteFile();
+    device_->stopRecording();
+    EXPECT_EQ(device_->listFiles().back().size, 0u);
+}
+
+TEST_F(EmulatorTest, ACutOffRecordingLeavesWholeFrames)
+{
+    prepare(50, 50);
+    start(0, 0);
+    waitFor([&] { return progress() > 1; });
+    restart();
+    EXPECT_TRUE(device_->hasIncompleteFile());
+    const std::string content = file("Emu/.incomplete");
+    EXPECT_GE(content.size(), 2u * 5000);
+    EXPECT_EQ(content, syntheticFrames(50, 50, content.size() / 5000));
+    EXPECT_EQ(listed(), "");
+    device_->discardIncompleteFile();
+    device_->discardIncompleteFile();
+    EXPECT_FALSE(device_->hasIncompleteFile());
+    EXPECT_EQ(record(1), 1u);
+}
+
+TEST_F(EmulatorTest, RecoveryFailsAsClientsKnowIt)
+{
+    EXPECT_EQ(errorOf([&] { device_->finishRecovery(); }), "Not paired/configured.");
+    EXPECT_TRUE(fs::is_empty(path_ / "Emu"));
+    prepare(2, 2);
+    writeFile(path_ / "Emu/.incomplete", "12345678");
+    EXPECT_THROW(device_->recoveryStatus(), std::system_error);
+    EXPECT_THROW(device_->startRecovery(), std::system_error);
+    EXPECT_TRUE(device_->hasIncompleteFile());
+    EXPECT_EQ(errorOf([&] { device_->finishRecovery(); }), "eof");
+    EXPECT_EQ(fs::file_size(path_ / "Emu/4294967295.meta"), 0u);
+    EXPECT_EQ(listed(), "");
+}
+
+} // namespace
+} // namespace tavu

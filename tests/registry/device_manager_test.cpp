@@ -1,0 +1,420 @@
+#include "registry/device_manager.h"
+#include "registry/fake_recorders.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <system_error>
+
+namespace tavu {
+namespace {
+
+using Fault = FakeRecorders::Fault;
+
+void setEnvironment(const std::string &name, const char *value)
+{
+#if defined(_WIN32)
+    ::_putenv_s(name.c_str(), value ? value : "");
+#else
+    value ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
+#endif
+}
+
+template <typename Action>
+std::string failureOf(const Action &action)
+{
+    try {
+        action();
+    } catch (const std::exception &error) {
+        return error.what();
+    }
+    return "no failure";
+}
+
+class DeviceManagerTest : public testing::Test
+{
+protected:
+    ~DeviceManagerTest() override
+    {
+        for (const char *name :
+             {"SATA_ONLY", "ENABLE_EMULATOR", "DEVICE_NAME_WHITELIST", "DEVICE_NAME_BLACKLIST",
+              "DEVICE_ALT_NAME_WHITELIST", "DEVICE_ALT_NAME_BLACKLIST"})
+            setEnvironment(std::string("TAVUSRV_") + name, nullptr);
+    }
+
+    /// Starts the manager and returns what it printed.
+    std::string start()
+    {
+        testing::internal::CaptureStdout();
+        manager.start();
+        queue = manager.createQueue();
+        return testing::internal::GetCapturedStdout();
+    }
+
+    /// Lets the library report a change and returns what the update that follows printed.
+    std::string update()
+    {
+        testing::internal::CaptureStdout();
+        std::thread(fake->callback).join();
+        EXPECT_EQ(nextEvent(), "1 0 0");
+        return testing::internal::GetCapturedStdout();
+    }
+
+    std::string nextEvent()
+    {
+        DeviceEvent event;
+        for (int i = 0; i < 60 && event.type == EventType::NoEvent; ++i)
+            manager.readEvent(queue, event);
+        return std::to_string(uint32_t(event.type)) + " " + std::to_string(event.device) + " " +
+               std::to_string(event.port);
+    }
+
+    std::string names()
+    {
+        std::string result;
+        for (uint32_t i = 0; i < manager.deviceCount(); ++i)
+            result += manager.name(i) + (manager.isConnected(i) ? "+ " : "- ");
+        return result;
+    }
+
+    std::shared_ptr<FakeRecorders> fake = std::make_shared<FakeRecorders>();
+    DeviceManager manager{std::make_unique<FakeLibrary>(fake)};
+    uint32_t queue = 0;
+};
+
+TEST_F(DeviceManagerTest, anyFailureOfTheLibraryLeavesAServiceWithoutRecorders)
+{
+    struct
+    {
+        const char *failing;
+        std::array<uint32_t, 4> version;
+    } const cases[] = {
+        {"initialize OREK Pellam 0 2", {2, 1, 0, 38}},
+        {"deviceCollection 7 0", {2, 1, 0, 38}},
+        {"", {2, 1, 0, 39}},
+    };
+    for (const auto &c : cases) {
+        for (const Fault fault : {Fault::WithText, Fault::WithoutText}) {
+            auto broken = std::make_shared<FakeRecorders>();
+            broken->change({{"A", "", 0}});
+            broken->version = c.version;
+            broken->faults[c.failing] = fault;
+            DeviceManager empty(std::make_unique<FakeLibrary>(broken));
+            testing::internal::CaptureStdout();
+            empty.start();
+            EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << c.failing;
+            EXPECT_EQ(empty.deviceCount(), 0u);
+            EXPECT_FALSE(broken->callback);
+            EXPECT_EQ(failureOf([&] { empty.name(0); }), "Invalid device index.");
+        }
+    }
+    DeviceManager absent;
+    absent.start();
+    EXPECT_EQ(absent.deviceCount(), 0u);
+}
+
+TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
+{
+    setEnvironment("TAVUSRV_SATA_ONLY", "");
+    start();
+    EXPECT_EQ(fake->takeCalls(), "initialize OREK Pellam 0 2;deviceCollection 7 0;count;");
+    setEnvironment("TAVUSRV_SATA_ONLY", "0");
+    DeviceManager other(std::make_unique<FakeLibrary>(fake));
+    other.start();
+    EXPECT_EQ(fake->takeCalls(), "initialize OREK Pellam 0 2;deviceCollection 3 0;count;");
+}
+
+TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
+{
+    setEnvironment("XDG_DATA_HOME", testing::TempDir().c_str());
+    setEnvironment("TAVUSRV_ENABLE_EMULATOR", "1");
+    fake->change({{"A", "", 0}});
+    start();
+    fake->takeCalls();
+    update();
+    EXPECT_EQ(manager.deviceCount(), 2u);
+    EXPECT_EQ(manager.name(0), "Emulator");
+    EXPECT_EQ(manager.name(1), "A");
+    EXPECT_EQ(fake->takeCalls(), "count;deviceName 0;reconnect 0;");
+    setEnvironment("TAVUSRV_ENABLE_EMULATOR", "");
+    DeviceManager other;
+    other.start();
+    EXPECT_EQ(other.deviceCount(), 0u);
+}
+
+TEST_F(DeviceManagerTest, followsRecordersThatComeAndGo)
+{
+    fake->change({{"A", "", 0}, {"B", "", 1}});
+    EXPECT_EQ(start(), "Updating device list.\nFound device: A\nFound device: B (disconnected)\n"
+                       "Done updating device list.\n");
+    EXPECT_EQ(names(), "A+ B- ");
+    fake->takeCalls();
+
+    fake->change({{"A", "", 1}, {"B", "", 0}, {"C", "", 0}});
+    EXPECT_EQ(update(), "Updating device list.\nFound device: A (existing, disconnected)\n"
+                        "Found device: B (existing)\nFound device: C\n"
+                        "Done updating device list.\n");
+    EXPECT_EQ(fake->takeCalls(), "count;deviceName 0;markDisconnected 0;deviceName 1;reconnect 1;"
+                                 "deviceName 2;connect 2;");
+    EXPECT_EQ(names(), "A- B+ C+ ");
+
+    // Indices that the collection lost fail one by one; nobody loses a place.
+    fake->change({{"A", "", 0}});
+    const std::string log = update();
+    EXPECT_EQ(log.find("Updating device list.\nFound device: A (existing)\nCaught exception: "),
+              0u);
+    EXPECT_NE(log.find("Done"), log.npos);
+    EXPECT_EQ(manager.deviceCount(), 3u);
+    EXPECT_EQ(manager.name(2), "C");
+}
+
+TEST_F(DeviceManagerTest, failureHurtsOneDeviceOnly)
+{
+    fake->change({{"A", "", 0}, {"B", "", 0}, {"C", "", 0}, {"D", "", 0}});
+    fake->faults = {{"connect 0", Fault::WithText},
+                    {"connect 1", Fault::WithoutText},
+                    {"deviceName 2", Fault::WithText},
+                    {"reconnect 0", Fault::WithText}};
+    EXPECT_EQ(start(), "Updating device list.\nFound device: A\n"
+                       "Caught exception: connect 0 failed\nFound device: B\n"
+                       "Caught exception: deviceName 2 failed\nFound device: D\n"
+                       "Done updating device list.\n");
+    EXPECT_EQ(names(), "A+ B+ D+ ");
+    EXPECT_EQ(update(), "Updating device list.\nFound device: A (existing)\n"
+                        "Caught exception: reconnect 0 failed\nFound device: B (existing)\n"
+                        "Found device: D (existing)\nDone updating device list.\n");
+    // A count that fails ends this one update; clients are told all the same.
+    fake->faults = {{"count", Fault::WithText}};
+    EXPECT_EQ(update(), "Updating device list.\nCaught exception: count failed\n");
+    fake->faults.clear();
+    fake->change({{"A", "", 0}, {"B", "", 0}, {"C", "", 0}, {"D", "", 0}, {"E", "", 0}});
+    update();
+    EXPECT_EQ(names(), "A+ B+ D+ E+ ");
+}
+
+TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
+{
+    const struct
+    {
+        const char *variable;
+        const char *value;
+        const char *names;
+        const char *calls;
+    } cases[] = {
+        {"NAME_WHITELIST", "lab*|x", "Lab1+ Lab2+ ", ""},
+        {"NAME_BLACKLIST", "lab?", "Hall+ ", ""},
+        {"NAME_BLACKLIST", "none", "Lab1+ Lab2+ Hall+ ", ""},
+        {"ALT_NAME_WHITELIST", "north", "Lab1+ ",
+         "alternativeName 0;alternativeName 1;alternativeName 2;"},
+        {"ALT_NAME_BLACKLIST", "north", "Lab2+ ",
+         "alternativeName 0;alternativeName 1;alternativeName 2;"},
+    };
+    for (const auto &c : cases) {
+        auto recorders = std::make_shared<FakeRecorders>();
+        recorders->change({{"Lab1", "North", 0}, {"Lab2", "South", 0}, {"Hall", "", 0}});
+        recorders->faults["alternativeName 2"] = Fault::WithText;
+        DeviceManager filtered(std::make_unique<FakeLibrary>(recorders));
+        const std::string variable = std::string("TAVUSRV_DEVICE_") + c.variable;
+        setEnvironment(variable, c.value);
+        testing::internal::CaptureStdout();
+        filtered.start();
+        EXPECT_EQ(testing::internal::GetCapturedStdout().find("Caught"), std::string::npos);
+        setEnvironment(variable, nullptr);
+        std::string kept;
+        for (uint32_t i = 0; i < filtered.deviceCount(); ++i)
+            kept += filtered.name(i) + "+ ";
+        EXPECT_EQ(kept, c.names) << c.variable << "=" << c.value;
+        std::string asked;
+        std::istringstream calls(recorders->takeCalls());
+        for (std::string call; std::getline(calls, call, ';');)
+            asked += call.find("alternative") == 0 ? call + ";" : "";
+        EXPECT_EQ(asked, c.calls);
+    }
+
+    fake->change({{"Lab", "", 0}, {"Hall", "", 0}});
+    setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", "lab");
+    start();
+    setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", nullptr);
+    update();
+    update();
+    EXPECT_EQ(names(), "Hall+ ");
+}
+
+TEST_F(DeviceManagerTest, queueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLastEvent)
+{
+    EXPECT_EQ(manager.createQueue(), 0u);
+    EXPECT_EQ(manager.createQueue(), 1u);
+    EXPECT_EQ(manager.createQueue(), 2u);
+    manager.broadcast(DeviceEvent{EventType::FilesChanged, 5, 0});
+    manager.destroyQueue(0, true);
+    manager.destroyQueue(1, false);
+    DeviceEvent event;
+    for (const uint32_t id : {0u, 1u, 3u, 0xFFFFFFFFu}) {
+        const std::string text = "Inalid event queue id.";
+        EXPECT_EQ(failureOf([&] { manager.readEvent(id, event); }), text);
+        EXPECT_EQ(failureOf([&] { manager.tryReadEvent(id, event); }), text);
+        EXPECT_EQ(failureOf([&] { manager.destroyQueue(id, false); }), text);
+    }
+    manager.broadcast(DeviceEvent{EventType::FilesChanged, 6, 0});
+    EXPECT_EQ(manager.createQueue(), 0u);
+    EXPECT_EQ(manager.createQueue(), 3u);
+    EXPECT_FALSE(manager.tryReadEvent(0, event));
+    for (const uint32_t device : {5u, 6u}) {
+        ASSERT_TRUE(manager.tryReadEvent(2, event));
+        EXPECT_EQ(event.device, device);
+    }
+}
+
+TEST_F(DeviceManagerTest, closingAQueueFreesItsReaderAndTheSlot)
+{
+    DeviceEvent event;
+    // On a busy machine the queue may be closed before the reader gets to it: another try then.
+    for (int i = 0; i < 100 && event.type != EventType::QueueClosed; ++i) {
+        queue = manager.createQueue();
+        std::thread reader([&] { failureOf([&] { manager.readEvent(queue, event); }); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        manager.destroyQueue(queue, false);
+        reader.join();
+    }
+    EXPECT_EQ(event.type, EventType::QueueClosed);
+    EXPECT_EQ(manager.createQueue(), queue);
+}
+
+TEST_F(DeviceManagerTest, operationsPassTheirArgumentsAndTellTheQueues)
+{
+    fake->change({{"A", "", 0}, {"B", "", 0}});
+    start();
+    using Manager = DeviceManager;
+    const struct
+    {
+        const char *call;
+        const char *event;
+        std::function<void(Manager &)> operation;
+    } cases[] = {
+        {"startRecording 5 2 3 4 1 6", "2 1 5",
+         [](Manager &m) { m.startRecording(1, 5, 2, 3, 4, true, 6); }},
+        {"stopRecording", "3 1 0", [](Manager &m) { m.stopRecording(1); }},
+        {"removeFile 7 8", "4 1 0", [](Manager &m) { m.removeFile(1, 7, 8); }},
+        {"renameFile N 7 8", "4 1 0", [](Manager &m) { m.renameFile(1, 7, 8, "N", true); }},
+        {"renameFile N 7 8", "", [](Manager &m) { m.renameFile(1, 7, 8, "N", false); }},
+        {"setFileInfo N 1 2 3 4 5 6 7 8 9", "4 1 0",
+         [](Manager &m) {
+             EXPECT_EQ(m.setFileInfo(1, 1, 2, "N", 3, 4, 5, 6, 7, 8, 9, true), "N used");
+         }},
+        {"setFileInfo N 1 2 3 4 5 6 7 8 9", "",
+         [](Manager &m) { m.setFileInfo(1, 1, 2, "N", 3, 4, 5, 6, 7, 8, 9, false); }},
+        {"pairPort N 3 4 5", "5 1 3", [](Manager &m) { m.pairPort(1, 3, "N", nullptr, 4, 5); }},
+        {"repairPort N 3 4 5", "", [](Manager &m) { m.repairPort(1, 3, "N", nullptr, 4, 5); }},
+        {"unpairPort 3", "5 1 3", [](Manager &m) { m.unpairPort(1, 3); }},
+        {"setPortConfig 1 2 3 4 5", "", [](Manager &m) { m.setPortConfig(1, 1, 2, 3, 4, 5); }},
+        {"serialOpen 1 2 3 4", "", [](Manager &m) { m.serialOpen(1, 1, 2, 3, 4); }},
+        {"", "4 9 0", [](Manager &m) { m.notifyFilesChanged(9); }},
+    };
+    DeviceEvent event;
+    for (const auto &c : cases) {
+        fake->takeCalls();
+        c.operation(manager);
+        EXPECT_EQ(fake->takeCalls(), *c.call ? std::string(c.call) + ";" : "");
+        if (*c.event) {
+            EXPECT_EQ(nextEvent(), c.event) << c.call;
+        }
+        EXPECT_FALSE(manager.tryReadEvent(queue, event)) << c.call;
+        if (*c.call) {
+            fake->faults = {{c.call, Fault::WithText}};
+            EXPECT_EQ(failureOf([&] { c.operation(manager); }), std::string(c.call) + " failed");
+            EXPECT_FALSE(manager.tryReadEvent(queue, event)) << c.call << " failed";
+            fake->faults.clear();
+        }
+    }
+}
+
+TEST_F(DeviceManagerTest, deviceWorksWithoutTheManagersLock)
+{
+    fake->change({{"A", "", 0}});
+    start();
+    fake->duringSetup = [this] {
+        EXPECT_EQ(manager.deviceCount(), 1u);
+        manager.notifyFilesChanged(0);
+    };
+    manager.setup(0);
+    EXPECT_EQ(nextEvent(), "4 0 0");
+}
+
+TEST_F(DeviceManagerTest, stopLetsGoOfTheLibraryOnceAndKeepsTheDevices)
+{
+    fake->change({{"A", "", 0}});
+    start();
+    fake->takeCalls();
+    fake->faults = {{"unregister 77", Fault::WithText}};
+    manager.stop();
+    fake->callback(); // a library that is late must find nothing to break
+    manager.stop();
+    EXPECT_EQ(fake->takeCalls(), "unregister 77;");
+    EXPECT_EQ(names(), "A+ ");
+}
+
+TEST_F(DeviceManagerTest, updateThreadCannotStopItself)
+{
+    fake->change({{"A", "", 0}});
+    std::error_code code;
+    fake->duringReconnect = [&] {
+        try {
+            manager.stop();
+        } catch (const std::system_error &error) {
+            code = error.code();
+        }
+    };
+    start();
+    update();
+    manager.stop();
+    EXPECT_EQ(code, std::errc::resource_deadlock_would_occur);
+}
+
+TEST_F(DeviceManagerTest, clientsMayDoAnythingWhileTheListChanges)
+{
+    start();
+    std::atomic<bool> done{false};
+    std::atomic<uint32_t> received{0};
+    std::vector<std::thread> clients;
+    for (int t = 0; t < 4; ++t) {
+        clients.emplace_back([&, t] {
+            DeviceEvent event;
+            while (!done) {
+                const uint32_t id = manager.createQueue();
+                manager.broadcast(DeviceEvent{EventType::FilesChanged, id, 0});
+                manager.readEvent(id, event);
+                received += event.type != EventType::NoEvent;
+                while (manager.tryReadEvent(id, event))
+                    ;
+                if (const uint32_t count = manager.deviceCount())
+                    manager.isConnected(count - 1);
+                manager.destroyQueue(id, t != 0);
+            }
+        });
+    }
+    testing::internal::CaptureStdout();
+    std::vector<FakeRecorders::Recorder> recorders;
+    for (uint32_t i = 0; i < 30; ++i) {
+        recorders.push_back({"R", "", i % 2});
+        recorders[i / 2].state ^= 1;
+        fake->change(recorders);
+        fake->callback();
+        while (manager.deviceCount() < recorders.size())
+            std::this_thread::yield();
+    }
+    done = true;
+    for (std::thread &client : clients)
+        client.join();
+    testing::internal::GetCapturedStdout();
+    EXPECT_EQ(manager.deviceCount(), 30u);
+    EXPECT_GT(received, 0u);
+    uint32_t changes = 0; // one event for each that was reported
+    for (std::string event; changes < 30 && (event = nextEvent()) != "6 0 0";)
+        changes += event == "1 0 0";
+    EXPECT_EQ(changes, 30u);
+}
+
+} // namespace
+} // namespace tavu

@@ -1,0 +1,61 @@
+#include "registry/event_queue.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace tavu {
+namespace {
+
+TEST(EventQueueTest, handsEventsOutInOrderAndLeavesTheTargetAloneWhenEmpty)
+{
+    EventQueue queue;
+    DeviceEvent event{EventType::PairingChanged, 8, 9};
+    EXPECT_FALSE(queue.tryPop(event));
+    EXPECT_EQ(event.port, 9u);
+    for (uint32_t i = 0; i < 1000; ++i)
+        queue.push(DeviceEvent{EventType::FilesChanged, i, 2 * i});
+    for (uint32_t i = 0; i < 1000; i += 2) {
+        EXPECT_EQ(queue.pop().device, i);
+        ASSERT_TRUE(queue.tryPop(event));
+        EXPECT_EQ(event.device, i + 1);
+        EXPECT_EQ(event.port, 2 * i + 2);
+    }
+    EXPECT_TRUE(queue.isEmpty());
+    queue.push(event);
+    queue.clear();
+    EXPECT_TRUE(queue.isEmpty());
+}
+
+// Events that are gone before the reader gets to them wake it, but must not prolong its wait.
+TEST(EventQueueTest, timedReadEndsAtTheDeadlineSetAtEntry)
+{
+    using namespace std::chrono;
+    EventQueue queue;
+    std::atomic<bool> done{false};
+    std::thread disturber([&] {
+        while (!done) {
+            queue.push(DeviceEvent{EventType::FilesChanged, 1, 1});
+            queue.clear();
+            std::this_thread::sleep_for(milliseconds(50));
+        }
+    });
+    DeviceEvent event;
+    steady_clock::duration waited{};
+    do { // the disturbing event itself may be read now and then
+        const auto start = steady_clock::now();
+        event = queue.pop();
+        waited = steady_clock::now() - start;
+    } while (event.type != EventType::NoEvent);
+    done = true;
+    disturber.join();
+    EXPECT_EQ(event.device, 0u);
+    EXPECT_EQ(event.port, 0u);
+    EXPECT_GE(waited, milliseconds(500));
+    EXPECT_LT(waited, seconds(5));
+}
+
+} // namespace
+} // namespace tavu
