@@ -8,7 +8,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <io.h>
-#include <shlobj.h>
 #include <thread>
 #include <vector>
 
@@ -138,14 +137,6 @@ bool replaceFile(const std::string &from, const std::string &to)
         std::this_thread::sleep_for(kReplacePause);
     }
     return true;
-}
-
-std::string userDataFolder()
-{
-    wchar_t folder[MAX_PATH];
-    const HRESULT result = SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA | CSIDL_FLAG_CREATE,
-                                            nullptr, SHGFP_TYPE_CURRENT, folder);
-    return result == S_OK ? narrowText(folder) : std::string();
 }
 
 InputFile::InputFile(const std::string &path)
