@@ -84,7 +84,7 @@ bool tryReplaceFile(const std::wstring &from, const std::wstring &to)
                         nullptr);
 }
 
-/// Whether there is a file to move, and a place for it: what else is in the way may go away.
+/// Whether there is a file to move, and a place for it: whatever else fails may work in a moment.
 bool canBeReplaced(const std::wstring &from, const std::wstring &to)
 {
     if (GetFileAttributesW(from.c_str()) == INVALID_FILE_ATTRIBUTES)
@@ -131,12 +131,14 @@ bool replaceFile(const std::string &from, const std::string &to)
     const std::wstring wideFrom = wideText(from);
     const std::wstring wideTo = wideText(to);
     const auto limit = std::chrono::steady_clock::now() + kReplaceLimit;
-    while (!tryReplaceFile(wideFrom, wideTo)) {
-        if (!canBeReplaced(wideFrom, wideTo) || std::chrono::steady_clock::now() >= limit)
+    while (canBeReplaced(wideFrom, wideTo)) {
+        if (tryReplaceFile(wideFrom, wideTo))
+            return true;
+        if (std::chrono::steady_clock::now() >= limit)
             return false;
         std::this_thread::sleep_for(kReplacePause);
     }
-    return true;
+    return false;
 }
 
 InputFile::InputFile(const std::string &path)
