@@ -1,14 +1,13 @@
 #include "client/byte_channel.h"
 
 #include "client/errors.h"
-#include "client/service_address.h"
 
 namespace tavu::client {
 
 SocketChannel::SocketChannel(const std::string &name)
 {
     if (!socket_.connect(name))
-        throw ConnectionError::noService(serviceAddress(name));
+        throw ConnectionError::noService(localSocketAddress(name));
 }
 
 uint64_t SocketChannel::readSome(void *buffer, uint64_t byteCount)

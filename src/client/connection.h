@@ -6,7 +6,6 @@
 #include "client/reply.h"
 #include "client/reply_stream.h"
 #include "client/request.h"
-#include "client/service_address.h"
 #include "client/values.h"
 #include "encoding/message_reader.h"
 

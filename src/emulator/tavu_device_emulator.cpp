@@ -1,8 +1,6 @@
 #include "emulator/tavu_device_emulator.h"
 
-#include "encoding/file_stream.h"
 #include "records/meta_record.h"
-#include "records/record_file.h"
 
 #include <iterator>
 #include <mutex>
@@ -35,10 +33,11 @@ void attempt(Step step)
 TavuDeviceEmulator::TavuDeviceEmulator() : folder_(kDeviceName, kPortName)
 {
     port_.name = kPortName;
-    attempt([this] { folder_.create(); });
-    attempt([this] { loadCatalogue(); });
-    loadVisibleFiles();
-    attempt([this] { loadPortConfig(); });
+    RecordFileReader::Buffer buffer;
+    attempt([&] { folder_.create(); });
+    attempt([&] { loadCatalogue(buffer); });
+    loadVisibleFiles(buffer);
+    attempt([&] { loadPortConfig(buffer); });
 }
 
 TavuDeviceEmulator::~TavuDeviceEmulator()
@@ -48,29 +47,30 @@ TavuDeviceEmulator::~TavuDeviceEmulator()
         recordThread_.join();
 }
 
-void TavuDeviceEmulator::loadCatalogue()
+void TavuDeviceEmulator::loadCatalogue(RecordFileReader::Buffer &buffer)
 {
-    FileStream stream(folder_.catalogue(), "rb");
+    RecordFileReader stream(folder_.catalogue(), buffer);
     FileList entries;
     readMetaList(entries, stream);
     catalogue_ = std::move(entries);
 }
 
-void TavuDeviceEmulator::loadVisibleFiles()
+void TavuDeviceEmulator::loadVisibleFiles(RecordFileReader::Buffer &buffer)
 {
     FileList records;
+    attempt([&] { visibleFiles_.reserve(catalogue_.size()); });
     for (const FileRecord &entry : catalogue_) {
         attempt([&] {
-            FileStream stream(folder_.fileRecord(entry.port, entry.name), "rb");
+            RecordFileReader stream(folder_.fileRecord(entry.port, entry.name), buffer);
             readMetaList(records, stream);
             std::move(records.begin(), records.end(), std::back_inserter(visibleFiles_));
         });
     }
 }
 
-void TavuDeviceEmulator::loadPortConfig()
+void TavuDeviceEmulator::loadPortConfig(RecordFileReader::Buffer &buffer)
 {
-    FileStream stream(folder_.portConfig(), "rb");
+    RecordFileReader stream(folder_.portConfig(), buffer);
     readConfigRecord(stream, [this](PortConfig &found) {
         if (found.name != kPortName)
             return;

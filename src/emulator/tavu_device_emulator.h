@@ -5,6 +5,7 @@
 #include "platform/files.h"
 #include "platform/owned_mutex.h"
 #include "records/config_record.h"
+#include "records/record_file.h"
 #include "registry/tavu_device.h"
 #include "service/shared_region.h"
 
@@ -119,9 +120,9 @@ private:
         FileList::iterator visible; ///< in the list that users see
     };
 
-    void loadCatalogue();
-    void loadVisibleFiles();
-    void loadPortConfig();
+    void loadCatalogue(RecordFileReader::Buffer &buffer);
+    void loadVisibleFiles(RecordFileReader::Buffer &buffer);
+    void loadPortConfig(RecordFileReader::Buffer &buffer);
     void writeCatalogue();
     void writePortConfig();
     void writeFileRecord(const std::string &stem, const FileRecord &record);

@@ -1,4 +1,5 @@
 #include "encoding/file_stream.h"
+
 #include "platform/files.h"
 
 #include <stdexcept>
@@ -19,20 +20,22 @@ FileStream::~FileStream()
 
 uint64_t FileStream::read(void *buffer, uint64_t byteCount)
 {
-    return std::fread(buffer, 1, static_cast<size_t>(byteCount), file_);
+    return file_ ? std::fread(buffer, 1, static_cast<size_t>(byteCount), file_) : 0;
 }
 
 uint64_t FileStream::write(const void *buffer, uint64_t byteCount)
 {
-    return std::fwrite(buffer, 1, static_cast<size_t>(byteCount), file_);
+    return file_ ? std::fwrite(buffer, 1, static_cast<size_t>(byteCount), file_) : 0;
 }
 
 bool FileStream::close()
 {
     if (!file_)
-        return true;
+        return allWritten_;
+    // A write that failed earlier is remembered by the handle only as long as it is open.
     const bool failed = std::ferror(file_) != 0;
-    return std::fclose(std::exchange(file_, nullptr)) == 0 && !failed;
+    allWritten_ = std::fclose(std::exchange(file_, nullptr)) == 0 && !failed;
+    return allWritten_;
 }
 
 } // namespace tavu

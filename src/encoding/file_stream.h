@@ -21,11 +21,13 @@ public:
     uint64_t read(void *buffer, uint64_t byteCount) override;
     uint64_t write(const void *buffer, uint64_t byteCount) override;
 
-    /// Closes the file now; false when any byte written so far may not have reached the file.
+    /// Closes the file now; false when any byte written so far may not have reached the file. Once
+    /// closed, reads and writes move nothing, and a further call gives the same answer.
     bool close();
 
 private:
     std::FILE *file_;
+    bool allWritten_ = true;
 };
 
 } // namespace tavu

@@ -1,182 +1,176 @@
 #include "encoding/message_reader.h"
 
+#include "encoding/bytes.h"
+
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
-#include <new>
+#include <limits>
 #include <stdexcept>
-#include <vector>
+#include <utility>
 
 namespace tavu {
 
 namespace {
 
-constexpr const char *kFailedToRead = "Failed to read.";
+constexpr char kFailedToRead[] = "Failed to read.";
+constexpr char kExpectedString[] = "Expected string.";
 
-/// Long bodies come in pieces, so that memory follows the bytes and not the announced length.
-constexpr uint64_t kPieceBytes = uint64_t(1) << 20;
-
-/// How many entries get room before the first one comes. Only nesting can multiply what is
-/// announced, so that deep containers get little.
-uint32_t initialCapacity(uint32_t announced, uint64_t depth)
+// How the lead bytes 0xC0 to 0xDF go on: by so many bytes that make a number, which is a value or
+// the length of what follows.
+enum class Form : uint8_t
 {
-    return std::min<uint32_t>(announced, depth < 8 ? 1024 : 4);
+    Refused,
+    Nil,
+    Bool,
+    Blob,
+    Float,
+    Double,
+    Unsigned,
+    Signed,
+    String,
+    Array,
+    Map,
+};
+
+struct Head
+{
+    Form form;
+    uint8_t width;
+};
+
+constexpr Head kHeads[32] = {
+    {Form::Nil, 0},      {Form::Refused, 0},  {Form::Bool, 0},     {Form::Bool, 0},
+    {Form::Blob, 1},     {Form::Blob, 2},     {Form::Blob, 4},     {Form::Refused, 0},
+    {Form::Refused, 0},  {Form::Refused, 0},  {Form::Float, 4},    {Form::Double, 8},
+    {Form::Unsigned, 1}, {Form::Unsigned, 2}, {Form::Unsigned, 4}, {Form::Unsigned, 8},
+    {Form::Signed, 1},   {Form::Signed, 2},   {Form::Signed, 4},   {Form::Signed, 8},
+    {Form::Refused, 0},  {Form::Refused, 0},  {Form::Refused, 0},  {Form::Refused, 0},
+    {Form::Refused, 0},  {Form::String, 1},   {Form::String, 2},   {Form::String, 4},
+    {Form::Array, 2},    {Form::Array, 4},    {Form::Map, 2},      {Form::Map, 4},
+};
+
+// Entries to make room for before any has arrived. A message may open containers inside containers
+// that all announce more than ever comes, so the deeper they lie the less room they get.
+uint32_t firstCapacity(uint32_t announced, uint64_t depth)
+{
+    constexpr uint64_t kMost = 1024, kLeast = 4;
+    return std::min(announced, static_cast<uint32_t>(std::max(kMost / (depth + 1), kLeast)));
 }
 
 } // namespace
 
-bool MessageReader::readExactly(void *buffer, uint64_t byteCount)
+inline bool MessageReader::read(void *buffer, uint64_t byteCount)
 {
-    return stream_.read(buffer, byteCount) == byteCount;
+    const uint64_t count =
+        memory_ ? memory_->read(buffer, byteCount) : stream_.read(buffer, byteCount);
+    return count == byteCount;
 }
 
-bool MessageReader::readNumber(uint32_t byteCount, uint64_t &value)
+bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
 {
-    uint8_t bytes[8];
-    if (!readExactly(bytes, byteCount))
+    return read(buffer, byteCount);
+}
+
+inline bool MessageReader::readNumber(unsigned width, uint64_t &number)
+{
+    unsigned char bytes[8] = {};
+    if (!read(bytes + sizeof bytes - width, width))
         return false;
-    value = 0;
-    for (uint32_t i = 0; i < byteCount; ++i)
-        value = value << 8 | bytes[i];
+    number = loadBigEndian(bytes);
     return true;
 }
 
-bool MessageReader::acceptLength(ObjectType type, uint32_t byteCount)
+// Long text grows as its bytes arrive.
+bool MessageReader::readText(uint32_t length)
 {
-    uint64_t length;
-    if (!readNumber(byteCount, length))
-        return false;
-    (type == ObjectType::String ? textLength_ : lastLength_) = static_cast<uint32_t>(length);
+    constexpr uint32_t kPiece = 1u << 20;
+    uint32_t done = 0;
+    do {
+        const uint32_t piece = std::min(length - done, kPiece);
+        // One read of the whole would have been clipped here, which isn't yet the end of the data.
+        if (done > 0 && memory_ && memory_->remaining() == 0)
+            return false;
+        text_.resize(size_t(done) + piece);
+        if (!read(text_.data() + done, piece))
+            return false;
+        done += piece;
+    } while (done < length);
+    return true;
+}
+
+inline bool MessageReader::accept(ObjectType type)
+{
     lastType_ = type;
     return true;
 }
 
-bool MessageReader::acceptUnsigned(uint32_t byteCount)
+inline bool MessageReader::acceptInteger(uint64_t value, bool negative)
 {
-    if (!readNumber(byteCount, integer_))
-        return false;
-    lastType_ = ObjectType::PositiveInteger;
-    return true;
+    integer_ = value;
+    return accept(negative ? ObjectType::NegativeInteger : ObjectType::PositiveInteger);
 }
 
-/// The sign is that of the value, not that of the form.
-bool MessageReader::acceptSigned(uint32_t byteCount)
+inline bool MessageReader::acceptLength(ObjectType type, uint64_t length)
 {
-    uint64_t value;
-    if (!readNumber(byteCount, value))
-        return false;
-    const uint32_t unused = 64 - 8 * byteCount;
-    integer_ = static_cast<uint64_t>(static_cast<int64_t>(value << unused) >> unused);
-    lastType_ = static_cast<int64_t>(integer_) < 0 ? ObjectType::NegativeInteger
-                                                   : ObjectType::PositiveInteger;
-    return true;
-}
-
-/// Reads a head, and a number's body; a string's text stays in the stream.
-bool MessageReader::readHead()
-{
-    uint8_t lead;
-    if (!readExactly(&lead, 1))
-        return false;
-    if (lead <= 0x7F) {
-        integer_ = lead;
-        lastType_ = ObjectType::PositiveInteger;
-    } else if (lead >= 0xE0) {
-        integer_ = lead | ~uint64_t(0xFF);
-        lastType_ = ObjectType::NegativeInteger;
-    } else if (lead <= 0x8F) {
-        lastLength_ = lead & 0x0F;
-        lastType_ = ObjectType::Map;
-    } else if (lead <= 0x9F) {
-        lastLength_ = lead & 0x0F;
-        lastType_ = ObjectType::Array;
-    } else if (lead <= 0xBF) {
-        textLength_ = lead & 0x1F;
-        lastType_ = ObjectType::String;
-    } else {
-        return readLongHead(lead);
-    }
-    return true;
-}
-
-bool MessageReader::readLongHead(uint8_t lead)
-{
-    uint64_t bits;
-    switch (lead) {
-    case 0xC0:
-        lastType_ = ObjectType::Nil;
-        return true;
-    case 0xC2:
-    case 0xC3:
-        boolValue_ = lead == 0xC3;
-        lastType_ = ObjectType::Bool;
-        return true;
-    case 0xC4:
-    case 0xC5:
-    case 0xC6:
-        return acceptLength(ObjectType::Blob, 1u << (lead - 0xC4));
-    case 0xCA:
-        if (!readNumber(4, bits))
-            return false;
-        floatValue_ = std::bit_cast<float>(static_cast<uint32_t>(bits));
-        lastType_ = ObjectType::Float;
-        return true;
-    case 0xCB:
-        if (!readNumber(8, bits))
-            return false;
-        floatValue_ = std::bit_cast<double>(bits);
-        lastType_ = ObjectType::Float;
-        return true;
-    case 0xCC:
-    case 0xCD:
-    case 0xCE:
-    case 0xCF:
-        return acceptUnsigned(1u << (lead - 0xCC));
-    case 0xD0:
-    case 0xD1:
-    case 0xD2:
-    case 0xD3:
-        return acceptSigned(1u << (lead - 0xD0));
-    case 0xD9:
-    case 0xDA:
-    case 0xDB:
-        return acceptLength(ObjectType::String, 1u << (lead - 0xD9));
-    case 0xDC:
-    case 0xDD:
-        return acceptLength(ObjectType::Array, 2u << (lead - 0xDC));
-    case 0xDE:
-    case 0xDF:
-        return acceptLength(ObjectType::Map, 2u << (lead - 0xDE));
-    default:
-        return false; // 0xC1, and the ext forms, which we don't have
-    }
-}
-
-bool MessageReader::readStringBody()
-{
-    stringValue_.clear();
-    uint64_t done = 0;
-    do {
-        const uint64_t piece = std::min(textLength_ - done, kPieceBytes);
-        stringValue_.resize(static_cast<size_t>(done + piece));
-        if (!readExactly(stringValue_.data() + done, piece))
-            return false;
-        done += piece;
-    } while (done < textLength_);
-    return true;
+    lastLength_ = static_cast<uint32_t>(length);
+    return accept(type);
 }
 
 bool MessageReader::next()
 {
-    const ObjectType formerType = lastType_;
-    if (!readHead())
+    uint8_t lead;
+    if (!read(&lead, 1))
         return false;
-    if (lastType_ != ObjectType::String || readStringBody())
-        return true;
-    lastType_ = formerType;
+    if (lead < 0x80)
+        return acceptInteger(lead, false);
+    if (lead < 0x90)
+        return acceptLength(ObjectType::Map, lead & 0x0F);
+    if (lead < 0xA0)
+        return acceptLength(ObjectType::Array, lead & 0x0F);
+    if (lead < 0xC0)
+        return readText(lead & 0x1F) && accept(ObjectType::String);
+    if (lead >= 0xE0)
+        return acceptInteger(static_cast<uint64_t>(static_cast<int8_t>(lead)), true);
+
+    const auto [form, width] = kHeads[lead - 0xC0];
+    uint64_t number = 0;
+    if (width > 0 && !readNumber(width, number))
+        return false;
+    switch (form) {
+    case Form::Refused:
+        return false;
+    case Form::Nil:
+        return accept(ObjectType::Nil);
+    case Form::Bool:
+        bool_ = lead & 1;
+        return accept(ObjectType::Bool);
+    case Form::Blob:
+        return acceptLength(ObjectType::Blob, number);
+    case Form::Float:
+        float_ = std::bit_cast<float>(static_cast<uint32_t>(number));
+        return accept(ObjectType::Float);
+    case Form::Double:
+        float_ = std::bit_cast<double>(number);
+        return accept(ObjectType::Float);
+    case Form::Unsigned:
+        return acceptInteger(number, false);
+    case Form::Signed: {
+        const unsigned unused = 64 - 8 * width;
+        const int64_t value = static_cast<int64_t>(number << unused) >> unused;
+        return acceptInteger(static_cast<uint64_t>(value), value < 0);
+    }
+    case Form::String:
+        return readText(static_cast<uint32_t>(number)) && accept(ObjectType::String);
+    case Form::Array:
+        return acceptLength(ObjectType::Array, number);
+    case Form::Map:
+        return acceptLength(ObjectType::Map, number);
+    }
     return false;
 }
+
+// Typed reads
 
 void MessageReader::requireNext()
 {
@@ -184,17 +178,11 @@ void MessageReader::requireNext()
         throw std::runtime_error(kFailedToRead);
 }
 
-void MessageReader::requireHead()
-{
-    if (!readHead())
-        throw std::runtime_error(kFailedToRead);
-}
-
-void MessageReader::require(ObjectType type, const char *text)
+void MessageReader::require(ObjectType type, const char *complaint)
 {
     requireNext();
     if (lastType_ != type)
-        throw std::runtime_error(text);
+        throw std::runtime_error(complaint);
 }
 
 uint32_t MessageReader::readArrayHeader()
@@ -218,13 +206,13 @@ uint32_t MessageReader::readBlobHeader()
 bool MessageReader::readBool()
 {
     require(ObjectType::Bool, "Expected boolean.");
-    return boolValue_;
+    return bool_;
 }
 
 uint64_t MessageReader::readPosInt()
 {
     require(ObjectType::PositiveInteger, "Expected pos integer.");
-    return integer_;
+    return posValue();
 }
 
 int64_t MessageReader::readNegInt()
@@ -236,17 +224,19 @@ int64_t MessageReader::readNegInt()
 int64_t MessageReader::readInt()
 {
     requireNext();
-    if (lastType_ != ObjectType::PositiveInteger && lastType_ != ObjectType::NegativeInteger)
+    if (lastType_ == ObjectType::PositiveInteger) {
+        if (integer_ > uint64_t(std::numeric_limits<int64_t>::max()))
+            throw std::runtime_error("Integer value out of range, expected int64_t.");
+    } else if (lastType_ != ObjectType::NegativeInteger) {
         throw std::runtime_error("Expected integer.");
-    if (lastType_ == ObjectType::PositiveInteger && integer_ > 0x7FFFFFFFFFFFFFFFull)
-        throw std::runtime_error("Integer value out of range, expected int64_t.");
+    }
     return negValue();
 }
 
 void MessageReader::readString(std::string &target)
 {
-    require(ObjectType::String, "Expected string.");
-    target = stringValue_;
+    require(ObjectType::String, kExpectedString);
+    target = text_;
 }
 
 void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)
@@ -255,163 +245,135 @@ void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)
         throw std::runtime_error("Not a blob.");
     if (byteCount != lastLength_)
         throw std::runtime_error("Must read entire blob.");
-    if (!readExactly(buffer, byteCount))
+    if (!read(buffer, byteCount))
         throw std::runtime_error(kFailedToRead);
 }
 
-bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
+// Whole values
+
+void MessageReader::skipValue()
 {
-    return readExactly(buffer, byteCount);
+    // Values still to come, at whatever depth. It can't wrap: nobody sends that many.
+    uint64_t pending = 1;
+    while (pending > 0) {
+        requireNext();
+        --pending;
+        uint64_t inside = 0;
+        if (lastType_ == ObjectType::Blob)
+            skipBytes(lastLength_);
+        else if (lastType_ == ObjectType::Map)
+            inside = 2 * uint64_t(lastLength_);
+        else if (lastType_ == ObjectType::Array)
+            inside = lastLength_;
+        pending = inside > ~pending ? ~uint64_t(0) : pending + inside;
+    }
 }
 
 void MessageReader::skipBytes(uint64_t byteCount)
 {
-    char discarded[4096];
+    unsigned char piece[4096];
+    uint64_t done = 0;
     do {
-        const uint64_t piece = std::min<uint64_t>(byteCount, sizeof discarded);
-        if (!readExactly(discarded, piece))
+        const uint64_t count = std::min<uint64_t>(byteCount - done, sizeof piece);
+        const bool clipped = done > 0 && memory_ && memory_->remaining() == 0;
+        if (clipped || !read(piece, count))
             throw std::runtime_error(kFailedToRead);
-        byteCount -= piece;
-    } while (byteCount > 0);
-}
-
-void MessageReader::skipValue()
-{
-    // How many values are still to come is all that nesting means here.
-    uint64_t toCome = 1;
-    while (toCome > 0) {
-        requireHead();
-        --toCome;
-        uint64_t below = 0;
-        if (lastType_ == ObjectType::String)
-            skipBytes(textLength_);
-        else if (lastType_ == ObjectType::Blob)
-            skipBytes(lastLength_);
-        else if (lastType_ == ObjectType::Map)
-            below = 2 * uint64_t(lastLength_);
-        else if (lastType_ == ObjectType::Array)
-            below = lastLength_;
-        if (toCome > ~uint64_t(0) - below)
-            throw std::runtime_error(kFailedToRead); // no stream has as many
-        toCome += below;
-    }
+        done += count;
+    } while (done < byteCount);
 }
 
 void MessageReader::findField(uint32_t &remaining, const char *name)
 {
-    const size_t nameLength = std::strlen(name);
     while (remaining > 0) {
-        require(ObjectType::String, "Expected string.");
-        const bool found = stringValue_.compare(0, std::string::npos, name, nameLength) == 0;
-        if (!found)
-            skipValue();
-        --remaining;
-        if (found)
+        require(ObjectType::String, kExpectedString);
+        if (text_ == name) {
+            --remaining;
             return;
+        }
+        skipValue();
+        --remaining;
     }
     throw std::runtime_error("Map field not found.");
 }
 
-/// Reads the text of the string whose head was read last into the nil value \a target.
-void MessageReader::takeText(ObjectValue &target)
+// Reads one head into a nil slot; of a map or array, the head is all.
+void MessageReader::readInto(ObjectValue &slot)
 {
-    const uint64_t length = textLength_;
-    if (length < ObjectValue::kInlineText) {
-        if (!readExactly(target.held_.inlineText, length))
-            throw std::runtime_error(kFailedToRead);
-        target.held_.inlineText[length] = '\0';
-    } else {
-        OwnedBlob text;
-        uint64_t done = 0;
-        while (done < length) {
-            const uint64_t piece = std::min(length - done, std::max(done, kPieceBytes));
-            void *grown = std::realloc(text.get(), static_cast<size_t>(done + piece + 1));
-            if (!grown)
-                throw std::bad_alloc();
-            static_cast<void>(text.release());
-            text.reset(static_cast<uint8_t *>(grown));
-            if (!readExactly(text.get() + done, piece))
-                throw std::runtime_error(kFailedToRead);
-            done += piece;
-        }
-        text[static_cast<size_t>(length)] = '\0';
-        target.held_.text = reinterpret_cast<char *>(text.release());
-    }
-    target.tag_ = ObjectType::String;
-    target.size_ = static_cast<uint32_t>(length);
-}
-
-/// Reads one value into the nil value \a target; a container stays without its entries.
-void MessageReader::takeValue(ObjectValue &target, uint64_t depth)
-{
-    requireHead();
+    requireNext();
     switch (lastType_) {
     case ObjectType::Nil:
         return;
     case ObjectType::NegativeInteger:
     case ObjectType::PositiveInteger:
-        target.held_.positive = integer_;
-        break;
+        slot = ObjectValue(lastType_, 0, integer_);
+        return;
     case ObjectType::String:
-        return takeText(target);
+        return slot.setText(text_.data(), static_cast<uint32_t>(text_.size()));
     case ObjectType::Bool:
-        target.held_.boolean = boolValue_;
-        break;
+        slot = ObjectValue::boolean(bool_);
+        return;
     case ObjectType::Float:
-        target.held_.number = floatValue_;
-        break;
+        slot = ObjectValue::number(float_);
+        return;
     case ObjectType::Blob: {
         OwnedBlob bytes = ObjectValue::allocateBlob(lastLength_);
-        if (!readExactly(bytes.get(), lastLength_))
-            throw std::runtime_error(kFailedToRead);
-        target.held_.bytes = bytes.release();
-        target.size_ = lastLength_;
-        break;
+        readBlobBody(bytes.get(), lastLength_);
+        slot = ObjectValue::blob(std::move(bytes), lastLength_);
+        return;
     }
     case ObjectType::Map:
-    case ObjectType::Array:
-        target.held_.block = nullptr;
-        target.tag_ = lastType_;
-        target.reserve(initialCapacity(lastLength_, depth));
+        slot = ObjectValue::map();
         return;
-    default:
-        throw std::runtime_error("Unrecognized object type.");
+    case ObjectType::Array:
+        slot = ObjectValue::array();
+        return;
     }
-    target.tag_ = lastType_;
+    throw std::runtime_error("Unrecognized object type.");
 }
 
 void MessageReader::readObject(ObjectValue &target)
 {
-    struct OpenContainer
-    {
-        ObjectValue *value;
-        uint32_t toCome; ///< entries
-    };
-    std::vector<OpenContainer> open;
-    ObjectValue result;
-    ObjectValue *value = &result;
+    ObjectValue root;
+    ObjectValue *slot = &root;   // the one that the next value goes into
+    ObjectValue *open = nullptr; // the innermost container that lacks entries
+    uint64_t depth = 0;
     for (;;) {
-        takeValue(*value, open.size());
-        if (value->isContainer())
-            open.push_back({value, lastLength_});
-        while (!open.empty() && open.back().toCome == 0)
-            open.pop_back();
-        if (open.empty())
-            break;
-        // An entry's address is safe: its container doesn't grow before the entry is complete.
-        --open.back().toCome;
-        ObjectValue &container = *open.back().value;
-        value = container.appendEntry();
-        if (container.type() == ObjectType::Map) {
-            requireHead();
-            if (lastType_ != ObjectType::String)
-                throw std::runtime_error("Expected string.");
-            takeText(*value);
-            value->cutAtNul();
-            ++value;
+        readInto(*slot);
+        if (slot->isContainer() && lastLength_ > 0) {
+            slot->setCapacity(firstCapacity(lastLength_, depth++));
+            slot->block()->parent = std::exchange(open, slot);
+            slot->block()->pending = lastLength_;
         }
+        while (open && open->block()->pending == 0) {
+            open = open->block()->parent;
+            --depth;
+        }
+        if (!open)
+            break;
+        slot = openEntry(*open);
     }
-    target = std::move(result);
+    target = std::move(root);
+}
+
+// Adds an entry to a container that isn't complete, reads a map's key, and returns the slot of the
+// value to come. What is innermost has no children that are still open, so it may move.
+ObjectValue *MessageReader::openEntry(ObjectValue &container)
+{
+    const bool isMap = container.type() == ObjectType::Map;
+    if (isMap)
+        require(ObjectType::String, kExpectedString);
+    if (container.size_ == container.capacity()) {
+        const uint64_t room = std::min<uint64_t>(2 * uint64_t(container.size_),
+                                                 container.size_ + container.block()->pending);
+        container.setCapacity(static_cast<uint32_t>(room));
+    }
+    ObjectValue *entry = container.addEntry();
+    --container.block()->pending;
+    if (!isMap)
+        return entry;
+    const char *text = text_.data();
+    entry->setText(text, static_cast<uint32_t>(std::strlen(text))); // a key ends at its first NUL
+    return entry + 1;
 }
 
 } // namespace tavu

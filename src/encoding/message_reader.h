@@ -1,5 +1,6 @@
 #pragma once
 
+#include "encoding/mem_stream.h"
 #include "encoding/object_value.h"
 #include "encoding/stream.h"
 
@@ -8,67 +9,77 @@
 
 namespace tavu {
 
-/// Decodes MessagePack from a Stream, forward only, with no look-ahead. Raises std::runtime_error;
-/// after an exception the stream stands wherever it stopped and the reader must not be used again.
+/// Decodes MessagePack from a Stream, forward only, with no look-ahead: each read of the stream
+/// asks for just the lead byte, the number or the body that is due, the body of an empty string
+/// included. Raises std::runtime_error; after an exception the stream stands wherever it stopped
+/// and the reader must not be used again. What the stream raises passes through.
+///
+/// Lengths are believed, but memory is taken only as entries and bytes arrive, and no operation
+/// recurses. Ext values are refused, and so is the lead byte 0xC1.
 class MessageReader
 {
 public:
-    explicit MessageReader(Stream &stream) : stream_(stream) {}
+    explicit MessageReader(Stream &stream) : stream_(stream), memory_(MemStream::from(stream)) {}
 
     /// Reads one head (and a string's or number's body); false when it can't be read in full or is
     /// refused, and lastType() then keeps its value.
     bool next();
 
-    uint32_t readArrayHeader();
-    uint32_t readMapHeader();
-    uint32_t readBlobHeader();
+    // Each reads one head and raises "Failed to read." or, for a value of another type, a text of
+    // its own ("Expected array."). Integers go by the sign of the value, not by the form.
+    uint32_t readArrayHeader(); ///< elements that follow
+    uint32_t readMapHeader();   ///< pairs that follow
+    uint32_t readBlobHeader();  ///< bytes that follow
     bool readBool();
     uint64_t readPosInt();
     int64_t readNegInt();
-    int64_t readInt();
+    int64_t readInt(); ///< either sign; raises on a value above the signed range
     void readString(std::string &target);
+
     /// Reads the body that follows readBlobHeader() or next(), all of it or nothing.
     void readBlobBody(void *buffer, uint32_t byteCount);
+    /// One read of the stream; true if all bytes came.
     bool readRaw(void *buffer, uint64_t byteCount);
 
+    /// Reads one whole value and drops it.
     void skipValue();
     /// Advances to the value of the pair called \a name among the \a remaining pairs of the open
-    /// map.
+    /// map, which it counts down. Fields that it passes on the way are gone. Raises "Map field not
+    /// found." at the end of the map.
     void findField(uint32_t &remaining, const char *name);
+    /// Reads one whole value. A key is cut at its first NUL. On an error \a target is unchanged.
     void readObject(ObjectValue &target);
 
+    // What next() found last; each is good for the types that have it.
     ObjectType lastType() const { return lastType_; }
     uint32_t lastLength() const { return lastLength_; }
     int64_t negValue() const { return static_cast<int64_t>(integer_); }
     uint64_t posValue() const { return integer_; }
-    std::string stringValue() const { return stringValue_; }
-    bool boolValue() const { return boolValue_; }
-    double floatValue() const { return floatValue_; }
+    std::string stringValue() const { return text_; }
+    bool boolValue() const { return bool_; }
+    double floatValue() const { return float_; }
 
 private:
-    bool readExactly(void *buffer, uint64_t byteCount);
-    bool readNumber(uint32_t byteCount, uint64_t &value);
-    bool readHead();
-    bool readLongHead(uint8_t lead);
-    bool acceptLength(ObjectType type, uint32_t byteCount);
-    bool acceptUnsigned(uint32_t byteCount);
-    bool acceptSigned(uint32_t byteCount);
-    bool readStringBody();
+    bool read(void *buffer, uint64_t byteCount);
+    bool readNumber(unsigned width, uint64_t &number);
+    bool readText(uint32_t length);
+    bool accept(ObjectType type);
+    bool acceptInteger(uint64_t value, bool negative);
+    bool acceptLength(ObjectType type, uint64_t length);
+    void require(ObjectType type, const char *complaint);
     void requireNext();
-    void requireHead();
-    void require(ObjectType type, const char *text);
     void skipBytes(uint64_t byteCount);
-    void takeValue(ObjectValue &target, uint64_t depth);
-    void takeText(ObjectValue &target);
+    void readInto(ObjectValue &slot);
+    ObjectValue *openEntry(ObjectValue &container);
 
     Stream &stream_;
+    MemStream *memory_; // the same stream, when its calls can be had inline
     uint32_t lastLength_ = 0;
-    uint32_t textLength_ = 0; ///< bytes of the string whose head was read last
-    uint64_t integer_ = 0;    ///< the last integer, of either sign
-    std::string stringValue_; ///< keeps its capacity from value to value
-    bool boolValue_ = false;
-    double floatValue_ = 0;
     ObjectType lastType_ = ObjectType::Nil;
+    uint64_t integer_ = 0; // of either sign
+    std::string text_;
+    double float_ = 0;
+    bool bool_ = false;
 };
 
 } // namespace tavu

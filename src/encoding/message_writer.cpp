@@ -1,100 +1,130 @@
 #include "encoding/message_writer.h"
 
+#include "encoding/bytes.h"
+
 #include <bit>
 #include <cstring>
 #include <stdexcept>
-#include <utility>
 #include <vector>
 
 namespace tavu {
 
 namespace {
 
-/// A head in the making: the lead byte and what follows it, big-endian.
-class Head
+// Lead bytes; where a form comes in several widths, that of the narrowest.
+enum Lead : uint8_t
 {
-public:
-    explicit Head(uint8_t lead) { bytes_[0] = lead; }
-
-    Head &&append(uint64_t value, uint32_t byteCount) &&
-    {
-        for (uint32_t i = byteCount; i > 0; --i)
-            bytes_[size_++] = static_cast<uint8_t>(value >> (8 * (i - 1)));
-        return std::move(*this);
-    }
-    void writeTo(Stream &stream) const { stream.write(bytes_, size_); }
-
-private:
-    uint8_t bytes_[12];
-    uint32_t size_ = 1;
+    kFixMap = 0x80,
+    kFixArray = 0x90,
+    kFixString = 0xA0,
+    kNil = 0xC0,
+    kFalse = 0xC2,
+    kTrue = 0xC3,
+    kBlob = 0xC4,
+    kExt = 0xC7,
+    kFloat = 0xCA,
+    kDouble = 0xCB,
+    kUnsigned = 0xCC,
+    kSigned = 0xD0,
+    kFixExt = 0xD4,
+    kString = 0xD9,
+    kArray = 0xDC,
+    kMap = 0xDE,
 };
+
+constexpr uint64_t kCount = ~uint64_t(0);
 
 } // namespace
 
+void MessageWriter::writeRaw(const void *bytes, uint64_t size)
+{
+    if (memory_)
+        memory_->write(bytes, size);
+    else
+        stream_.write(bytes, size);
+}
+
+inline void MessageWriter::writeLead(uint8_t lead)
+{
+    writeRaw(&lead, 1);
+}
+
+template <typename Number>
+inline void MessageWriter::writeHead(uint8_t lead, Number number)
+{
+    unsigned char head[1 + sizeof number] = {lead};
+    storeBigEndian(head + 1, number);
+    writeRaw(head, sizeof head);
+}
+
 void MessageWriter::writeNil()
 {
-    Head(0xC0).writeTo(stream_);
+    writeLead(kNil);
 }
 
 void MessageWriter::writeBool(bool value)
 {
-    Head(value ? 0xC3 : 0xC2).writeTo(stream_);
-}
-
-void MessageWriter::writeInt(int64_t value)
-{
-    const auto bits = static_cast<uint64_t>(value);
-    if (value >= 0)
-        writeUint(bits);
-    else if (value >= -32)
-        Head(static_cast<uint8_t>(bits)).writeTo(stream_);
-    else if (value >= INT8_MIN)
-        Head(0xD0).append(bits, 1).writeTo(stream_);
-    else if (value >= INT16_MIN)
-        Head(0xD1).append(bits, 2).writeTo(stream_);
-    else if (value >= INT32_MIN)
-        Head(0xD2).append(bits, 4).writeTo(stream_);
-    else
-        Head(0xD3).append(bits, 8).writeTo(stream_);
+    writeLead(value ? kTrue : kFalse);
 }
 
 void MessageWriter::writeUint(uint64_t value)
 {
     if (value < 0x80)
-        Head(static_cast<uint8_t>(value)).writeTo(stream_);
+        writeLead(static_cast<uint8_t>(value));
     else if (value <= 0xFF)
-        Head(0xCC).append(value, 1).writeTo(stream_);
+        writeHead(kUnsigned, static_cast<uint8_t>(value));
     else if (value <= 0xFFFF)
-        Head(0xCD).append(value, 2).writeTo(stream_);
+        writeHead(kUnsigned + 1, static_cast<uint16_t>(value));
     else if (value <= 0xFFFFFFFF)
-        Head(0xCE).append(value, 4).writeTo(stream_);
+        writeHead(kUnsigned + 2, static_cast<uint32_t>(value));
     else
-        Head(0xCF).append(value, 8).writeTo(stream_);
+        writeHead(kUnsigned + 3, value);
+}
+
+void MessageWriter::writeInt(int64_t value)
+{
+    if (value >= 0)
+        writeUint(static_cast<uint64_t>(value));
+    else if (value >= -32)
+        writeLead(static_cast<uint8_t>(value));
+    else if (value >= INT8_MIN)
+        writeHead(kSigned, static_cast<uint8_t>(value));
+    else if (value >= INT16_MIN)
+        writeHead(kSigned + 1, static_cast<uint16_t>(value));
+    else if (value >= INT32_MIN)
+        writeHead(kSigned + 2, static_cast<uint32_t>(value));
+    else
+        writeHead(kSigned + 3, static_cast<uint64_t>(value));
 }
 
 void MessageWriter::writeFloat(float value)
 {
-    Head(0xCA).append(std::bit_cast<uint32_t>(value), 4).writeTo(stream_);
+    writeHead(kFloat, std::bit_cast<uint32_t>(value));
 }
 
 void MessageWriter::writeDouble(double value)
 {
-    Head(0xCB).append(std::bit_cast<uint64_t>(value), 8).writeTo(stream_);
+    writeHead(kDouble, std::bit_cast<uint64_t>(value));
+}
+
+void MessageWriter::writeStringHead(uint64_t length)
+{
+    if (length < 32)
+        writeLead(static_cast<uint8_t>(kFixString | length));
+    else if (length <= 0xFF)
+        writeHead(kString, static_cast<uint8_t>(length));
+    else if (length <= 0xFFFF)
+        writeHead(kString + 1, static_cast<uint16_t>(length));
+    else
+        writeHead(kString + 2, static_cast<uint32_t>(length));
 }
 
 void MessageWriter::writeString(const char *text, uint64_t length)
 {
-    if (length == ~uint64_t(0))
+    if (length == kCount)
         length = std::strlen(text);
-    if (length < 32)
-        Head(static_cast<uint8_t>(0xA0 | length)).writeTo(stream_);
-    else if (length <= 0xFF)
-        Head(0xD9).append(length, 1).writeTo(stream_);
-    else if (length <= 0xFFFF)
-        Head(0xDA).append(length, 2).writeTo(stream_);
-    else
-        Head(0xDB).append(length & 0xFFFFFFFF, 4).writeTo(stream_);
-    stream_.write(text, length);
+    writeStringHead(length);
+    writeRaw(text, length);
 }
 
 void MessageWriter::writeString(const std::string &text)
@@ -105,99 +135,98 @@ void MessageWriter::writeString(const std::string &text)
 void MessageWriter::writeBlob(const void *bytes, uint32_t size)
 {
     if (size <= 0xFF)
-        Head(0xC4).append(size, 1).writeTo(stream_);
+        writeHead(kBlob, static_cast<uint8_t>(size));
     else if (size <= 0xFFFF)
-        Head(0xC5).append(size, 2).writeTo(stream_);
+        writeHead(kBlob + 1, static_cast<uint16_t>(size));
     else
-        Head(0xC6).append(size, 4).writeTo(stream_);
-    stream_.write(bytes, size);
+        writeHead(kBlob + 2, size);
+    writeRaw(bytes, size);
 }
 
 void MessageWriter::writeExt(uint8_t type, const void *bytes, uint64_t size)
 {
     const auto length = static_cast<uint32_t>(size);
-    if (length > 0 && length <= 16 && std::has_single_bit(length))
-        Head(static_cast<uint8_t>(0xD4 + std::countr_zero(length)))
-            .append(type, 1)
-            .writeTo(stream_);
-    else if (length <= 0xFF)
-        Head(0xC7).append(length, 1).append(type, 1).writeTo(stream_);
-    else if (length <= 0xFFFF)
-        Head(0xC8).append(length, 2).append(type, 1).writeTo(stream_);
-    else
-        Head(0xC9).append(length, 4).append(type, 1).writeTo(stream_);
-    stream_.write(bytes, length);
+    if (length <= 16 && std::has_single_bit(length)) {
+        writeHead(static_cast<uint8_t>(kFixExt + std::countr_zero(length)), type);
+    } else if (length <= 0xFF) {
+        writeHead(kExt, static_cast<uint16_t>(length << 8 | type));
+    } else {
+        const bool isWide = length > 0xFFFF;
+        unsigned char head[6] = {static_cast<unsigned char>(isWide ? kExt + 2 : kExt + 1)};
+        storeBigEndian(head + 1, isWide ? length : length << 16);
+        head[isWide ? 5 : 3] = type;
+        writeRaw(head, isWide ? 6 : 4);
+    }
+    writeRaw(bytes, length);
 }
 
 void MessageWriter::writeArrayHeader(uint32_t count)
 {
-    if (count <= 15)
-        Head(static_cast<uint8_t>(0x90 | count)).writeTo(stream_);
+    if (count < 16)
+        writeLead(static_cast<uint8_t>(kFixArray | count));
+    else if (count <= 0xFFFF)
+        writeHead(kArray, static_cast<uint16_t>(count));
     else
-        Head(0xDC).append(count, count <= 0xFFFF ? 2 : 4).writeTo(stream_);
+        writeHead(kArray, count); // not 0xDD: our own deviation
 }
 
 void MessageWriter::writeMapHeader(uint32_t pairCount)
 {
-    if (pairCount <= 15)
-        Head(static_cast<uint8_t>(0x80 | pairCount)).writeTo(stream_);
+    if (pairCount < 16)
+        writeLead(static_cast<uint8_t>(kFixMap | pairCount));
     else if (pairCount <= 0xFFFF)
-        Head(0xDE).append(pairCount, 2).writeTo(stream_);
+        writeHead(kMap, static_cast<uint16_t>(pairCount));
     else
-        Head(0xDF).append(pairCount, 4).writeTo(stream_);
+        writeHead(kMap + 1, pairCount);
 }
 
-/// Writes one value, of a container only the head.
-void MessageWriter::writeShallow(const ObjectValue &value)
+// Of a map or array, only the head.
+void MessageWriter::writeLeaf(const ObjectValue &value)
 {
-    switch (value.tag_) {
+    switch (value.type()) {
     case ObjectType::Nil:
         return writeNil();
     case ObjectType::NegativeInteger:
-        return writeInt(value.held_.negative);
+        return writeInt(value.payload<int64_t>());
     case ObjectType::PositiveInteger:
-        return writeUint(value.held_.positive);
+        return writeUint(value.payload<uint64_t>());
     case ObjectType::String:
         return writeString(value.text(), value.size_);
     case ObjectType::Bool:
-        return writeBool(value.held_.boolean);
+        return writeBool(value.payload<uint64_t>() != 0);
     case ObjectType::Float:
-        return writeDouble(value.held_.number);
+        return writeDouble(value.payload<double>());
     case ObjectType::Blob:
-        return writeBlob(value.held_.bytes, value.size_);
+        return writeBlob(value.payload<const uint8_t *>(), value.size_);
     case ObjectType::Map:
         return writeMapHeader(value.size_);
     case ObjectType::Array:
         return writeArrayHeader(value.size_);
     }
-    // In lower case: the reader has a text of its own for a type that it doesn't know.
     throw std::runtime_error("unrecognized object type.");
 }
 
 void MessageWriter::writeObject(const ObjectValue &value)
 {
-    writeShallow(value);
-    if (!value.isContainer())
+    struct Stretch
+    {
+        const ObjectValue *slot;
+        uint64_t slots;
+    };
+    writeLeaf(value);
+    if (value.slotCount() == 0)
         return;
-    // The containers that are open: the next value of each, and its end.
-    std::vector<std::pair<const ObjectValue *, const ObjectValue *>> open;
-    open.emplace_back(value.slots(), value.slots() + value.slotCount());
-    while (!open.empty()) {
-        auto &[next, end] = open.back();
-        if (next == end) {
-            open.pop_back();
-            continue;
-        }
-        const ObjectValue &child = *next++;
-        writeShallow(child);
-        if (child.isContainer())
-            open.emplace_back(child.slots(), child.slots() + child.slotCount());
+    // A container goes off the path with its last slot, so that depth alone doesn't lengthen it.
+    std::vector<Stretch> path{{value.slots(), value.slotCount()}};
+    while (!path.empty()) {
+        Stretch &innermost = path.back();
+        const ObjectValue &slot = *innermost.slot++;
+        if (--innermost.slots == 0)
+            path.pop_back();
+        writeLeaf(slot);
+        if (slot.slotCount() > 0)
+            path.push_back({slot.slots(), slot.slotCount()});
     }
-}
-
-void MessageWriter::writeRaw(const void *bytes, uint64_t size)
-{
-    stream_.write(bytes, size);
 }
 
 } // namespace tavu

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "encoding/mem_stream.h"
 #include "encoding/object_value.h"
 #include "encoding/stream.h"
 
@@ -14,7 +15,7 @@ namespace tavu {
 class MessageWriter
 {
 public:
-    explicit MessageWriter(Stream &stream) : stream_(stream) {}
+    explicit MessageWriter(Stream &stream) : stream_(stream), memory_(MemStream::from(stream)) {}
 
     void writeNil();
     void writeBool(bool value);
@@ -26,17 +27,25 @@ public:
     void writeString(const char *text, uint64_t length = ~uint64_t(0));
     void writeString(const std::string &text);
     void writeBlob(const void *bytes, uint32_t size);
+    /// Only the low 32 bits of \a size count. MessageReader refuses every ext.
     void writeExt(uint8_t type, const void *bytes, uint64_t size);
     /// Above 65535 the head is 0xDC with four length bytes: this system's one deviation.
     void writeArrayHeader(uint32_t count);
     void writeMapHeader(uint32_t pairCount);
+    /// The whole tree. Raises std::runtime_error on a tag that there isn't.
     void writeObject(const ObjectValue &value);
+    /// The bytes as they are, with no head.
     void writeRaw(const void *bytes, uint64_t size);
 
 private:
-    void writeShallow(const ObjectValue &value);
+    template <typename Number>
+    void writeHead(uint8_t lead, Number number);
+    void writeLead(uint8_t lead);
+    void writeStringHead(uint64_t length);
+    void writeLeaf(const ObjectValue &value);
 
     Stream &stream_;
+    MemStream *memory_; // the same stream, when its calls can be had inline
 };
 
 } // namespace tavu

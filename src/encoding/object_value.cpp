@@ -1,10 +1,11 @@
 #include "encoding/object_value.h"
 
-#include <cstdlib>
-#include <cstring>
+#include "encoding/bytes.h"
+
+#include <algorithm>
+#include <limits>
 #include <new>
 #include <stdexcept>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -12,451 +13,456 @@ namespace tavu {
 
 namespace {
 
-constexpr const char *kNotArray = "Object is not an array.";
-constexpr const char *kNotMap = "Object is not a map.";
+constexpr char kNotMap[] = "Object is not a map.";
+constexpr char kNotArray[] = "Object is not an array.";
+constexpr char kOutOfMap[] = "Index out of map range.";
+constexpr char kOutOfArray[] = "Index out of array range.";
+constexpr char kNotPositive[] =
+    "Object type is not positive integer, but positive integer expected.";
+constexpr char kNotNegative[] =
+    "Object type is not negative integer, but negative integer expected.";
+constexpr char kNotInteger[] = "Object type is not an integer, but an integer was expected.";
+constexpr char kNotBool[] = "Object type is not bool, but bool expected.";
+constexpr char kNotFloat[] = "Object type is not float, but float expected.";
+constexpr char kNotString[] = "Object type is not string, but string expected.";
+constexpr char kNotBlob[] = "Object type is not blob, but blob expected.";
+constexpr char kNoSize[] = "Object does not have size, array/map/string/blob expected.";
+constexpr char kKeyNotFound[] = "Key not found in map.";
+constexpr char kOutOfRange[] = "Integer value out of range, expected int64_t.";
 
-void *allocate(size_t byteCount)
+char *allocateText(uint32_t length)
 {
-    // One byte more than nothing, so that null always means a failure.
-    void *memory = std::malloc(byteCount > 0 ? byteCount : 1);
-    if (!memory)
-        throw std::bad_alloc();
-    return memory;
+    return static_cast<char *>(::operator new(static_cast<size_t>(uint64_t(length) + 1)));
+}
+
+uint32_t countedLength(const char *text)
+{
+    return static_cast<uint32_t>(std::strlen(text));
 }
 
 } // namespace
 
-/// The slots of a map or an array, behind what their owner needs to know of them. A map has two
-/// slots for each pair: the key, which is a string value, and the value.
-struct ObjectValue::Block
-{
-    Block *next;       ///< of the blocks that wait to be released
-    uint64_t count;    ///< values in a block that waits
-    uint32_t capacity; ///< entries
-
-    ObjectValue *slots() { return reinterpret_cast<ObjectValue *>(this + 1); }
-
-    static Block *create(uint32_t capacity, uint32_t slotsPerEntry)
-    {
-        const size_t bytes = size_t(capacity) * slotsPerEntry * sizeof(ObjectValue);
-        auto *block = static_cast<Block *>(allocate(sizeof(Block) + bytes));
-        block->capacity = capacity;
-        return block;
-    }
-};
+static_assert(sizeof(ObjectValue) == 24);
 
 void BlobDeleter::operator()(uint8_t *bytes) const
 {
-    std::free(bytes);
+    ::operator delete(bytes);
 }
 
-ObjectValue::ObjectValue() noexcept = default;
+OwnedBlob ObjectValue::allocateBlob(uint32_t size)
+{
+    return OwnedBlob(static_cast<uint8_t *>(::operator new(size)));
+}
+
+// Construction
 
 ObjectValue ObjectValue::negative(int64_t value)
 {
-    ObjectValue result(ObjectType::NegativeInteger, 0);
-    result.held_.negative = value;
-    return result;
+    return ObjectValue(ObjectType::NegativeInteger, 0, value);
 }
 
 ObjectValue ObjectValue::positive(uint64_t value)
 {
-    ObjectValue result(ObjectType::PositiveInteger, 0);
-    result.held_.positive = value;
-    return result;
+    return ObjectValue(ObjectType::PositiveInteger, 0, value);
 }
 
 ObjectValue ObjectValue::boolean(bool value)
 {
-    ObjectValue result(ObjectType::Bool, 0);
-    result.held_.boolean = value;
-    return result;
+    return ObjectValue(ObjectType::Bool, 0, uint64_t(value));
 }
 
 ObjectValue ObjectValue::number(double value)
 {
-    ObjectValue result(ObjectType::Float, 0);
-    result.held_.number = value;
-    return result;
+    return ObjectValue(ObjectType::Float, 0, value);
 }
 
 ObjectValue ObjectValue::string(const char *text, uint32_t length)
 {
-    if (length == kCountedLength)
-        length = static_cast<uint32_t>(std::strlen(text));
     ObjectValue result;
-    char *target = result.held_.inlineText;
-    if (length >= kInlineText)
-        target = result.held_.text = static_cast<char *>(allocate(size_t(length) + 1));
-    if (length > 0)
-        std::memcpy(target, text, length);
-    target[length] = '\0';
-    result.tag_ = ObjectType::String;
-    result.size_ = length;
+    result.setText(text, length == kCountedLength ? countedLength(text) : length);
     return result;
 }
 
 ObjectValue ObjectValue::string(const std::string &text)
 {
-    return string(text.data(), static_cast<uint32_t>(text.size()));
+    ObjectValue result;
+    result.setText(text.data(), static_cast<uint32_t>(text.size()));
+    return result;
 }
 
 ObjectValue ObjectValue::blob(const void *bytes, uint32_t size)
 {
     OwnedBlob copy = allocateBlob(size);
-    if (size > 0)
-        std::memcpy(copy.get(), bytes, size);
+    copyBytes(copy.get(), bytes, size);
     return blob(std::move(copy), size);
 }
 
 ObjectValue ObjectValue::blob(OwnedBlob bytes, uint32_t size)
 {
-    ObjectValue result(ObjectType::Blob, size);
-    result.held_.bytes = bytes.release();
-    return result;
+    return ObjectValue(ObjectType::Blob, size, bytes.release());
 }
 
 ObjectValue ObjectValue::map(uint32_t capacity)
 {
-    ObjectValue result(ObjectType::Map, 0);
-    result.reserve(capacity);
+    ObjectValue result(ObjectType::Map, 0, static_cast<Block *>(nullptr));
+    result.setCapacity(capacity);
     return result;
 }
 
 ObjectValue ObjectValue::array(uint32_t capacity)
 {
-    ObjectValue result(ObjectType::Array, 0);
-    result.reserve(capacity);
+    ObjectValue result(ObjectType::Array, 0, static_cast<Block *>(nullptr));
+    result.setCapacity(capacity);
     return result;
 }
 
-OwnedBlob ObjectValue::allocateBlob(uint32_t size)
+// Makes a nil value a string.
+void ObjectValue::setText(const char *text, uint32_t length)
 {
-    return OwnedBlob(static_cast<uint8_t *>(allocate(size)));
+    char *target = storage_;
+    if (length > kMaxShortText) {
+        target = allocateText(length);
+        setPayload(target);
+    }
+    copyBytes(target, text, length);
+    target[length] = '\0';
+    size_ = length;
+    tag_ = static_cast<uint8_t>(ObjectType::String);
 }
 
-ObjectValue::ObjectValue(const ObjectValue &other)
+// Copying and moving
+
+ObjectValue::ObjectValue(const ObjectValue &other) : ObjectValue()
 {
-    copyFrom(other);
+    struct Stretch
+    {
+        const ObjectValue *from;
+        ObjectValue *to;
+        uint64_t slots;
+    };
+    if (!copyWithoutEntries(other))
+        return;
+    std::vector<Stretch> path{{other.slots(), slots(), other.slotCount()}};
+    while (!path.empty()) {
+        Stretch &innermost = path.back();
+        const ObjectValue &from = *innermost.from++;
+        ObjectValue &to = *innermost.to++;
+        if (--innermost.slots == 0)
+            path.pop_back();
+        if (to.copyWithoutEntries(from))
+            path.push_back({from.slots(), to.slots(), from.slotCount()});
+    }
+}
+
+// Makes a nil value a copy of the other one; a map or array gets nil in each of its slots, so that
+// it can be destroyed at any time. True when there are slots to be filled.
+bool ObjectValue::copyWithoutEntries(const ObjectValue &other)
+{
+    if (other.isContainer()) {
+        setPayload(static_cast<Block *>(nullptr));
+        tag_ = other.tag_;
+        setCapacity(other.size_);
+        size_ = other.size_;
+        std::uninitialized_default_construct_n(slots(), slotCount());
+        return size_ > 0;
+    }
+    if (other.tag_ == static_cast<uint8_t>(ObjectType::String)) {
+        const uint32_t length = static_cast<uint32_t>(std::strlen(other.text()));
+        // Room for the whole size: what it counts behind the NUL is cleared, never old memory.
+        if (other.isLongText())
+            setPayload(allocateText(other.size_));
+        char *target = other.isLongText() ? payload<char *>() : storage_;
+        copyBytes(target, other.text(), length);
+        std::memset(target + length, 0, static_cast<size_t>(uint64_t(other.size_) - length + 1));
+    } else if (other.tag_ == static_cast<uint8_t>(ObjectType::Blob)) {
+        OwnedBlob copy = allocateBlob(other.size_);
+        copyBytes(copy.get(), other.payload<const uint8_t *>(), other.size_);
+        setPayload(copy.release());
+    } else {
+        setPayload(other.payload<uint64_t>());
+    }
+    size_ = other.size_;
+    tag_ = other.tag_;
+    return false;
 }
 
 ObjectValue &ObjectValue::operator=(const ObjectValue &other)
 {
-    if (this != &other)
-        *this = ObjectValue(other);
+    if (this != &other) {
+        // The other value may be part of our own tree.
+        ObjectValue copy(other);
+        *this = std::move(copy);
+    }
     return *this;
-}
-
-ObjectValue::ObjectValue(ObjectValue &&other) noexcept
-    : held_(other.held_), tag_(std::exchange(other.tag_, ObjectType::Nil)),
-      size_(std::exchange(other.size_, 0))
-{
 }
 
 ObjectValue &ObjectValue::operator=(ObjectValue &&other) noexcept
 {
     if (this != &other) {
-        // The source may stand inside the tree that we let go.
-        ObjectValue old(std::move(*this));
-        held_ = other.held_;
-        tag_ = std::exchange(other.tag_, ObjectType::Nil);
-        size_ = std::exchange(other.size_, 0);
+        ObjectValue taken(std::move(other));
+        if (ownsMemory())
+            release();
+        steal(taken);
     }
     return *this;
 }
 
-ObjectValue::~ObjectValue()
+// Destruction
+
+void ObjectValue::release() noexcept
 {
-    release();
+    if (isContainer())
+        releaseTree();
+    else
+        ::operator delete(payload<void *>());
+    size_ = 0;
+    tag_ = static_cast<uint8_t>(ObjectType::Nil);
+    setPayload(uint64_t(0));
 }
 
-ObjectType ObjectValue::type() const
+// Empties the containers from their last slot on. The way back up is kept in the blocks, so that
+// the depth of a tree costs neither stack nor memory.
+void ObjectValue::releaseTree() noexcept
 {
-    return tag_;
+    const auto enter = [](ObjectValue *container, ObjectValue *parent) {
+        container->block()->parent = parent;
+        container->block()->pending = container->slotCount();
+        return container;
+    };
+    if (!block())
+        return;
+    ObjectValue *open = enter(this, nullptr);
+    while (open) {
+        Block *block = open->block();
+        ObjectValue *inner = nullptr;
+        while (block->pending > 0 && !inner) {
+            ObjectValue &slot = block->slots()[--block->pending];
+            if (slot.isContainer())
+                inner = slot.block() ? &slot : nullptr;
+            else if (slot.ownsMemory())
+                ::operator delete(slot.payload<void *>());
+        }
+        if (inner) {
+            open = enter(inner, open);
+        } else {
+            open = block->parent;
+            ::operator delete(block);
+        }
+    }
 }
 
-void ObjectValue::require(ObjectType tag, const char *text) const
+// Access
+
+void ObjectValue::require(ObjectType tag, const char *complaint) const
 {
-    if (tag_ != tag)
-        throw std::runtime_error(text);
+    if (type() != tag)
+        throw std::runtime_error(complaint);
 }
 
 uint64_t ObjectValue::asPositive() const
 {
-    require(ObjectType::PositiveInteger,
-            "Object type is not positive integer, but positive integer expected.");
-    return held_.positive;
+    require(ObjectType::PositiveInteger, kNotPositive);
+    return payload<uint64_t>();
 }
 
 int64_t ObjectValue::asNegative() const
 {
-    require(ObjectType::NegativeInteger,
-            "Object type is not negative integer, but negative integer expected.");
-    return held_.negative;
+    require(ObjectType::NegativeInteger, kNotNegative);
+    return payload<int64_t>();
 }
 
 int64_t ObjectValue::asInt64() const
 {
-    if (tag_ == ObjectType::PositiveInteger)
-        return static_cast<int64_t>(held_.positive);
-    require(ObjectType::NegativeInteger,
-            "Object type is not an integer, but an integer was expected.");
-    // The range test stands on the negative side: every value that is really negative fails it.
-    if (held_.positive > 0x7FFFFFFFFFFFFFFFull)
-        throw std::runtime_error("Integer value out of range, expected int64_t.");
-    return held_.negative;
+    const auto bits = payload<uint64_t>();
+    if (type() == ObjectType::NegativeInteger) {
+        if (bits > uint64_t(std::numeric_limits<int64_t>::max()))
+            throw std::runtime_error(kOutOfRange);
+    } else {
+        require(ObjectType::PositiveInteger, kNotInteger);
+    }
+    return static_cast<int64_t>(bits);
 }
 
 bool ObjectValue::asBool() const
 {
-    require(ObjectType::Bool, "Object type is not bool, but bool expected.");
-    return held_.boolean;
+    require(ObjectType::Bool, kNotBool);
+    return payload<uint64_t>() != 0;
 }
 
 double ObjectValue::asFloat() const
 {
-    require(ObjectType::Float, "Object type is not float, but float expected.");
-    return held_.number;
+    require(ObjectType::Float, kNotFloat);
+    return payload<double>();
 }
 
 const char *ObjectValue::asString() const
 {
-    require(ObjectType::String, "Object type is not string, but string expected.");
+    require(ObjectType::String, kNotString);
     return text();
 }
 
 const uint8_t *ObjectValue::blobData() const
 {
-    require(ObjectType::Blob, "Object type is not blob, but blob expected.");
-    return held_.bytes;
+    require(ObjectType::Blob, kNotBlob);
+    return payload<const uint8_t *>();
 }
 
 uint32_t ObjectValue::blobSize() const
 {
-    require(ObjectType::Blob, "Object type is not blob, but blob expected.");
+    require(ObjectType::Blob, kNotBlob);
     return size_;
 }
 
 OwnedBlob ObjectValue::takeBlob()
 {
-    require(ObjectType::Blob, "Object type is not blob, but blob expected.");
+    require(ObjectType::Blob, kNotBlob);
+    OwnedBlob bytes(payload<uint8_t *>());
+    setPayload(static_cast<uint8_t *>(nullptr));
     size_ = 0;
-    return OwnedBlob(std::exchange(held_.bytes, nullptr));
+    return bytes;
 }
 
 uint32_t ObjectValue::size() const
 {
-    if (!isContainer() && tag_ != ObjectType::String && tag_ != ObjectType::Blob)
-        throw std::runtime_error("Object does not have size, array/map/string/blob expected.");
+    if (!isContainer() && type() != ObjectType::String && type() != ObjectType::Blob)
+        throw std::runtime_error(kNoSize);
     return size_;
 }
 
-ObjectValue *ObjectValue::slots() const
+uint32_t ObjectValue::capacity() const
 {
-    return held_.block ? held_.block->slots() : nullptr;
+    return isContainer() && block() ? block()->capacity : 0;
+}
+
+// Arrays and maps
+
+ObjectValue &ObjectValue::slotAt(uint32_t entry, const char *complaint) const
+{
+    if (entry >= size_)
+        throw std::out_of_range(complaint);
+    return slots()[entry * slotsPerEntry()];
 }
 
 const ObjectValue &ObjectValue::arrayAt(uint32_t index) const
 {
-    return const_cast<ObjectValue *>(this)->arrayAt(index);
+    require(ObjectType::Array, kNotArray);
+    return slotAt(index, kOutOfArray);
 }
 
 ObjectValue &ObjectValue::arrayAt(uint32_t index)
 {
     require(ObjectType::Array, kNotArray);
-    if (index >= size_)
-        throw std::out_of_range("Index out of array range.");
-    return slots()[index];
+    return slotAt(index, kOutOfArray);
 }
 
 void ObjectValue::arrayAppend(ObjectValue &&value)
 {
     require(ObjectType::Array, kNotArray);
-    *appendEntry() = std::move(value);
+    ObjectValue taken(std::move(value));
+    *addEntry() = std::move(taken);
+}
+
+// The key slot of the first pair with that key, or null.
+const ObjectValue *ObjectValue::find(const char *key) const
+{
+    require(ObjectType::Map, kNotMap);
+    const size_t length = std::strlen(key);
+    const ObjectValue *const end = slots() + slotCount();
+    for (const ObjectValue *slot = slots(); slot != end; slot += 2) {
+        if (slot->size_ == length && std::memcmp(slot->text(), key, length) == 0)
+            return slot;
+    }
+    return nullptr;
 }
 
 bool ObjectValue::mapContains(const char *key) const
 {
-    return mapIndexOf(key) >= 0;
+    return find(key) != nullptr;
 }
 
 int32_t ObjectValue::mapIndexOf(const char *key) const
 {
-    require(ObjectType::Map, kNotMap);
-    const ObjectValue *pair = slots();
-    for (uint32_t i = 0; i < size_; ++i, pair += 2) {
-        if (std::strcmp(pair->text(), key) == 0)
-            return static_cast<int32_t>(i);
-    }
-    return -1;
+    const ObjectValue *slot = find(key);
+    return slot ? static_cast<int32_t>((slot - slots()) / 2) : -1;
 }
 
 const ObjectValue &ObjectValue::mapAt(const char *key) const
 {
-    return const_cast<ObjectValue *>(this)->mapAt(key);
+    const ObjectValue *slot = find(key);
+    if (!slot)
+        throw std::runtime_error(kKeyNotFound);
+    return slot[1];
 }
 
 ObjectValue &ObjectValue::mapAt(const char *key)
 {
-    const int32_t index = mapIndexOf(key);
-    if (index < 0)
-        throw std::runtime_error("Key not found in map.");
-    return slots()[2 * size_t(static_cast<uint32_t>(index)) + 1];
-}
-
-ObjectValue &ObjectValue::mapSlot(uint32_t index) const
-{
-    require(ObjectType::Map, kNotMap);
-    if (index >= size_)
-        throw std::out_of_range("Index out of map range.");
-    return slots()[2 * size_t(index)];
+    return const_cast<ObjectValue &>(std::as_const(*this).mapAt(key));
 }
 
 const char *ObjectValue::mapKeyAt(uint32_t index) const
 {
-    return mapSlot(index).text();
+    require(ObjectType::Map, kNotMap);
+    return slotAt(index, kOutOfMap).text();
 }
 
 const ObjectValue &ObjectValue::mapValueAt(uint32_t index) const
 {
-    return (&mapSlot(index))[1];
+    require(ObjectType::Map, kNotMap);
+    return (&slotAt(index, kOutOfMap))[1];
 }
 
 ObjectValue &ObjectValue::mapValueAt(uint32_t index)
 {
-    return (&mapSlot(index))[1];
+    require(ObjectType::Map, kNotMap);
+    return (&slotAt(index, kOutOfMap))[1];
 }
 
 void ObjectValue::mapAppend(const char *key, ObjectValue &&value)
 {
     require(ObjectType::Map, kNotMap);
-    ObjectValue keyValue = string(key);
-    ObjectValue *pair = appendEntry();
-    pair[0] = std::move(keyValue);
-    pair[1] = std::move(value);
+    // Both may lie in slots of ours, which are about to move.
+    ObjectValue ownKey = string(key);
+    ObjectValue taken(std::move(value));
+    ObjectValue *pair = addEntry();
+    pair[0] = std::move(ownKey);
+    pair[1] = std::move(taken);
 }
 
-/// Sets the capacity of a container that has none yet, or moves it to a larger block.
-void ObjectValue::reserve(uint32_t capacity)
+// Appends an entry with nil in its slots, and returns the first of them.
+ObjectValue *ObjectValue::addEntry()
 {
-    if (capacity == 0)
-        return;
-    Block *block = Block::create(capacity, slotsPerEntry());
-    if (Block *old = held_.block) {
-        // A value is moved by moving its bytes: nothing points at itself.
-        std::memcpy(static_cast<void *>(block->slots()), static_cast<void *>(old->slots()),
-                    size_t(slotCount()) * sizeof(ObjectValue));
-        std::free(old);
-    }
-    held_.block = block;
-}
-
-ObjectValue *ObjectValue::appendEntry()
-{
-    const uint32_t capacity = held_.block ? held_.block->capacity : 0;
-    if (size_ == 0xFFFFFFFFu)
-        throw std::bad_alloc();
-    if (size_ >= capacity)
-        reserve(capacity < 2 ? 2 : capacity < 0x80000000u ? capacity * 2 : 0xFFFFFFFFu);
-    ObjectValue *entry = slots() + slotCount();
-    for (uint32_t i = 0; i < slotsPerEntry(); ++i)
-        new (entry + i) ObjectValue();
+    if (size_ >= capacity())
+        grow();
+    ObjectValue *entry = block()->slots() + slotCount();
+    std::uninitialized_default_construct_n(entry, slotsPerEntry());
     ++size_;
     return entry;
 }
 
-void ObjectValue::cutAtNul()
+void ObjectValue::grow()
 {
-    const size_t used = std::strlen(text());
-    if (used == size_)
+    constexpr uint64_t kMaxEntries = 0xFFFFFFFFu;
+    if (size_ == kMaxEntries)
+        throw std::length_error("Too many entries.");
+    const uint64_t doubled = 2 * uint64_t(capacity());
+    setCapacity(static_cast<uint32_t>(std::clamp<uint64_t>(doubled, 2, kMaxEntries)));
+}
+
+// Moves the slots in use to new room for so many entries. A capacity of 0 allocates nothing.
+void ObjectValue::setCapacity(uint32_t capacity)
+{
+    if (capacity == 0)
         return;
-    ObjectValue cut = string(text(), static_cast<uint32_t>(used));
-    *this = std::move(cut);
-}
-
-/// Copies the tree below \a other into this nil value.
-void ObjectValue::copyFrom(const ObjectValue &other)
-{
-    std::vector<std::pair<const ObjectValue *, ObjectValue *>> pending;
-    const ObjectValue *source = &other;
-    ObjectValue *target = this;
-    try {
-        for (;;) {
-            target->copyShallow(*source);
-            for (uint64_t i = 0; source->isContainer() && i < source->slotCount(); ++i)
-                pending.emplace_back(source->slots() + i, target->slots() + i);
-            if (pending.empty())
-                return;
-            std::tie(source, target) = pending.back();
-            pending.pop_back();
-        }
-    } catch (...) {
-        release();
-        throw;
+    const uint64_t bytes = sizeof(Block) + capacity * slotsPerEntry() * sizeof(ObjectValue);
+    Block *former = block();
+    Block *room = new (::operator new(static_cast<size_t>(bytes))) Block{};
+    if (former) {
+        *room = *former;
+        std::uninitialized_move_n(former->slots(), slotCount(), room->slots());
+        ::operator delete(former);
     }
-}
-
-/// Copies one value; the entries of a container are nil, for the caller to fill.
-void ObjectValue::copyShallow(const ObjectValue &other)
-{
-    if (other.isContainer()) {
-        ObjectValue empty(other.tag_, 0);
-        empty.reserve(other.size_);
-        while (empty.size_ < other.size_)
-            empty.appendEntry();
-        *this = std::move(empty);
-    } else if (other.tag_ == ObjectType::Blob) {
-        *this = blob(other.held_.bytes, other.size_);
-    } else if (other.tag_ == ObjectType::String) {
-        // The copy ends at the first NUL; what follows is zero, up to the same size.
-        const size_t used = std::strlen(other.text());
-        char *target = held_.inlineText;
-        if (other.size_ >= kInlineText)
-            target = held_.text = static_cast<char *>(allocate(size_t(other.size_) + 1));
-        std::memcpy(target, other.text(), used);
-        std::memset(target + used, 0, size_t(other.size_) + 1 - used);
-        tag_ = ObjectType::String;
-        size_ = other.size_;
-    } else {
-        held_ = other.held_;
-        tag_ = other.tag_;
-    }
-}
-
-void ObjectValue::release() noexcept
-{
-    if (ownsBytes()) {
-        std::free(held_.bytes);
-    } else if (isContainer() && held_.block) {
-        held_.block->next = nullptr;
-        held_.block->count = slotCount();
-        releaseTree(held_.block);
-    }
-    tag_ = ObjectType::Nil;
-    size_ = 0;
-    held_ = {};
-}
-
-/// Frees a block and all below it. The blocks that wait are linked through themselves, so that a
-/// tree of any depth goes with neither stack nor memory.
-void ObjectValue::releaseTree(Block *block) noexcept
-{
-    while (block) {
-        Block *pending = block->next;
-        ObjectValue *value = block->slots();
-        for (uint64_t i = 0; i < block->count; ++i, ++value) {
-            if (value->ownsBytes()) {
-                std::free(value->held_.bytes);
-            } else if (value->isContainer() && value->held_.block) {
-                Block *child = value->held_.block;
-                child->count = value->slotCount();
-                child->next = pending;
-                pending = child;
-            }
-        }
-        std::free(block);
-        block = pending;
-    }
+    room->capacity = capacity;
+    setPayload(room);
 }
 
 } // namespace tavu

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
 
@@ -32,13 +33,17 @@ using OwnedBlob = std::unique_ptr<uint8_t[], BlobDeleter>;
 
 /// A dynamic value that owns the whole tree below it. A map is an ordered list of pairs with text
 /// keys; duplicates are kept and the first one counts. Raises std::runtime_error on a wrong tag and
-/// std::out_of_range on a bad index; the texts reach clients. Pointers and references that it hands
-/// out live as long as the value stays where it is. Nothing here recurses into the tree.
-class ObjectValue
+/// std::out_of_range on a bad index; the texts reach clients.
+///
+/// No operation recurses: a tree may be as deep as memory allows. Destroying a tree allocates
+/// nothing. Text pointers (asString(), mapKeyAt()) are good as long as the value, or the map, stays
+/// where it is unchanged: short text lies in the value itself and moves along with it.
+class alignas(uint64_t) ObjectValue
 {
 public:
-    ObjectValue() noexcept; ///< nil
+    ObjectValue() noexcept : ObjectValue(ObjectType::Nil, 0, uint64_t(0)) {} ///< nil
 
+    /// The sign isn't checked.
     static ObjectValue negative(int64_t value);
     static ObjectValue positive(uint64_t value);
     static ObjectValue boolean(bool value);
@@ -50,91 +55,143 @@ public:
     static ObjectValue blob(const void *bytes, uint32_t size);
     /// Adopts a buffer from allocateBlob().
     static ObjectValue blob(OwnedBlob bytes, uint32_t size);
+    /// Empty, with room for \a capacity entries.
     static ObjectValue map(uint32_t capacity = 0);
     static ObjectValue array(uint32_t capacity = 0);
 
     /// A buffer that a blob can adopt; its bytes are not cleared. Raises std::bad_alloc.
     static OwnedBlob allocateBlob(uint32_t size);
 
+    /// Copies are deep and have no spare capacity. Text is copied up to its first NUL; the size
+    /// stays, and the bytes that it counts behind that NUL are zero in the copy.
     ObjectValue(const ObjectValue &other);
     ObjectValue &operator=(const ObjectValue &other);
-    ObjectValue(ObjectValue &&other) noexcept;
+    /// Moves leave the source nil.
+    ObjectValue(ObjectValue &&other) noexcept { steal(other); }
     ObjectValue &operator=(ObjectValue &&other) noexcept;
-    ~ObjectValue();
+    ~ObjectValue()
+    {
+        if (ownsMemory())
+            release();
+    }
 
-    ObjectType type() const;
+    ObjectType type() const { return static_cast<ObjectType>(tag_); }
+    /// Positive integers only: a negative one doesn't pass, however small.
     uint64_t asPositive() const;
     int64_t asNegative() const;
+    /// Takes both integer tags, but raises on a value that is really negative and wraps a positive
+    /// one above the signed range. Prefer asPositive() and asNegative().
     int64_t asInt64() const;
     bool asBool() const;
     double asFloat() const;
     const char *asString() const;
+    /// Not to be read when blobSize() is 0.
     const uint8_t *blobData() const;
     uint32_t blobSize() const;
+    /// Hands the bytes over; the value stays a blob, of size 0 and with no bytes.
     OwnedBlob takeBlob();
+    /// Bytes of a string (without its terminator) or blob, pairs of a map, elements of an array.
     uint32_t size() const;
+    /// Entries that a map or array has room for; 0 for any other value.
+    uint32_t capacity() const;
 
     const ObjectValue &arrayAt(uint32_t index) const;
     ObjectValue &arrayAt(uint32_t index);
     void arrayAppend(ObjectValue &&value);
 
     bool mapContains(const char *key) const;
+    /// Index of the first pair with that key, or -1.
     int32_t mapIndexOf(const char *key) const;
+    /// Value of the first pair with that key; raises when there is none.
     const ObjectValue &mapAt(const char *key) const;
     ObjectValue &mapAt(const char *key);
     const char *mapKeyAt(uint32_t index) const;
     const ObjectValue &mapValueAt(uint32_t index) const;
     ObjectValue &mapValueAt(uint32_t index);
+    /// Copies the key; a pair with the same key may be there already.
     void mapAppend(const char *key, ObjectValue &&value);
 
 private:
     friend class MessageReader;
     friend class MessageWriter;
 
-    struct Block;
-
-    /// Text shorter than this stands in the value itself.
-    static constexpr uint32_t kInlineText = 16;
-
-    ObjectValue(ObjectType tag, uint32_t size) noexcept : tag_(tag), size_(size) {}
-
-    bool isContainer() const { return tag_ == ObjectType::Map || tag_ == ObjectType::Array; }
-    bool ownsBytes() const
+    // What a map or array owns: this head and, behind it, the slots, of which only those in use are
+    // constructed. A map's pair is two slots, the key (always a string) and the value, so that a
+    // walk over a tree needs no distinction.
+    struct Block
     {
-        return tag_ == ObjectType::Blob || (tag_ == ObjectType::String && size_ >= kInlineText);
-    }
-    /// The values directly below: elements, or keys and values in turn.
-    uint32_t slotsPerEntry() const { return tag_ == ObjectType::Map ? 2 : 1; }
-    uint64_t slotCount() const { return uint64_t(size_) * slotsPerEntry(); }
-    ObjectValue *slots() const;
-    const char *text() const { return size_ < kInlineText ? held_.inlineText : held_.text; }
+        ObjectValue *parent; // while decoding or destroying: the container around this one
+        uint64_t pending;    // while decoding: entries to come; while destroying: slots to go
+        uint32_t capacity;   // in entries
 
-    void require(ObjectType tag, const char *text) const;
-    ObjectValue &mapSlot(uint32_t index) const;
-    void reserve(uint32_t capacity);
-    /// Makes room for one more entry and returns its slots, which are nil.
-    ObjectValue *appendEntry();
-    /// A key ends at its first NUL.
-    void cutAtNul();
-    void copyFrom(const ObjectValue &other);
-    void copyShallow(const ObjectValue &other);
-    void release() noexcept;
-    static void releaseTree(Block *block) noexcept;
-
-    union Held {
-        int64_t negative;
-        uint64_t positive;
-        double number;
-        bool boolean;
-        uint8_t *bytes;
-        char *text;
-        Block *block;
-        char inlineText[kInlineText];
+        ObjectValue *slots() { return reinterpret_cast<ObjectValue *>(this + 1); }
     };
 
-    Held held_{};
-    ObjectType tag_ = ObjectType::Nil;
-    uint32_t size_ = 0; ///< bytes, pairs or elements
+    // Text of up to this length lies in the value; it is enough for the keys of all our messages.
+    static constexpr uint32_t kMaxShortText = 18;
+
+    template <typename Payload>
+    ObjectValue(ObjectType tag, uint32_t size, Payload payload) noexcept
+        : size_(size), tag_(static_cast<uint8_t>(tag))
+    {
+        setPayload(payload);
+    }
+
+    // The eight bytes behind tag_ hold a number or a pointer, and are part of short text too.
+    template <typename Payload>
+    Payload payload() const
+    {
+        Payload result;
+        std::memcpy(&result, storage_ + kPayloadOffset, sizeof result);
+        return result;
+    }
+    template <typename Payload>
+    void setPayload(Payload payload)
+    {
+        std::memcpy(storage_ + kPayloadOffset, &payload, sizeof payload);
+    }
+
+    bool isContainer() const { return tag_ >= static_cast<uint8_t>(ObjectType::Map); }
+    bool isLongText() const
+    {
+        return tag_ == static_cast<uint8_t>(ObjectType::String) && size_ > kMaxShortText;
+    }
+    bool ownsMemory() const
+    {
+        return tag_ >= static_cast<uint8_t>(ObjectType::Blob) || isLongText();
+    }
+    const char *text() const { return isLongText() ? payload<const char *>() : storage_; }
+    Block *block() const { return payload<Block *>(); }
+    ObjectValue *slots() const { return size_ ? block()->slots() : nullptr; }
+    uint64_t slotsPerEntry() const { return tag_ == static_cast<uint8_t>(ObjectType::Map) ? 2 : 1; }
+    uint64_t slotCount() const { return isContainer() ? size_ * slotsPerEntry() : 0; }
+
+    void require(ObjectType tag, const char *complaint) const;
+    ObjectValue &slotAt(uint32_t entry, const char *complaint) const;
+    const ObjectValue *find(const char *key) const;
+
+    void setText(const char *text, uint32_t length);
+    void setCapacity(uint32_t capacity);
+    ObjectValue *addEntry();
+    void grow();
+    bool copyWithoutEntries(const ObjectValue &other);
+    void steal(ObjectValue &other) noexcept;
+    void release() noexcept;
+    void releaseTree() noexcept;
+
+    uint32_t size_;
+    uint8_t tag_;
+    char storage_[19];
+
+    static constexpr uint32_t kPayloadOffset = 3;
 };
+
+// Onto a value that owns nothing. A value has no pointers to itself, so its bytes are the value.
+inline void ObjectValue::steal(ObjectValue &other) noexcept
+{
+    std::memcpy(static_cast<void *>(this), &other, sizeof other);
+    other.size_ = 0;
+    other.tag_ = static_cast<uint8_t>(ObjectType::Nil);
+}
 
 } // namespace tavu

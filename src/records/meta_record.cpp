@@ -4,8 +4,8 @@
 #include "platform/clock.h"
 #include "records/record_envelope.h"
 
-#include <algorithm>
 #include <iterator>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -14,38 +14,48 @@ namespace tavu {
 namespace {
 
 constexpr RecordKind kMetaRecord = {"meta", "info", "Invalid file metadata."};
-constexpr const char *kBlockKey = "info";
-
-struct TextField
+/// One pair of a file's map.
+struct Field
 {
-    const char *key;
-    std::string FileRecord::*member;
+    std::string_view key;
+    void (*write)(MessageWriter &writer, const FileRecord &record);
+    void (*read)(MessageReader &reader, FileRecord &record);
 };
 
-struct NumberField
+template <std::string FileRecord::*member>
+constexpr Field text(std::string_view key)
 {
-    const char *key;
-    uint64_t (*get)(const FileRecord &record);
-    void (*set)(FileRecord &record, uint64_t value);
-};
+    return {key,
+            [](MessageWriter &writer, const FileRecord &file) { writer.writeString(file.*member); },
+            [](MessageReader &reader, FileRecord &file) { reader.readString(file.*member); }};
+}
 
 template <auto member>
-constexpr NumberField number(const char *key)
+constexpr Field number(std::string_view key)
 {
-    return {key, [](const FileRecord &record) -> uint64_t { return record.*member; },
-            [](FileRecord &record, uint64_t value) {
-                using Field = std::remove_reference_t<decltype(record.*member)>;
-                record.*member = static_cast<Field>(value);
+    return {key,
+            [](MessageWriter &writer, const FileRecord &file) { writer.writeUint(file.*member); },
+            [](MessageReader &reader, FileRecord &file) {
+                using Value = std::remove_reference_t<decltype(file.*member)>;
+                file.*member = static_cast<Value>(reader.readPosInt());
             }};
 }
 
-// In the order in which they are written.
-constexpr TextField kTextFields[] = {
-    {"name", &FileRecord::name},
-    {"port", &FileRecord::port},
-    {"camera", &FileRecord::camera},
-};
-constexpr NumberField kNumberFields[] = {
+void writeInfo(MessageWriter &writer, const FileRecord &file)
+{
+    writer.writeBlob(file.info.data(), static_cast<uint32_t>(file.info.size()));
+}
+
+void readInfo(MessageReader &reader, FileRecord &file)
+{
+    readBlock(reader, file.info);
+}
+
+// In the order in which they are written; the last one only when the file has a block.
+constexpr Field kFields[] = {
+    text<&FileRecord::name>("name"),
+    text<&FileRecord::port>("port"),
+    text<&FileRecord::camera>("camera"),
     number<&FileRecord::fileId>("fileId"),
     number<&FileRecord::streamId>("streamId"),
     number<&FileRecord::width>("width"),
@@ -57,41 +67,43 @@ constexpr NumberField kNumberFields[] = {
     number<&FileRecord::startTime>("startTime"),
     number<&FileRecord::endTime>("endTime"),
     number<&FileRecord::duration>("duration"),
+    {"info", writeInfo, readInfo},
 };
-constexpr uint32_t kPlainPairs = std::size(kTextFields) + std::size(kNumberFields);
+constexpr size_t kFieldCount = std::size(kFields);
 
-void writeFile(MessageWriter &writer, const FileRecord &record)
+void writeFile(MessageWriter &writer, const FileRecord &file)
 {
-    const bool hasBlock = !record.info.empty();
-    writer.writeMapHeader(kPlainPairs + hasBlock);
-    for (const TextField &field : kTextFields) {
-        writer.writeString(field.key);
-        writer.writeString(record.*field.member);
-    }
-    for (const NumberField &field : kNumberFields) {
-        writer.writeString(field.key);
-        writer.writeUint(field.get(record));
-    }
-    if (hasBlock) {
-        writer.writeString(kBlockKey);
-        writer.writeBlob(record.info.data(), static_cast<uint32_t>(record.info.size()));
+    const size_t pairs = file.info.empty() ? kFieldCount - 1 : kFieldCount;
+    writer.writeMapHeader(static_cast<uint32_t>(pairs));
+    for (size_t i = 0; i < pairs; ++i) {
+        writer.writeString(kFields[i].key.data(), kFields[i].key.size());
+        kFields[i].write(writer, file);
     }
 }
 
-void readValue(MessageReader &reader, const std::string &key, FileRecord &record)
+/// Finds a field by its key. Looks first behind the one found before: keys mostly come in order.
+const Field *findField(std::string_view key, size_t &next)
 {
-    const auto hasKey = [&](const auto &field) { return key == field.key; };
-    if (const auto text = std::find_if(std::begin(kTextFields), std::end(kTextFields), hasKey);
-        text != std::end(kTextFields))
-        reader.readString(record.*text->member);
-    else if (const auto found =
-                 std::find_if(std::begin(kNumberFields), std::end(kNumberFields), hasKey);
-             found != std::end(kNumberFields))
-        found->set(record, reader.readPosInt());
-    else if (key == kBlockKey)
-        readBlock(reader, record.info);
-    else
-        reader.skipValue();
+    for (size_t i = 0; i < kFieldCount; ++i) {
+        const Field &field = kFields[(next + i) % kFieldCount];
+        if (field.key == key) {
+            next += i + 1;
+            return &field;
+        }
+    }
+    return nullptr;
+}
+
+void readFile(MessageReader &reader, FileRecord &file, std::string &key)
+{
+    size_t next = 0;
+    for (uint32_t pairs = reader.readMapHeader(); pairs > 0; --pairs) {
+        reader.readString(key);
+        if (const Field *field = findField(key, next))
+            field->read(reader, file);
+        else
+            reader.skipValue();
+    }
 }
 
 /// The byte count that a record without one gets: the area is a signed 32-bit number, as it always
@@ -132,10 +144,7 @@ void readMetaList(std::vector<FileRecord> &target, Stream &stream)
     std::string key;
     for (uint32_t files = reader.readArrayHeader(); files > 0; --files) {
         FileRecord record;
-        for (uint32_t pairs = reader.readMapHeader(); pairs > 0; --pairs) {
-            reader.readString(key);
-            readValue(reader, key, record);
-        }
+        readFile(reader, record, key);
         if (record.size == 0)
             record.size = impliedSize(record);
         if (record.timestamp == 0)

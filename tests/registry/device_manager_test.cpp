@@ -6,6 +6,8 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <random>
 #include <system_error>
 
 namespace tavu {
@@ -128,7 +130,9 @@ TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
 
 TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
 {
-    setEnvironment("XDG_DATA_HOME", testing::TempDir().c_str());
+    const std::string folder =
+        testing::TempDir() + "tavu_registry_" + std::to_string(std::random_device()());
+    setEnvironment("XDG_DATA_HOME", folder.c_str());
     setEnvironment("TAVUSRV_ENABLE_EMULATOR", "1");
     fake->change({{"A", "", 0}});
     start();
@@ -142,6 +146,9 @@ TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
     DeviceManager other;
     other.start();
     EXPECT_EQ(other.deviceCount(), 0u);
+    setEnvironment("XDG_DATA_HOME", nullptr);
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
 }
 
 TEST_F(DeviceManagerTest, followsRecordersThatComeAndGo)

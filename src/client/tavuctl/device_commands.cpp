@@ -168,10 +168,12 @@ int showStatus(Session &session, std::optional<uint32_t> only)
         Json list = Json::array();
         for (const DeviceStatus &device : devices)
             list.push_back(toJson(device));
-        printJson({{"service", client::serviceAddress()}, {"devices", std::move(list)}});
+        printJson(
+            {{"service", localSocketAddress(client::kServiceName)}, {"devices", std::move(list)}});
         return kSuccess;
     }
-    printLine("service at " + client::serviceAddress() + ", " + counted(devices.size(), "device"));
+    printLine("service at " + localSocketAddress(client::kServiceName) + ", " +
+              counted(devices.size(), "device"));
     for (const DeviceStatus &device : devices)
         print(deviceText(device));
     if (devices.empty())
