@@ -1,0 +1,330 @@
+#include "harness/service.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace tavu::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// 100 ns since 1601-01-01 UTC.
+uint64_t presentTime()
+{
+    const auto sinceEpoch = std::chrono::system_clock::now().time_since_epoch();
+    return 116444736000000000 + std::chrono::nanoseconds(sinceEpoch).count() / 100;
+}
+
+std::string record(std::string_view type, std::string_view key, const std::string &payload)
+{
+    return concat(R"({"orek":true,"type":")", type, R"(","version":0,")", key, R"(":[)", payload,
+                  "]}");
+}
+
+TEST(Recording, IsListedAndStoredByteForByte)
+{
+    Service service;
+    Client client(service);
+    EXPECT_EQ(client.result(26, "D").text, R"({"files":[]})");
+    configure(client, 70, 3);
+    const uint64_t before = presentTime();
+    EXPECT_EQ(record(client, 3), 1u);
+
+    const uint64_t stopped = client.result(26, "D")["files"][""]["timestamp"].number;
+    const Value catalogue = decodeFile(service.emulatorFolder + ".files");
+    const uint64_t started = catalogue["info"][""]["timestamp"].number;
+    EXPECT_GE(started, before);
+    EXPECT_GE(stopped, started);
+    EXPECT_LE(stopped, presentTime());
+    const std::string entry = R"({"name":"1","port":"Emu","camera":"Cam","fileId":1,"streamId":0,)"
+                              R"("width":70,"height":3,"numFrames":3,"numDroppedFrames":0,)"
+                              R"("size":1260,"timestamp":)";
+    const std::string times = R"(,"startTime":0,"endTime":0)";
+    EXPECT_EQ(client.result(26, "D").text,
+              concat(R"({"files":[)", entry, stopped, R"(,"duration":0)", times, "}]}"));
+    EXPECT_EQ(
+        decodeFile(service.emulatorFolder + "Emu/1.meta").text,
+        record("meta", "info", concat(entry, stopped, times, R"(,"duration":0,"info":#0102})")));
+    EXPECT_EQ(catalogue.text,
+              record("meta", "info", concat(entry, started, times, R"(,"duration":0})")));
+    EXPECT_EQ(decodeFile(service.emulatorFolder + ".meta").text,
+              record("config", "config",
+                     R"({"name":"Emu","pairedTo":"Cam","width":70,"height":3,"pixelFormat":5,)"
+                     R"("tapGeometry":6,"numFramesPerPacket":3,"info":#0102})"));
+    EXPECT_EQ(client.result(32, "D fileId=1 streamId=9").text, R"({"data":#0102})");
+    EXPECT_FALSE(fs::exists(service.emulatorFolder + "Emu/.incomplete"));
+}
+
+TEST(Recording, EndsByItsLimitAndPlaysBack)
+{
+    Service service;
+    Client client(service);
+    const struct
+    {
+        uint32_t width, height;
+        const char *limit;
+        uint64_t frames;
+    } cases[] = {{70, 3, "type=2 count=1000000", 32},
+                 {4, 4, "type=1 count=5", 5},
+                 {1000, 70, "type=1 count=0", 1},
+                 {10, 3, "type=2 count=0", 1}};
+    for (const auto &item : cases) {
+        const uint64_t id = static_cast<uint64_t>(&item - cases) + 1;
+        configure(client, item.width, item.height);
+        const std::string start = concat(
+            "D portMask=1 externalTrigger=0 usePretrigger=false pretriggerCount=0 ", item.limit);
+        EXPECT_EQ(client.call(42, start), "{}");
+        EXPECT_TRUE(waitUntil([&] { return client.result(45, "D")["done"].text == "true"; }));
+        EXPECT_EQ(client.result(47, "P").text,
+                  concat(R"({"numFrames":)", item.frames, R"(,"inPretrigger":false})"));
+        EXPECT_EQ(client.call(42, start), error("Already recording"));
+        EXPECT_EQ(client.call(43, "D"), "{}");
+        const std::string file = concat("D fileId=", id, " streamId=0");
+        const Region region(client.result(27, file));
+        const std::string slot = concat("D openFileId=", id - 1);
+        const uint64_t size = uint64_t(item.width) * item.height * 2;
+        EXPECT_EQ(client.result(28, slot).text,
+                  concat(R"({"width":)", item.width, R"(,"height":)", item.height,
+                         R"(,"imageSize":)", size, R"(,"numFrames":)", item.frames, R"(,"size":)",
+                         size * item.frames, '}'));
+        for (uint64_t frame = item.frames; frame-- > 0;) {
+            EXPECT_EQ(client.call(30, concat(slot, " frame=", frame)), "{}");
+            EXPECT_EQ(region.bytes(size), expectedFrame(frame, item.width, item.height));
+        }
+        EXPECT_EQ(client.call(30, concat(slot, " frame=", item.frames)),
+                  error("Invalid frame index"));
+    }
+    EXPECT_EQ(service.errors(),
+              std::string(
+                  "Already recording\nAlready recording\nAlready recording\nAlready recording\n"));
+}
+
+TEST(Recording, RunsOnWithoutItsClient)
+{
+    Service service;
+    Script script(service);
+    script.play("A configures 4 4");
+    startRecording(script["B"]);
+    script.play(R"(
+        B leaves
+        A 7 D -> {"hasIncompleteFile":true}
+        A 27 D fileId=1 streamId=0 -> !Invalid fileId
+        A 26 D -> {"files":[]}
+    )");
+    const auto frames = [&] { return script["A"].result(47, "P")["numFrames"].number; };
+    const uint64_t before = frames();
+    EXPECT_TRUE(waitUntil([&] { return frames() > before + 2; }));
+    // While it runs, the catalogue on disk has it without frames.
+    const Value catalogue = decodeFile(service.emulatorFolder + ".files");
+    EXPECT_EQ(catalogue["info"][""]["name"].string, ".incomplete");
+    EXPECT_EQ(catalogue["info"][""]["numFrames"].text, "0");
+    script.play(R"(
+        A configures 65535 65535
+        A configures 0 1
+        A 43 D -> ok
+        A 7 D -> {"hasIncompleteFile":false}
+    )");
+    const Value file = script["A"].result(26, "D")["files"][""];
+    EXPECT_EQ(file["width"].text, "4");
+    EXPECT_EQ(file["size"].number, fs::file_size(service.emulatorFolder + "Emu/1"));
+    EXPECT_EQ(file["size"].number, file["numFrames"].number * 32);
+}
+
+TEST(Catalogue, KeepsItsRules)
+{
+    Service service;
+    Script script(service);
+    script.play(R"r(
+        A configures 4 4
+        A records 1
+        A records 1
+        B 27 D fileId=3 streamId=0 -> !Invalid fileId
+        A 49 D fileId=1 streamId=0 name='a b' width=7 height=8 numImages=1099511627776 numDroppedFrames=1 duration=2 notify=false -> {"name":"a b"}
+        A 49 D fileId=2 streamId=0 name='a b' width=7 height=8 numImages=9 numDroppedFrames=1 startTime=3 endTime=4 duration=2 notify=false -> {"name":"a b(1)"}
+        A 48 D fileId=2 streamId=0 name='a b' notify=false -> ok
+    )r");
+    ;
+    Region region(script["A"].result(27, "D fileId=1 streamId=0"));
+    script.play(R"(
+        A 28 D openFileId=0 -> {"width":4,"height":4,"imageSize":32,"numFrames":1099511627776,"size":32}
+        B 28 D openFileId=0 -> !File not opened by this connection.
+        A 28 deviceId=1 openFileId=0 -> !File not opened by this connection.
+        A 30 D openFileId=0 frame=134217728 -> ok
+        A 31 D fileId=1 streamId=0 -> !File is open
+    )"); // The offset of that frame is 2^32, which comes round to frame 0.
+    EXPECT_EQ(region.bytes(32), expectedFrame(0, 4, 4));
+    script.play(R"(
+        A 29 D openFileId=0 -> ok
+        A 29 D openFileId=0 -> !File not opened by this connection.
+        A 31 D fileId=1 streamId=0 -> ok
+        A 31 D fileId=1 streamId=0 -> !Invalid fileId
+    )");
+    const std::string list = script["A"].call(26, "D");
+    EXPECT_NE(list.find(R"("name":"a b")"), std::string::npos);
+    script.play("A leaves\nB leaves");
+    EXPECT_EQ(service.waitForExit(), 0);
+    service.start();
+    EXPECT_EQ(script["A"].call(26, "D"), list);
+    script.play(R"(
+        A 35 P -> {"pairedTo":"Cam"}
+        A 38 P -> {"data":#0102}
+        A 39 P -> {"numFramesPerPacket":3}
+        A 40 P -> {"width":4,"height":4,"pixelFormat":5,"tapGeometry":6}
+        A records 1
+        A 46 P -> {"fileId":3,"streamId":0}
+        A 33 D -> ok
+        A 27 D fileId=2 streamId=0 -> !Invalid fileId
+        A 48 D fileId=2 streamId=0 name='x' notify=true -> !Invalid fileId
+        A 32 D fileId=2 streamId=0 -> {"data":#0102}
+    )");
+    EXPECT_EQ(script["A"].result(26, "D")["files"].members.size(), 2u);
+    for (const char *gone : {".files", "Emu/2", "Emu/2.meta", "Emu/3", "Emu/3.meta"})
+        EXPECT_FALSE(fs::exists(service.emulatorFolder + gone)) << gone;
+    script.play("A leaves");
+    EXPECT_EQ(service.waitForExit(), 0);
+    service.start();
+    script.play(R"(
+        A 26 D -> {"files":[]}
+        A 35 P -> {"pairedTo":"Cam"}
+    )");
+}
+
+TEST(Live, RunsOnFromFrameToFrame)
+{
+    Service service;
+    Script script(service);
+    script.play(R"(
+        A 52 P -> !Failed to create memory mapping
+        A configures 300 100
+        A 54 P -> !Live not started
+    )");
+    for (int round = 0; round < 2; round++) {
+        Region region(script["A"].result(52, "P"));
+        for (uint64_t frame = 0; frame < 3; frame++) {
+            script.play(R"(B 54 P -> {"width":300,"height":100,"imageSize":60000})");
+            EXPECT_EQ(region.bytes(60000), expectedRamp(frame * 30000, 30000));
+        }
+        script.play(R"(
+            B 52 P -> !Live alrady started
+            B 53 P -> !Live not started by this connection.
+            A 53 P -> ok
+            A 53 P -> !Live not started by this connection.
+        )");
+    }
+}
+
+TEST(Regions, AreNeverWrittenPastTheFrameTheyWereMadeFor)
+{
+    Service service;
+    Script script(service);
+    script.play("A configures 4 4\nA records 2");
+    const Region live(script["A"].result(52, "P"));
+    const Region playback(script["A"].result(27, "D fileId=1 streamId=0"));
+    // The id comes back with another geometry while the slot is open.
+    script.play(R"(
+        A 30 D openFileId=0 frame=1 -> ok
+        A 33 D -> ok
+        A 30 D openFileId=0 frame=0 -> !Invalid fileId
+        A configures 1000 1000
+        A records 2
+        A 30 D openFileId=0 frame=0 -> ok
+        A 30 D openFileId=0 frame=1 -> ok
+        A 54 P -> {"width":1000,"height":1000,"imageSize":2000000}
+        A configures 0 7
+        A 54 P -> {"width":0,"height":7,"imageSize":0}
+    )");
+    EXPECT_EQ(live.bytes(32), expectedRamp(16, 16));
+    for (const Region *region : {&live, &playback})
+        EXPECT_EQ(region->bytes(4096 - 32, 32), Bytes(4096 - 32, '\0'));
+    // 46341 x 46341 x 2 is 9266 above 2^32.
+    script.play("A 53 P -> ok\nA configures 46341 46341");
+    const Region wrapped(script["A"].result(52, "P"));
+    script.play(R"(A 54 P -> {"width":46341,"height":46341,"imageSize":9266})");
+    EXPECT_EQ(wrapped.bytes(12288), expectedRamp(0, 4633) + Bytes(12288 - 9266, '\0'));
+    script.play("A 53 P -> ok\nA configures 65535 65535");
+    const std::string answer = script["A"].call(52, "P");
+    EXPECT_TRUE(answer == error("Failed to create memory mapping") ||
+                answer.starts_with(R"({"result":{"mapping":"orek_tavu)"))
+        << answer;
+    script.play(R"(A 4 -> {"count":1})");
+}
+
+TEST(Recovery, EndsInErrorsThatHurtNothing)
+{
+    Service service;
+    Client client(service);
+    const auto isRefused = [&](uint64_t ordinal) {
+        return client.call(ordinal, "D").starts_with(R"({"error":")");
+    };
+    EXPECT_TRUE(isRefused(13)) << "on a device without a geometry";
+    for (const uint32_t size : {4, 65535}) {
+        configure(client, size, size);
+        EXPECT_EQ(client.call(13, "D"), error("eof"));
+        EXPECT_EQ(fs::file_size(service.emulatorFolder + "Emu/4294967295.meta"), 0u);
+    }
+    for (const bool exists : {false, true}) {
+        EXPECT_TRUE(isRefused(9));
+        EXPECT_TRUE(isRefused(11));
+        EXPECT_EQ(client.result(7, "D")["hasIncompleteFile"].text, exists ? "true" : "false");
+        writeFile(service.emulatorFolder + "Emu/.incomplete", "x");
+    }
+    EXPECT_EQ(client.call(8, "D"), "{}");
+    EXPECT_EQ(client.result(7, "D")["hasIncompleteFile"].text, "false");
+    EXPECT_EQ(client.result(26, "D").text, R"({"files":[]})");
+}
+
+TEST(Recovery, AKilledRecordingIsDiscardedOrWrittenOver)
+{
+    Service service;
+    Script script(service);
+    for (const bool isDiscarded : {true, false}) {
+        script.play("A configures 50 50");
+        startRecording(script["A"]);
+        service.kill();
+        script.play("A leaves");
+        service.start();
+        script.play(R"(
+            A 7 D -> {"hasIncompleteFile":true}
+            A 43 D -> !Not recording
+        )");
+        if (isDiscarded)
+            script.play("A 8 D -> ok\nA 7 D -> {\"hasIncompleteFile\":false}");
+        // The id of the cut-off recording is free again.
+        const uint64_t id = isDiscarded ? 1 : 2;
+        EXPECT_EQ(script["A"].result(26, "D")["files"].members.size(), id - 1);
+        EXPECT_EQ(record(script["A"], 1), id);
+        EXPECT_EQ(readFile(concat(service.emulatorFolder, "Emu/", id)), expectedFrame(0, 50, 50));
+    }
+}
+
+TEST(Recovery, AKillLeavesNoHalfWrittenRecord)
+{
+    Service service;
+    const std::string names[] = {std::string(3000, 'a'), std::string(500, 'b')};
+    {
+        Client client(service);
+        configure(client, 4, 4);
+        record(client, 1);
+        client.call(48, "D fileId=1 streamId=0 name='" + names[0] + "' notify=false");
+    }
+    EXPECT_EQ(service.waitForExit(), 0);
+    for (int round = 0; round < 12; round++) {
+        service.start();
+        Client client(service);
+        const Value found = client.result(26, "D")["files"];
+        ASSERT_EQ(found.members.size(), 1u);
+        EXPECT_TRUE(std::count(std::begin(names), std::end(names), found[""]["name"].string));
+        EXPECT_EQ(client.result(35, "P")["pairedTo"].string, "Cam");
+        for (size_t i = 0; i < 20; i++) {
+            client.request(48, "D fileId=1 streamId=0 name='" + names[i % 2] + "' notify=false");
+            client.request(41, "P width=4 height=4 pixelFormat=0 tapGeometry=0");
+        }
+        for (int i = 0; i <= round * 3; i++)
+            EXPECT_EQ(client.reply().text, "{}");
+        service.kill();
+    }
+}
+
+} // namespace
+} // namespace tavu::test

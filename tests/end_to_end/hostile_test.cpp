@@ -1,0 +1,171 @@
+#include "harness/service.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <random>
+#include <thread>
+
+namespace tavu::test {
+namespace {
+
+TEST(Hostile, NestingCostsNoStack)
+{
+    Service service;
+    Client witness(service);
+    for (const std::string_view level : {"91", "81A0"}) {
+        Bytes nest;
+        for (int depth = 0; depth < 300000; depth++)
+            nest += level == "91" ? Bytes(1, '\x91') : Bytes("\x81\xA0");
+        Client client(service);
+        // Whole: a value that nobody looks at, and a parameter of the wrong type.
+        client.pipe.send(encodeRequest(4, nest + fromHex("C0")));
+        EXPECT_EQ(client.reply()["result"]["count"].text, "1");
+        client.pipe.send(encodeRequest(
+            5, encodeMap(std::vector<Field>{{"deviceId", '!', nest + fromHex("C0")}})));
+        EXPECT_EQ(client.reply()["error"].string.substr(0, 15), "Object type is ");
+        // Broken at the bottom.
+        client.pipe.send(nest + fromHex("C1"));
+        EXPECT_EQ(client.receiveUntilEnd(), "");
+    }
+    EXPECT_EQ(witness.result(4)["count"].text, "1");
+}
+
+TEST(Hostile, AnnouncedLengthsTouchNoMemory)
+{
+    Service service;
+    Client witness(service);
+    const uint64_t before = service.residentBytes();
+    std::vector<std::unique_ptr<Client>> clients;
+    for (const char *head : {"DDFFFFFFFF", "DDFFFFFFFF DDFFFFFFFF DDFFFFFFFF", "DFFFFFFFFF A161 C0",
+                             "81 A161 DFFFFFFFFF A161 DDFFFFFFFF C0", "C6FFFFFFFF 0000",
+                             "DBFFFFFFFF 0000", "81 DBFFFFFFFF 61", "DD10000000 C6F0000000 00"}) {
+        clients.push_back(std::make_unique<Client>(service));
+        clients.back()->pipe.send(fromHex(head));
+    }
+    for (int i = 0; i < 500; i++)
+        EXPECT_EQ(witness.result(4)["count"].text, "1");
+    EXPECT_LT(service.residentBytes(), before + (uint64_t(256) << 20));
+    for (const uint64_t ordinal : {17, 21})
+        EXPECT_NE(witness.call(ordinal, "P addr=0 size=4294967295").find("error"),
+                  std::string::npos);
+    clients.clear();
+    EXPECT_EQ(witness.result(4)["count"].text, "1");
+}
+
+TEST(Hostile, BytesHurtOnlyTheirConnection)
+{
+    Service service;
+    Script script(service);
+    script.play("A configures 4 4\nA records 1");
+    const std::string list = script["A"].call(26, "D");
+    std::mt19937 random(20260101);
+    std::vector<std::unique_ptr<Client>> open;
+    const Bytes valid = encodeRequest(27, encodeMap("D fileId=1 streamId=0 x=#0102030405"));
+    for (int round = 0; round < 1000; round++) {
+        open.push_back(std::make_unique<Client>(service, round % 4 != 0));
+        Bytes bytes;
+        for (int i = 0; i < 20; i++) {
+            Bytes damaged = valid;
+            damaged[random() % damaged.size()] = static_cast<char>(random());
+            bytes +=
+                round % 2 == 0 ? Bytes(1 + random() % 9, static_cast<char>(random())) : damaged;
+        }
+        open.back()->pipe.send(bytes);
+        if (open.size() > random() % 200)
+            open.clear();
+    }
+    EXPECT_EQ(script["A"].call(26, "D"), list);
+}
+
+TEST(Hostile, AClientThatNeverReadsBlocksOnlyItself)
+{
+    Service service;
+    Client witness(service), silent(service);
+    Bytes requests;
+    for (int i = 0; i < 500; i++)
+        requests += encodeRequest(5, encodeMap("D"));
+    std::thread sender([&] {
+        while (silent.pipe.send(requests))
+            ;
+    });
+    for (int i = 0; i < 500; i++)
+        EXPECT_EQ(witness.result(5, "D")["name"].string, "Emulator");
+    service.kill();
+    sender.join();
+}
+
+/// What one of many clients does, without an eye to the others.
+void hammer(const Service &service, unsigned seed)
+{
+    std::mt19937 random(seed);
+    Client client(service);
+    const std::string queue = concat("queueId=", client.result(0)["queueId"].text);
+    const std::string start =
+        "D portMask=1 externalTrigger=0 type=1 count=1 usePretrigger=false pretriggerCount=0";
+    for (int round = 0; round < 25; round++) {
+        switch (random() % 7) {
+        case 0:
+            EXPECT_EQ(client.call(55), "{}");
+            EXPECT_EQ(client.call(56), "{}");
+            break;
+        case 1: {
+            const std::string slot = concat(
+                "D openFileId=", client.result(27, "D fileId=1 streamId=0")["openFileId"].text);
+            EXPECT_EQ(client.call(30, slot + " frame=1"), "{}");
+            if (random() % 2 == 0) {
+                EXPECT_EQ(client.call(29, slot), "{}");
+            }
+            break;
+        }
+        case 2:
+            EXPECT_EQ(client.call(41, concat("P width=", random() % 200, " height=", random() % 200,
+                                             " pixelFormat=0 tapGeometry=0")),
+                      "{}");
+            break;
+        case 3:
+            for (const uint64_t ordinal : {52, 54, 53})
+                client.call(ordinal, "P");
+            break;
+        case 4:
+            client.call(42, start);
+            client.call(43, "D");
+            break;
+        case 5:
+            EXPECT_EQ(client.call(50, "deviceId=3"), "{}");
+            break;
+        default:
+            EXPECT_FALSE(client.result(26, "D")["files"].members.empty());
+            client.result(3, queue);
+        }
+    }
+}
+
+TEST(Hostile, ManyClientsAtOnceWhileOnePlaysBack)
+{
+    Service service;
+    Client player(service);
+    configure(player, 90, 11);
+    record(player, 5);
+    const Region region(player.result(27, "D fileId=1 streamId=0"));
+    std::atomic<int> running = 64;
+    std::vector<std::thread> threads;
+    for (unsigned seed = 0; seed < 64; seed++)
+        threads.emplace_back([&, seed] {
+            try {
+                hammer(service, seed);
+            } catch (const std::exception &exception) {
+                ADD_FAILURE() << exception.what();
+            }
+            running--;
+        });
+    for (uint64_t frame = 0; running > 0; frame = (frame + 1) % 5) {
+        EXPECT_EQ(player.call(30, concat("D openFileId=0 frame=", frame)), "{}");
+        EXPECT_EQ(region.bytes(1980), expectedFrame(frame, 90, 11));
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(player.result(4)["count"].text, "1");
+}
+
+} // namespace
+} // namespace tavu::test

@@ -1,0 +1,220 @@
+#include "harness/service.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace tavu::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Ends the service by a client that only connects.
+void stop(Service &service)
+{
+    Client(service, false);
+    EXPECT_EQ(service.waitForExit(), 0);
+}
+
+TEST(LifeCycle, EndsWhenTheLastClientLeaves)
+{
+    Service service({}, {{"TAVUSRV_SATA_ONLY", "1"}});
+    Script(service).play(R"(
+        A 4 -> {"count":1}
+        B 4 -> {"count":1}
+        B leaves
+        A 4 -> {"count":1}
+        A 4 -> {"count":1}
+    )");
+    EXPECT_EQ(service.waitForExit(), 0);
+    EXPECT_EQ(service.output() + service.errors(), "");
+}
+
+TEST(LifeCycle, ReadsOneOption)
+{
+    for (const char *argument : {"noautoclose", "NoAutoCLOSE"}) {
+        Service service({"-x", argument, "--help"});
+        for (int i = 0; i < 30; i++)
+            EXPECT_EQ(Client(service).result(4)["count"].text, "1");
+    }
+    Service service({"noautoclos", "noautoclose ", "autoclose"});
+    stop(service);
+}
+
+TEST(LifeCycle, OneInstanceServesAndTheOthersEndSilently)
+{
+    Service service;
+    stop(service);
+    std::vector<std::unique_ptr<ChildProcess>> processes;
+    const auto areRunning = [&](std::ptrdiff_t count) {
+        return std::count_if(processes.begin(), processes.end(),
+                             [](auto &process) { return !process->exitStatus(); }) == count;
+    };
+    for (int i = 0; i < 6; i++)
+        processes.push_back(std::make_unique<ChildProcess>(service.options));
+    {
+        Client client(service);
+        EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
+        configure(client, 4, 4);
+        Region region(client.result(52, "P"));
+        processes.push_back(std::make_unique<ChildProcess>(service.options));
+        EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
+        EXPECT_TRUE(region.isReachable());
+        EXPECT_EQ(Client(service).result(4)["count"].text, "1");
+    }
+    EXPECT_TRUE(waitUntil([&] { return areRunning(0); }));
+    for (const auto &process : processes)
+        EXPECT_EQ(process->exitStatus(), 0);
+    EXPECT_EQ(service.output() + service.errors(), "");
+}
+
+TEST(LifeCycle, AKilledServiceIsReplaced)
+{
+    Service service;
+    for (int round = 0; round < 3; round++) {
+        Client client(service);
+        configure(client, 64, 64);
+        Region region(client.result(52, "P"));
+        EXPECT_TRUE(region.isReachable());
+        service.kill();
+        EXPECT_EQ(client.receiveUntilEnd(), "");
+        service.start();
+        stop(service);
+        EXPECT_FALSE(region.isReachable()) << "the next start removes what a killed service left";
+        service.start();
+    }
+}
+
+TEST(LifeCycle, AForeignObjectAtTheAddressIsLeftAlone)
+{
+    Service service;
+    stop(service);
+    const std::string address = service.folder.path + "/tavusrv";
+    writeFile(address, "precious");
+    service.start();
+    EXPECT_EQ(service.waitForExit(), 0);
+    EXPECT_EQ(readFile(address), "precious");
+    fs::remove(address);
+    service.options.environment["XDG_RUNTIME_DIR"] = service.folder.path + "/missing";
+    service.start();
+    EXPECT_EQ(service.waitForExit(), 0);
+    EXPECT_EQ(service.output() + service.errors(), "");
+}
+
+TEST(LifeCycle, NeedsNoStandardOutput)
+{
+    Service service;
+    stop(service);
+    service.options.outputPath.clear();
+    service.start();
+    Script(service).play(R"(
+        A 58 -> !Unrecognized function.
+        A configures 4 4
+        A records 2
+        A 59 -> !Unrecognized function.
+    )");
+    EXPECT_EQ(service.waitForExit(), 0);
+    const Bytes frames = expectedFrame(0, 4, 4) + expectedFrame(1, 4, 4);
+    EXPECT_EQ(readFile(service.emulatorFolder + "Emu/1"), frames);
+}
+
+TEST(LifeCycle, StopsWithStatusZeroWhileTheDeviceRecords)
+{
+    Service service;
+    {
+        Client client(service);
+        configure(client, 100, 100);
+        startRecording(client);
+    }
+    EXPECT_EQ(service.waitForExit(), 0);
+    EXPECT_EQ(service.errors(), "");
+    const Bytes frames = readFile(service.emulatorFolder + "Emu/.incomplete");
+    ASSERT_GE(frames.size(), 4u * 20000);
+    EXPECT_EQ(frames.size() % 20000, 0u);
+    EXPECT_EQ(frames.substr(frames.size() - 20000),
+              expectedFrame(frames.size() / 20000 - 1, 100, 100));
+}
+
+class DeadClient : public testing::TestWithParam<bool>
+{
+};
+
+TEST_P(DeadClient, LosesAllThatItHeld)
+{
+    Service service;
+    Script script(service);
+    script.play(R"(
+        A configures 16 16
+        A records 2
+        B 0 -> {"queueId":0}
+        B 55 -> ok
+    )");
+    std::vector<std::unique_ptr<Region>> regions;
+    for (const auto &[ordinal, params] :
+         {std::pair(27, "D fileId=1 streamId=0"), {27, "D fileId=1 streamId=0"}, {52, "P"}})
+        regions.push_back(std::make_unique<Region>(script["B"].result(ordinal, params)));
+    for (const auto &region : regions) {
+        EXPECT_TRUE(region->name.starts_with("orek_tavu"));
+        EXPECT_EQ(region->name.find_first_not_of("0123456789ABCDEF", 9), std::string::npos);
+        EXPECT_TRUE(region->isReachable());
+    }
+    script.play("A 31 D fileId=1 streamId=0 -> !File is open");
+    script["A"].request(55);
+    const bool byFault = GetParam();
+    if (byFault)
+        script["B"].pipe.send(fromHex("90"));
+    else
+        script["B"].pipe.close();
+    // The lock is given back last, so that all else is free as soon as it is had.
+    EXPECT_EQ(script["A"].reply().text, "{}");
+    for (const auto &region : regions)
+        EXPECT_FALSE(region->isReachable());
+    script.play(R"(
+        A 54 P -> !Live not started
+        A 0 -> {"queueId":0}
+        A 31 D fileId=1 streamId=0 -> ok
+    )");
+}
+
+INSTANTIATE_TEST_SUITE_P(LifeCycle, DeadClient, testing::Bool());
+
+TEST(LifeCycle, LeavesNoRegionBehind)
+{
+    Service service;
+    std::vector<std::unique_ptr<Region>> regions;
+    {
+        Client client(service);
+        configure(client, 30, 20);
+        record(client, 1);
+        for (int i = 0; i < 3; i++)
+            regions.push_back(std::make_unique<Region>(client.result(27, "D fileId=1 streamId=0")));
+        regions.push_back(std::make_unique<Region>(client.result(52, "P")));
+    }
+    EXPECT_EQ(service.waitForExit(), 0);
+    for (const auto &region : regions)
+        EXPECT_FALSE(region->isReachable());
+}
+
+TEST(LifeCycle, FindsItsDataFolder)
+{
+    for (const auto &value : {std::optional<std::string>(), std::optional<std::string>("")}) {
+        Service service({}, {{"XDG_DATA_HOME", value}});
+        Script(service).play("A configures 4 4");
+        EXPECT_TRUE(
+            fs::exists(service.folder.path + "/.local/share/OREK Systems/TAVU/Emulator/.meta"));
+    }
+    TemporaryFolder blocked;
+    writeFile(blocked.path + "/data", "a file where the folder should be");
+    Service service({}, {{"XDG_DATA_HOME", blocked.path + "/data"}});
+    const std::string failure =
+        " -> !Failed to open file: " + blocked.path + "/data/OREK Systems/TAVU/Emulator/.meta\n";
+    Script(service).play("A 0 -> {\"queueId\":0}\n"
+                         "A 41 P width=4 height=4 pixelFormat=5 tapGeometry=6" +
+                         failure + "A 34 P identity='a' info=#01 numFramesPerPacket=1" + failure +
+                         "A 35 P -> {\"pairedTo\":\"a\"}\n"
+                         "A 37 P" +
+                         failure + "A 3 queueId=0 -> {\"ok\":false}");
+}
+
+} // namespace
+} // namespace tavu::test
