@@ -37,16 +37,19 @@ function(tavu_add_library name)
   target_link_libraries(${name} PUBLIC tavu_options ${ARG_LINK})
 endfunction()
 
-# tavu_add_test(NAME sources... [LINK libraries...]): a GoogleTest program. Natively each of its
+# tavu_add_test(NAME sources... [LINK libraries...] [LOCK resource]): a GoogleTest program. Natively each of its
 # tests is a ctest test; under an emulator, where starting a process is slow, the program is one.
 function(tavu_add_test name)
-  cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
+  cmake_parse_arguments(ARG "" "LOCK" "LINK" ${ARGN})
   add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${name} PRIVATE tavu_options ${ARG_LINK} GTest::gtest_main)
+  if(ARG_LOCK)
+    set(lock RESOURCE_LOCK ${ARG_LOCK})
+  endif()
   if(CMAKE_CROSSCOMPILING)
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 900)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 900 ${lock})
   else()
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${name}." PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST TEST_PREFIX "${name}." PROPERTIES TIMEOUT 300 ${lock})
   endif()
 endfunction()

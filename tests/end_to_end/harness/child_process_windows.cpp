@@ -85,29 +85,13 @@ std::wstring childEnvironment(const ProcessOptions &options)
     return result + L'\0';
 }
 
+/// No handle for no path.
 Handle openForAppend(const std::string &path)
 {
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
     return CreateFileW(wideText(path).c_str(), FILE_APPEND_DATA,
                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
-}
-
-Handle openOutput(const ProcessOptions &options)
-{
-    switch (options.output) {
-    case StandardOutput::ToFile:
-        return openForAppend(options.outputPath);
-    case StandardOutput::Closed:
-        return {};
-    case StandardOutput::Broken:
-        break;
-    }
-    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
-    HANDLE reader = nullptr, writer = nullptr;
-    CreatePipe(&reader, &writer, &inheritable, 0);
-    CloseHandle(reader);
-    return writer;
 }
 
 } // namespace
@@ -118,7 +102,7 @@ ChildProcess::ChildProcess(const ProcessOptions &options)
     words.insert(words.begin(), options.program);
     std::wstring line = commandLine(words);
     std::wstring environment = childEnvironment(options);
-    const Handle output = openOutput(options);
+    const Handle output = openForAppend(options.outputPath);
     const Handle error = openForAppend(options.errorPath);
 
     STARTUPINFOW startup = {};
@@ -140,7 +124,8 @@ ChildProcess::ChildProcess(const ProcessOptions &options)
 
 ChildProcess::~ChildProcess()
 {
-    kill();
+    TerminateProcess(native(process_), static_cast<UINT>(-1));
+    WaitForSingleObject(native(process_), INFINITE);
     CloseHandle(native(process_));
 }
 
@@ -151,23 +136,6 @@ std::optional<int> ChildProcess::exitStatus()
         GetExitCodeProcess(native(process_), &status))
         status_ = static_cast<int>(status);
     return status_;
-}
-
-int ChildProcess::waitForExit(std::chrono::seconds limit)
-{
-    const std::chrono::milliseconds milliseconds = limit;
-    WaitForSingleObject(native(process_), static_cast<DWORD>(milliseconds.count()));
-    if (!exitStatus())
-        throw std::runtime_error("the process doesn't end");
-    return *status_;
-}
-
-void ChildProcess::kill()
-{
-    if (exitStatus())
-        return;
-    TerminateProcess(native(process_), static_cast<UINT>(-1));
-    waitForExit(std::chrono::seconds(60));
 }
 
 uint64_t ChildProcess::residentBytes() const

@@ -1,4 +1,5 @@
 #include "service.h"
+#include "surroundings.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -29,6 +30,13 @@ std::string readFile(const std::string &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::string readLines(const std::string &path)
+{
+    std::string text = readFile(path);
+    std::erase(text, '\r');
+    return text;
+}
+
 void writeFile(const std::string &path, const Bytes &content)
 {
     fs::create_directories(fs::path(path).parent_path());
@@ -51,14 +59,11 @@ TemporaryFolder::~TemporaryFolder()
 
 Service::Service(const std::vector<std::string> &arguments, const Environment &environment)
 {
-    emulatorFolder = folder.path + "/data/OREK Systems/TAVU/Emulator/";
     options = {TAVUSVC_PATH, arguments, environment, folder.path + "/stdout",
                folder.path + "/stderr"};
-    options.environment.insert({{"HOME", folder.path},
-                                {"XDG_RUNTIME_DIR", folder.path},
-                                {"XDG_DATA_HOME", folder.path + "/data"},
-                                {"QUILLON_PATH_X64", std::nullopt},
-                                {"TAVUSRV_ENABLE_EMULATOR", "1"}});
+    options.environment.insert(
+        {{"QUILLON_PATH_X64", std::nullopt}, {"TAVUSRV_ENABLE_EMULATOR", "1"}});
+    emulatorFolder = separate(options, folder.path) + "/OREK Systems/TAVU/Emulator/";
     start();
 }
 
@@ -257,6 +262,10 @@ Bytes Region::bytes(uint64_t count, uint64_t offset) const
 
 bool Region::isReachable()
 {
+    if (regionsStayForTheirUsers()) {
+        region_.close();
+        return region_.open(name);
+    }
     SharedRegion other;
     if (!other.open(name))
         return false;

@@ -12,6 +12,8 @@ namespace tavu::test {
 bool waitUntil(const std::function<bool()> &condition);
 
 std::string readFile(const std::string &path);
+/// A text file, with plain line ends.
+std::string readLines(const std::string &path);
 void writeFile(const std::string &path, const Bytes &content);
 
 /// A fresh folder under a short name, removed with all that is in it.
@@ -41,8 +43,8 @@ public:
     /// Waits until it has stopped by itself.
     int waitForExit();
     uint64_t residentBytes() const { return process_->residentBytes(); }
-    std::string output() const { return readFile(options.outputPath); }
-    std::string errors() const { return readFile(options.errorPath); }
+    std::string output() const { return readLines(options.outputPath); }
+    std::string errors() const { return readLines(options.errorPath); }
 
     TemporaryFolder folder;
     std::string emulatorFolder; ///< with a slash at the end
