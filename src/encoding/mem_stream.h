@@ -1,6 +1,5 @@
 #pragma once
 
-#include "encoding/bytes.h"
 #include "encoding/stream.h"
 
 #include <typeinfo>
@@ -16,20 +15,8 @@ public:
 
     /// Both raise std::runtime_error "eof" when the position is at the end, also for 0 bytes, and
     /// otherwise move as much as there is room for.
-    uint64_t read(void *buffer, uint64_t byteCount) override
-    {
-        const uint64_t count = clip(byteCount);
-        copyBytes(buffer, data_ + position_, count);
-        position_ += count;
-        return count;
-    }
-    uint64_t write(const void *buffer, uint64_t byteCount) override
-    {
-        const uint64_t count = clip(byteCount);
-        copyBytes(data_ + position_, buffer, count);
-        position_ += count;
-        return count;
-    }
+    uint64_t read(void *buffer, uint64_t byteCount) override;
+    uint64_t write(const void *buffer, uint64_t byteCount) override;
 
     /// The stream itself if it is a MemStream, otherwise null.
     static MemStream *from(Stream &stream)
@@ -40,14 +27,13 @@ public:
     /// Bytes between the position and the end.
     uint64_t remaining() const { return size_ - position_; }
 
+    // For those who read or write in place what remaining() has room for. An access that leaves
+    // no byte over is not for them: whether it raises is for read() and write() to say.
+    unsigned char *position() { return data_ + position_; }
+    void advance(uint64_t byteCount) { position_ += byteCount; }
+
 private:
-    [[noreturn]] static void raiseEnd();
-    uint64_t clip(uint64_t byteCount) const
-    {
-        if (position_ >= size_)
-            raiseEnd();
-        return byteCount < remaining() ? byteCount : remaining();
-    }
+    uint64_t clip(uint64_t byteCount) const;
 
     unsigned char *data_;
     uint64_t size_;

@@ -60,11 +60,9 @@ uint32_t firstCapacity(uint32_t announced, uint64_t depth)
 
 } // namespace
 
-inline bool MessageReader::read(void *buffer, uint64_t byteCount)
+bool MessageReader::read(void *buffer, uint64_t byteCount)
 {
-    const uint64_t count =
-        memory_ ? memory_->read(buffer, byteCount) : stream_.read(buffer, byteCount);
-    return count == byteCount;
+    return stream_.read(buffer, byteCount) == byteCount;
 }
 
 bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
@@ -72,7 +70,7 @@ bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
     return read(buffer, byteCount);
 }
 
-inline bool MessageReader::readNumber(unsigned width, uint64_t &number)
+bool MessageReader::readNumber(unsigned width, uint64_t &number)
 {
     unsigned char bytes[8] = {};
     if (!read(bytes + sizeof bytes - width, width))
@@ -85,6 +83,7 @@ inline bool MessageReader::readNumber(unsigned width, uint64_t &number)
 bool MessageReader::readText(uint32_t length)
 {
     constexpr uint32_t kPiece = 1u << 20;
+    nearbyText_ = {};
     uint32_t done = 0;
     do {
         const uint32_t piece = std::min(length - done, kPiece);
@@ -305,30 +304,102 @@ void MessageReader::readInto(ObjectValue &slot)
         return;
     case ObjectType::NegativeInteger:
     case ObjectType::PositiveInteger:
-        slot = ObjectValue(lastType_, 0, integer_);
-        return;
+        return slot.set(lastType_, 0, integer_);
     case ObjectType::String:
         return slot.setText(text_.data(), static_cast<uint32_t>(text_.size()));
     case ObjectType::Bool:
-        slot = ObjectValue::boolean(bool_);
-        return;
+        return slot.set(lastType_, 0, uint64_t(bool_));
     case ObjectType::Float:
-        slot = ObjectValue::number(float_);
-        return;
+        return slot.set(lastType_, 0, float_);
     case ObjectType::Blob: {
         OwnedBlob bytes = ObjectValue::allocateBlob(lastLength_);
         readBlobBody(bytes.get(), lastLength_);
-        slot = ObjectValue::blob(std::move(bytes), lastLength_);
-        return;
+        return slot.set(lastType_, lastLength_, bytes.release());
     }
     case ObjectType::Map:
-        slot = ObjectValue::map();
-        return;
     case ObjectType::Array:
-        slot = ObjectValue::array();
-        return;
+        return slot.set(lastType_, 0, static_cast<ObjectValue::Block *>(nullptr));
     }
     throw std::runtime_error("Unrecognized object type.");
+}
+
+// The bytes of a MemStream, decoded in place as long as all that next() would read is there and a
+// byte is left over. Of any other stream, nothing is there. The stream follows at sync() and at the
+// end.
+class MessageReader::Nearby
+{
+public:
+    explicit Nearby(MemStream *stream) : stream_(stream) { begin(); }
+    Nearby(const Nearby &) = delete;
+    Nearby &operator=(const Nearby &) = delete;
+    ~Nearby() { sync(); }
+
+    const unsigned char *bytes() const { return bytes_; }
+    bool has(uint64_t byteCount) const { return room_ > byteCount; }
+    void advance(uint64_t byteCount)
+    {
+        bytes_ += byteCount;
+        room_ -= byteCount;
+    }
+
+    // Around reads of the stream itself.
+    void sync()
+    {
+        if (stream_)
+            stream_->advance(stream_->remaining() - room_);
+    }
+    void begin()
+    {
+        bytes_ = stream_ ? stream_->position() : nullptr;
+        room_ = stream_ ? stream_->remaining() : 0;
+    }
+
+private:
+    MemStream *stream_;
+    const unsigned char *bytes_;
+    uint64_t room_;
+};
+
+// Text short enough to lie in a value; of a key, only up to its first NUL.
+inline bool MessageReader::readNearbyText(Nearby &nearby, ObjectValue &slot, bool isKey)
+{
+    constexpr uint32_t kLongest = ObjectValue::kMaxShortText;
+    if (!nearby.has(1 + kLongest))
+        return false;
+    const uint32_t length = nearby.bytes()[0] - 0xA0u;
+    if (length > (isKey ? kLongestCut : kLongest))
+        return false;
+    const auto *text = reinterpret_cast<const char *>(nearby.bytes() + 1);
+    slot.setShortText(text, isKey ? lengthToNul(text, length) : length);
+    nearbyText_ = std::string_view(text, length);
+    nearby.advance(1 + length);
+    return accept(ObjectType::String);
+}
+
+// What makes up nearly all of our messages: numbers of zero or more, and short text. Anything else
+// is left to next().
+inline bool MessageReader::readNearbyValue(Nearby &nearby, ObjectValue &slot)
+{
+    if (!nearby.has(1))
+        return false;
+    const uint8_t lead = nearby.bytes()[0];
+    const unsigned form = lead - 0xCCu;
+    if (lead < 0x80) {
+        acceptInteger(lead, false);
+        nearby.advance(1);
+    } else if (form < 4 && nearby.has(1 + 8)) {
+        acceptInteger(loadBigEndian(nearby.bytes() + 1) >> (64 - (8u << form)), false);
+        nearby.advance(1 + (1u << form));
+    } else if (lead < 0xA0) {
+        acceptLength(lead < 0x90 ? ObjectType::Map : ObjectType::Array, lead & 0x0F);
+        nearby.advance(1);
+        slot.set(lastType_, 0, uint64_t(0));
+        return true;
+    } else {
+        return readNearbyText(nearby, slot, false);
+    }
+    slot.set(ObjectType::PositiveInteger, 0, integer_);
+    return true;
 }
 
 void MessageReader::readObject(ObjectValue &target)
@@ -337,8 +408,14 @@ void MessageReader::readObject(ObjectValue &target)
     ObjectValue *slot = &root;   // the one that the next value goes into
     ObjectValue *open = nullptr; // the innermost container that lacks entries
     uint64_t depth = 0;
+    Nearby nearby(memory_);
+    nearbyText_ = {};
     for (;;) {
-        readInto(*slot);
+        if (!readNearbyValue(nearby, *slot)) {
+            nearby.sync();
+            readInto(*slot);
+            nearby.begin();
+        }
         if (slot->isContainer() && lastLength_ > 0) {
             slot->setCapacity(firstCapacity(lastLength_, depth++));
             slot->block()->parent = std::exchange(open, slot);
@@ -351,29 +428,35 @@ void MessageReader::readObject(ObjectValue &target)
         if (!open)
             break;
         slot = openEntry(*open);
+        if (open->type() == ObjectType::Map) {
+            if (!readNearbyText(nearby, *slot, true)) {
+                nearby.sync();
+                readKey(*slot);
+                nearby.begin();
+            }
+            ++slot;
+        }
     }
+    if (nearbyText_.data())
+        text_ = nearbyText_;
     target = std::move(root);
 }
 
-// Adds an entry to a container that isn't complete, reads a map's key, and returns the slot of the
-// value to come. What is innermost has no children that are still open, so it may move.
-ObjectValue *MessageReader::openEntry(ObjectValue &container)
+// Adds an entry to a container that isn't complete, and returns its first slot. No container inside
+// is incomplete now, so that the slots may move.
+inline ObjectValue *MessageReader::openEntry(ObjectValue &container)
 {
-    const bool isMap = container.type() == ObjectType::Map;
-    if (isMap)
-        require(ObjectType::String, kExpectedString);
-    if (container.size_ == container.capacity()) {
-        const uint64_t room = std::min<uint64_t>(2 * uint64_t(container.size_),
-                                                 container.size_ + container.block()->pending);
-        container.setCapacity(static_cast<uint32_t>(room));
-    }
-    ObjectValue *entry = container.addEntry();
-    --container.block()->pending;
-    if (!isMap)
-        return entry;
-    const char *text = text_.data();
-    entry->setText(text, static_cast<uint32_t>(std::strlen(text))); // a key ends at its first NUL
-    return entry + 1;
+    const uint64_t announced = container.size_ + container.block()->pending--;
+    if (container.size_ == container.block()->capacity)
+        container.setCapacity(
+            static_cast<uint32_t>(std::min(2 * uint64_t(container.size_), announced)));
+    return container.addEntry();
+}
+
+void MessageReader::readKey(ObjectValue &slot)
+{
+    require(ObjectType::String, kExpectedString);
+    slot.setText(text_.data(), static_cast<uint32_t>(std::strlen(text_.c_str())));
 }
 
 } // namespace tavu

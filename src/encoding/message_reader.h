@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tavu {
 
@@ -60,6 +61,8 @@ public:
     double floatValue() const { return float_; }
 
 private:
+    class Nearby;
+
     bool read(void *buffer, uint64_t byteCount);
     bool readNumber(unsigned width, uint64_t &number);
     bool readText(uint32_t length);
@@ -70,6 +73,9 @@ private:
     void requireNext();
     void skipBytes(uint64_t byteCount);
     void readInto(ObjectValue &slot);
+    bool readNearbyText(Nearby &nearby, ObjectValue &slot, bool isKey);
+    bool readNearbyValue(Nearby &nearby, ObjectValue &slot);
+    void readKey(ObjectValue &slot);
     ObjectValue *openEntry(ObjectValue &container);
 
     Stream &stream_;
@@ -78,6 +84,7 @@ private:
     ObjectType lastType_ = ObjectType::Nil;
     uint64_t integer_ = 0; // of either sign
     std::string text_;
+    std::string_view nearbyText_; // while readObject() runs: the last string, if not in text_
     double float_ = 0;
     bool bool_ = false;
 };

@@ -1,9 +1,6 @@
 #include "encoding/message_writer.h"
 
-#include "encoding/bytes.h"
-
 #include <bit>
-#include <cstring>
 #include <stdexcept>
 #include <vector>
 
@@ -32,29 +29,39 @@ enum Lead : uint8_t
     kMap = 0xDE,
 };
 
-constexpr uint64_t kCount = ~uint64_t(0);
-
 } // namespace
 
 void MessageWriter::writeRaw(const void *bytes, uint64_t size)
 {
-    if (memory_)
-        memory_->write(bytes, size);
+    stream_.write(bytes, size);
+}
+
+// Into memory a head goes straight, unless it's the last that fits: that is for the stream to
+// judge.
+template <typename Assemble>
+inline void MessageWriter::writeAssembled(uint64_t size, Assemble &&assemble)
+{
+    unsigned char local[9];
+    const bool isNear = memory_ && memory_->remaining() > size;
+    assemble(isNear ? memory_->position() : local);
+    if (isNear)
+        memory_->advance(size);
     else
-        stream_.write(bytes, size);
+        stream_.write(local, size);
 }
 
 inline void MessageWriter::writeLead(uint8_t lead)
 {
-    writeRaw(&lead, 1);
+    writeAssembled(1, [&](unsigned char *head) { head[0] = lead; });
 }
 
 template <typename Number>
 inline void MessageWriter::writeHead(uint8_t lead, Number number)
 {
-    unsigned char head[1 + sizeof number] = {lead};
-    storeBigEndian(head + 1, number);
-    writeRaw(head, sizeof head);
+    writeAssembled(1 + sizeof number, [&](unsigned char *head) {
+        head[0] = lead;
+        storeBigEndian(head + 1, number);
+    });
 }
 
 void MessageWriter::writeNil()
@@ -107,7 +114,8 @@ void MessageWriter::writeDouble(double value)
     writeHead(kDouble, std::bit_cast<uint64_t>(value));
 }
 
-void MessageWriter::writeStringHead(uint64_t length)
+// Any string, in its two writes.
+void MessageWriter::writeLongString(const char *text, uint64_t length)
 {
     if (length < 32)
         writeLead(static_cast<uint8_t>(kFixString | length));
@@ -117,19 +125,7 @@ void MessageWriter::writeStringHead(uint64_t length)
         writeHead(kString + 1, static_cast<uint16_t>(length));
     else
         writeHead(kString + 2, static_cast<uint32_t>(length));
-}
-
-void MessageWriter::writeString(const char *text, uint64_t length)
-{
-    if (length == kCount)
-        length = std::strlen(text);
-    writeStringHead(length);
     writeRaw(text, length);
-}
-
-void MessageWriter::writeString(const std::string &text)
-{
-    writeString(text.data(), text.size());
 }
 
 void MessageWriter::writeBlob(const void *bytes, uint32_t size)
@@ -181,7 +177,7 @@ void MessageWriter::writeMapHeader(uint32_t pairCount)
 }
 
 // Of a map or array, only the head.
-void MessageWriter::writeLeaf(const ObjectValue &value)
+inline void MessageWriter::writeLeaf(const ObjectValue &value)
 {
     switch (value.type()) {
     case ObjectType::Nil:

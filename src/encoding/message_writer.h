@@ -1,10 +1,12 @@
 #pragma once
 
+#include "encoding/bytes.h"
 #include "encoding/mem_stream.h"
 #include "encoding/object_value.h"
 #include "encoding/stream.h"
 
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace tavu {
@@ -24,8 +26,20 @@ public:
     void writeFloat(float value);
     void writeDouble(double value);
     /// A length of all ones means NUL-terminated text.
-    void writeString(const char *text, uint64_t length = ~uint64_t(0));
-    void writeString(const std::string &text);
+    void writeString(const char *text, uint64_t length = ~uint64_t(0))
+    {
+        if (length == ~uint64_t(0))
+            length = std::strlen(text);
+        // Into memory with room for it, both writes are one.
+        if (length < 32 && memory_ && memory_->remaining() > 1 + length) {
+            memory_->position()[0] = static_cast<unsigned char>(0xA0 | length);
+            copyBytes(memory_->position() + 1, text, length);
+            memory_->advance(1 + length);
+        } else {
+            writeLongString(text, length);
+        }
+    }
+    void writeString(const std::string &text) { writeString(text.data(), text.size()); }
     void writeBlob(const void *bytes, uint32_t size);
     /// Only the low 32 bits of \a size count. MessageReader refuses every ext.
     void writeExt(uint8_t type, const void *bytes, uint64_t size);
@@ -38,10 +52,12 @@ public:
     void writeRaw(const void *bytes, uint64_t size);
 
 private:
+    template <typename Assemble>
+    void writeAssembled(uint64_t size, Assemble &&assemble);
     template <typename Number>
     void writeHead(uint8_t lead, Number number);
     void writeLead(uint8_t lead);
-    void writeStringHead(uint64_t length);
+    void writeLongString(const char *text, uint64_t length);
     void writeLeaf(const ObjectValue &value);
 
     Stream &stream_;

@@ -428,17 +428,6 @@ void ObjectValue::mapAppend(const char *key, ObjectValue &&value)
     pair[1] = std::move(taken);
 }
 
-// Appends an entry with nil in its slots, and returns the first of them.
-ObjectValue *ObjectValue::addEntry()
-{
-    if (size_ >= capacity())
-        grow();
-    ObjectValue *entry = block()->slots() + slotCount();
-    std::uninitialized_default_construct_n(entry, slotsPerEntry());
-    ++size_;
-    return entry;
-}
-
 void ObjectValue::grow()
 {
     constexpr uint64_t kMaxEntries = 0xFFFFFFFFu;

@@ -132,9 +132,8 @@ private:
 
     template <typename Payload>
     ObjectValue(ObjectType tag, uint32_t size, Payload payload) noexcept
-        : size_(size), tag_(static_cast<uint8_t>(tag))
     {
-        setPayload(payload);
+        set(tag, size, payload);
     }
 
     // The eight bytes behind tag_ hold a number or a pointer, and are part of short text too.
@@ -170,7 +169,24 @@ private:
     ObjectValue &slotAt(uint32_t entry, const char *complaint) const;
     const ObjectValue *find(const char *key) const;
 
+    // Each makes a nil value something else.
+    template <typename Payload>
+    void set(ObjectType tag, uint32_t size, Payload payload)
+    {
+        size_ = size;
+        tag_ = static_cast<uint8_t>(tag);
+        setPayload(payload);
+    }
     void setText(const char *text, uint32_t length);
+    // The same for up to kMaxShortText bytes of text that has as many bytes to be read, whatever
+    // they are: a copy of fixed size costs less.
+    void setShortText(const char *text, uint32_t length)
+    {
+        std::memcpy(storage_, text, kMaxShortText);
+        storage_[length] = '\0';
+        size_ = length;
+        tag_ = static_cast<uint8_t>(ObjectType::String);
+    }
     void setCapacity(uint32_t capacity);
     ObjectValue *addEntry();
     void grow();
@@ -185,6 +201,17 @@ private:
 
     static constexpr uint32_t kPayloadOffset = 3;
 };
+
+// Appends an entry with nil in its slots, and returns the first of them.
+inline ObjectValue *ObjectValue::addEntry()
+{
+    if (size_ >= capacity())
+        grow();
+    ObjectValue *entry = block()->slots() + slotCount();
+    std::uninitialized_default_construct_n(entry, slotsPerEntry());
+    ++size_;
+    return entry;
+}
 
 // Onto a value that owns nothing. A value has no pointers to itself, so its bytes are the value.
 inline void ObjectValue::steal(ObjectValue &other) noexcept

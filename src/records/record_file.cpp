@@ -71,6 +71,11 @@ bool RecordFileReader::refill()
 uint64_t RecordFileReader::read(void *target, uint64_t byteCount)
 {
     auto *bytes = static_cast<unsigned char *>(target);
+    // Every second read of a record is for one byte, the lead of a value.
+    if (byteCount == 1 && position_ < end_) {
+        *bytes = buffer_[position_++];
+        return 1;
+    }
     uint64_t done = 0;
     while (done < byteCount && (position_ < end_ || refill())) {
         const size_t count =

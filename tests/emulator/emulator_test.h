@@ -49,10 +49,9 @@ protected:
     void waitFor(Condition condition)
     {
         const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!condition()) {
-            ASSERT_LT(std::chrono::steady_clock::now(), limit);
+        while (!condition() && std::chrono::steady_clock::now() < limit)
             std::this_thread::yield();
-        }
+        ASSERT_TRUE(condition());
     }
 
     /// Makes a recording and returns its file id.
@@ -89,10 +88,5 @@ protected:
     std::unique_ptr<ITavuDevice> device_;
     std::string mapping_; ///< of the last file opened
 };
-
-inline std::string bytesOf(const SharedRegion &region, size_t count)
-{
-    return std::string(static_cast<const char *>(region.view()), count);
-}
 
 } // namespace tavu

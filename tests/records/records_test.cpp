@@ -33,25 +33,18 @@ std::string pair(const std::string &key, const std::string &value)
     return text(key) + value;
 }
 
-std::string number(int value)
+constexpr int kMap = 0x80, kArray = 0x90;
+
+/// A record whose payload is an array.
+std::string record(const std::string &type, const std::string &key, Parts elements)
 {
-    return std::string(1, static_cast<char>(value));
+    return list(kMap, {pair("orek", "\xC3"), pair("type", text(type)), pair("version", "\0"s),
+                       pair(key, list(kArray, elements))});
 }
 
-std::string map(Parts pairs)
+std::string meta(Parts files)
 {
-    return list(0x80, pairs);
-}
-
-std::string array(Parts elements)
-{
-    return list(0x90, elements);
-}
-
-std::string record(const std::string &type, const std::string &key, const std::string &payload)
-{
-    return map({pair("orek", "\xC3"), pair("type", text(type)), pair("version", number(0)),
-                pair(key, payload)});
+    return record("meta", "info", files);
 }
 
 /// What \a write puts onto a stream, seen through a buffer that has room to spare.
@@ -64,63 +57,66 @@ std::string written(Write write)
     return buffer.erase(buffer.find_last_not_of('?') + 1);
 }
 
-std::vector<FileRecord> readMeta(std::string bytes)
+/// Reads a record as far as it can be read, and returns the error.
+std::string readMeta(std::vector<FileRecord> &files, std::string bytes)
 {
-    std::vector<FileRecord> files(1);
-    readMetaList(files, bytes.data(), bytes.size());
-    return files;
+    return errorOf([&] { readMetaList(files, bytes.data(), bytes.size()); });
 }
 
-std::vector<PortConfig> readConfig(std::string bytes)
+std::string readConfig(std::vector<PortConfig> &ports, std::string bytes)
 {
-    std::vector<PortConfig> ports;
     MemStream stream(bytes.data(), bytes.size());
-    readConfigRecord(stream, [&](PortConfig &port) { ports.push_back(port); });
-    return ports;
+    ports.clear();
+    return errorOf(
+        [&] { readConfigRecord(stream, [&](PortConfig &port) { ports.push_back(port); }); });
 }
 
-const std::string kName = pair("name", text("a")), kWidth = pair("width", number(3)),
-                  kHeight = pair("height", number(4)), kFrames = pair("numFrames", number(5));
+const std::string kName = pair("name", text("a")), kWidth = pair("width", "\3"),
+                  kHeight = pair("height", "\4"), kFrames = pair("numFrames", "\5"),
+                  kUsable = list(kMap, {kName, kWidth, kHeight, kFrames});
 
 TEST(MetaRecord, WritesItsBytes)
 {
     FileRecord file = {"n", "Emu", "cam", 1, 2, 3, 0x1234, 5, 6, {}, 200, 9, 10, 11, 1ull << 32};
     const std::string pairs =
-        map({pair("name", text("n")), pair("port", text("Emu")), pair("camera", text("cam")),
-             pair("fileId", number(1)), pair("streamId", number(2)), kWidth,
-             pair("height", "\xCD\x12\x34"), kFrames, pair("numDroppedFrames", number(6)),
-             pair("size", "\xCC\xC8"), pair("timestamp", number(9)), pair("startTime", number(10)),
-             pair("endTime", number(11)), pair("duration", "\xCF\0\0\0\x01\0\0\0\0"s)});
+        list(kMap, {pair("name", text("n")), pair("port", text("Emu")), pair("camera", text("cam")),
+                    pair("fileId", "\1"), pair("streamId", "\2"), kWidth,
+                    pair("height", "\xCD\x12\x34"), kFrames, pair("numDroppedFrames", "\6"),
+                    pair("size", "\xCC\xC8"), pair("timestamp", "\x09"), pair("startTime", "\x0A"),
+                    pair("endTime", "\x0B"), pair("duration", "\xCF\0\0\0\x01\0\0\0\0"s)});
     std::vector<FileRecord> files = {file, file};
     files[1].info = {7, 8};
     const std::string expected =
-        record("meta", "info",
-               array({pairs, "\x8F" + pairs.substr(1) + pair("info", "\xC4\x02\x07\x08")}));
+        meta({pairs, "\x8F" + pairs.substr(1) + pair("info", "\xC4\x02\x07\x08")});
     const auto write = [&](Stream &stream) { writeMetaList(files, stream); };
     EXPECT_EQ(written(write), expected);
-    files = readMeta(expected);
+    EXPECT_EQ(readMeta(files, expected), "");
     EXPECT_EQ(written(write), expected);
     files.clear();
-    EXPECT_EQ(written(write), record("meta", "info", array({})));
+    EXPECT_EQ(written(write), meta({}));
 }
 
 TEST(MetaRecord, ReadsWhatItCanUse)
 {
     const uint64_t before = utcTimestamp();
-    const auto files = readMeta(record(
-        "meta", "info",
-        array({
-            map({}),
-            map({kWidth, kHeight, kFrames}),
-            map({kName, kHeight, kFrames}),
-            map({kName, kWidth, kFrames}),
-            map({kName, kWidth, kHeight}),
-            map({kName, kWidth, kHeight, kFrames}),
-            map({pair("x", map({pair("y", array({"\xC3", number(1)}))})), kFrames, kHeight, kWidth,
-                 pair("width", "\xCE\0\x01\x11\x70"s), pair("info", "\xC4\0"s),
-                 pair("timestamp", number(7)), kName}),
-            map({kName, pair("width", "\xCD\xFF\xFF"), pair("height", "\xCD\xFF\xFF"), kFrames}),
-        })));
+    const std::string huge = "\xCD\xFF\xFF",
+                      unknown = list(kMap, {pair("y", list(kArray, {text("v")}))});
+    const std::string incomplete[] = {
+        list(kMap, {kWidth, kHeight, kFrames}), list(kMap, {kName, kHeight, kFrames}),
+        list(kMap, {kName, kWidth, kFrames}), list(kMap, {kName, kWidth, kHeight})};
+    std::vector<FileRecord> files(9);
+    for (const std::string &file : incomplete) {
+        EXPECT_EQ(readMeta(files, meta({file})), "");
+        EXPECT_TRUE(files.empty());
+    }
+    EXPECT_EQ(
+        readMeta(files,
+                 meta({kUsable,
+                       list(kMap, {pair("x", unknown), kFrames, kHeight, kWidth,
+                                   pair("width", "\xCE\0\x01\x11\x70"s), pair("info", "\xC4\0"s),
+                                   pair("timestamp", "\7"), kName}),
+                       list(kMap, {kName, pair("width", huge), pair("height", huge), kFrames})})),
+        "");
     ASSERT_EQ(files.size(), 3u);
     EXPECT_EQ(files[0].size, 3u * 4 * 5 * 2);
     EXPECT_GE(files[0].timestamp, before);
@@ -132,86 +128,65 @@ TEST(MetaRecord, ReadsWhatItCanUse)
 
 TEST(MetaRecord, Faults)
 {
-    const std::string invalid = "Invalid file metadata.", orek = pair("orek", "\xC3"),
-                      type = pair("type", text("meta")), version = pair("version", number(0)),
-                      info = pair("info", array({}));
-    const struct
-    {
-        std::string bytes, text;
-    } cases[] = {
-        {map({orek, type, info}), invalid},
-        {map({type, orek, version, info}), invalid},
-        {map({pair("orek", "\xC2"), type, version, info}), invalid},
-        {map({orek, type, pair("version", number(1)), info}), invalid},
-        {map({pair("orek", number(1)), type, version, info}), "Expected boolean."},
-        {map({orek, type, version, info, "never read"}), ""},
-        {record("config", "info", array({})), invalid},
-        {record("meta", "inf", array({})), "Map field not found."},
-        {record("meta", "info", number(1)), "Expected array."},
-        {record("meta", "info", array({map({pair("width", text("3"))})})), "Expected pos integer."},
+    const char *invalid = "Invalid file metadata.";
+    const std::string orek = pair("orek", "\xC3"), type = pair("type", text("meta")),
+                      version = pair("version", "\0"s), info = pair("info", list(kArray, {}));
+    const std::pair<std::string, const char *> cases[] = {
+        {list(kMap, {orek, type, info}), invalid},
+        {list(kMap, {type, orek, version, info}), invalid},
+        {list(kMap, {pair("orek", "\xC2"), type, version, info}), invalid},
+        {list(kMap, {orek, type, pair("version", "\1"), info}), invalid},
+        {list(kMap, {pair("orek", "\1"), type, version, info}), "Expected boolean."},
+        {list(kMap, {orek, type, version, info, "never read"}), ""},
+        {record("config", "info", {}), invalid},
+        {record("meta", "inf", {}), "Map field not found."},
+        {meta({list(kMap, {pair("width", text("3"))})}), "Expected pos integer."},
         // Announces 4 GiB, which must neither be believed nor touch as much memory.
-        {record("meta", "info", array({map({pair("info", "\xC6\xFF\xFF\xFF\xFF?")})})),
-         "Failed to read."},
+        {meta({list(kMap, {pair("info", "\xC6\xFF\xFF\xFF\xFF?")})}), "Failed to read."},
+        {meta({kUsable, "\1"}), "Expected map."},
     };
-    for (const auto &c : cases)
-        EXPECT_EQ(errorOf([&] { readMeta(c.bytes); }), c.text) << testing::PrintToString(c.bytes);
-
-    // What stands before a fault is kept.
-    std::string bytes =
-        record("meta", "info", array({map({kName, kWidth, kHeight, kFrames}), number(1)}));
-    std::vector<FileRecord> files(3);
-    EXPECT_EQ(errorOf([&] { readMetaList(files, bytes.data(), bytes.size()); }), "Expected map.");
-    EXPECT_EQ(files.size(), 1u);
+    std::vector<FileRecord> files;
+    for (const auto &[bytes, fault] : cases)
+        EXPECT_EQ(readMeta(files, bytes), fault);
+    EXPECT_EQ(files.size(), 1u) << "what stands before a fault is kept";
 }
 
 TEST(ConfigRecord, WritesItsBytes)
 {
-    PortConfig ports[] = {{"A", "cam", 1, 2, 3, 4, 5, {}}, {"B", "", 0, 0, 0, 0, 0, {9}}};
-    const std::string expected =
-        record("config", "config",
-               array({map({pair("name", text("A")), pair("pairedTo", text("cam")),
-                           pair("width", number(1)), pair("height", number(2)),
-                           pair("pixelFormat", number(3)), pair("tapGeometry", number(4)),
-                           pair("numFramesPerPacket", number(5))}),
-                      map({pair("name", text("B")), pair("pairedTo", text("")),
-                           pair("width", number(0)), pair("height", number(0)),
-                           pair("pixelFormat", number(0)), pair("tapGeometry", number(0)),
-                           pair("numFramesPerPacket", number(0)), pair("info", "\xC4\x01\x09")})}));
+    PortConfig port = {"A", "cam", 1, 2, 3, 4, 5, {9}};
+    const std::string pairs =
+        list(kMap, {pair("name", text("A")), pair("pairedTo", text("cam")), pair("width", "\1"),
+                    pair("height", "\2"), pair("pixelFormat", "\3"), pair("tapGeometry", "\4"),
+                    pair("numFramesPerPacket", "\5"), pair("info", "\xC4\1\x09")});
     uint32_t limit = kNoInfoLimit;
-    const auto write = [&](Stream &stream) { writeConfigRecord(ports, stream, limit); };
-    EXPECT_EQ(written(write), expected);
-
-    ports[0].info.assign(16385, 7);
-    EXPECT_EQ(readConfig(written(write))[0].info, ports[0].info);
+    const auto write = [&](Stream &stream) { writeConfigRecord({&port, 1}, stream, limit); };
+    EXPECT_EQ(written(write), record("config", "config", {pairs}));
+    port.info.assign(16385, 7);
+    std::vector<PortConfig> ports;
+    EXPECT_EQ(readConfig(ports, written(write)), "");
+    EXPECT_EQ(ports.at(0).info, port.info);
     limit = 16384;
-    EXPECT_TRUE(readConfig(written(write))[0].info.empty());
+    EXPECT_EQ(readConfig(ports, written(write)), "");
+    EXPECT_TRUE(ports.at(0).info.empty());
 }
 
 TEST(ConfigRecord, ReadsAnyOrderAndStopsAtAFault)
 {
-    const std::string x = pair("x", array({number(1)}));
-    auto ports = readConfig(record(
-        "config", "config",
-        array({map({pair("info", "\xC4\x01\x09"), pair("numFramesPerPacket", number(5)), x, kHeight,
-                    pair("width", "\xCE\x7F\x01\x11\x70"), pair("name", text("A"))})})));
+    const std::string x = pair("x", list(kArray, {text("v")}));
+    std::vector<PortConfig> ports;
+    // A complete port has been handed over when a later one has too few pairs.
+    EXPECT_EQ(readConfig(ports, record("config", "config",
+                                       {list(kMap, {pair("info", "\xC4\1\x09"), x, kHeight,
+                                                    pair("width", "\xCE\x7F\1\x11\x70"), kName}),
+                                        list(kMap, {x, x, x, x})})),
+              "Inalid config file.");
     ASSERT_EQ(ports.size(), 1u);
-    EXPECT_EQ(ports[0].name, "A");
+    EXPECT_EQ(ports[0].name, "a");
     EXPECT_EQ(ports[0].pairedTo, "");
     EXPECT_EQ(ports[0].width, 70000 - 65536);
     EXPECT_EQ(ports[0].height, 4);
-    EXPECT_EQ(ports[0].framesPerPacket, 5);
     EXPECT_EQ(ports[0].info, ByteBlock{9});
-
-    // A complete port has been handed over when a later one has too few pairs.
-    std::string bytes =
-        record("config", "config", array({map({x, x, x, x, x}), map({x, x, x, x})}));
-    MemStream stream(bytes.data(), bytes.size());
-    int found = 0;
-    EXPECT_EQ(errorOf([&] { readConfigRecord(stream, [&](PortConfig &) { ++found; }); }),
-              "Inalid config file.");
-    EXPECT_EQ(found, 1);
-    EXPECT_EQ(errorOf([&] { readConfig(record("meta", "config", array({}))); }),
-              "Inalid config file.");
+    EXPECT_EQ(readConfig(ports, record("meta", "config", {})), "Inalid config file.");
 }
 
 TEST(RecordFile, IsReplacedWholeOrNotAtAll)

@@ -182,15 +182,14 @@ client::FileEntry findFile(Session &session, std::string_view text)
 void addDeviceOption(CLI::App &command, Session &session)
 {
     command.add_option("-d,--device", session.device, "Number of the device, as in `status` [0]")
-        ->type_name("N")
-        ->check(CLI::Range(0u, ~0u));
+        ->type_name("N");
 }
 
 void addPortOption(CLI::App &command, Session &session)
 {
     command.add_option("-p,--port", session.port, "Number of the camera port [0]")
         ->type_name("N")
-        ->check(CLI::Range(0u, 255u));
+        ->check(numberIn(0u, 255u));
 }
 
 void addJsonOption(CLI::App &command, Session &session)
@@ -203,7 +202,14 @@ void addDurationOption(CLI::App &command, const std::string &name,
 {
     command
         .add_option_function<std::string>(
-            name, [&microseconds](const std::string &text) { microseconds = parseDuration(text); },
+            name,
+            [&microseconds, name](const std::string &text) {
+                try {
+                    microseconds = parseDuration(text);
+                } catch (const UsageError &error) {
+                    throw UsageError(name + ": " + error.what());
+                }
+            },
             help)
         ->type_name("DURATION");
 }

@@ -35,6 +35,13 @@ uint64_t frameCountOf(const FrameRanges &ranges);
 /// name, or "last" for the latest. Raises Failure when there is none or more than one.
 client::FileEntry findFile(Session &session, std::string_view text);
 
+/// A check of a number that keeps quiet in the help.
+template <typename Number>
+CLI::Validator numberIn(Number least, Number most)
+{
+    return CLI::Range(least, most).description("");
+}
+
 // Options that many commands share. The objects must live as long as the command.
 void addDeviceOption(CLI::App &command, Session &session);
 void addPortOption(CLI::App &command, Session &session);

@@ -86,7 +86,7 @@ void addLiveCommand(CLI::App &app, Session &session)
         ->add_option("-n,--frames", options->frames,
                      "How many frames to take [1; in a terminal until Ctrl-C]")
         ->type_name("N")
-        ->check(CLI::Range(uint64_t(1), ~uint64_t(0)));
+        ->check(numberIn(uint64_t(1), ~uint64_t(0)));
     command
         ->add_option("-o,--output", options->output,
                      "File to write; %d in it stands for the number of a frame; - is standard "
@@ -96,7 +96,7 @@ void addLiveCommand(CLI::App &app, Session &session)
         ->check(CLI::IsMember({"png", "pgm", "raw", "terminal"}));
     command->add_option("--rate", options->rate, "At most this many frames a second")
         ->type_name("N")
-        ->check(CLI::Range(0.01, 1000.0));
+        ->check(numberIn(0.01, 1000.0));
     addExamples(*command,
                 {"live", "live -o now.png", "live --frames 10 -o live-%02d.pgm --rate 2"});
     command->callback([&session, options] {

@@ -1,6 +1,7 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/groups.h"
+#include "client/tavuctl/text.h"
 
 #include <CLI/CLI.hpp>
 #include <sstream>
@@ -70,7 +71,7 @@ int failService(const tavu::client::ServiceError &error, Session &session)
     } catch (const std::exception &) {
         // The error itself is what matters.
     }
-    return fail(error.what(), advice);
+    return fail(printable(error.what()), advice);
 }
 
 int runProgram(int argc, char **argv, Session &session)
@@ -78,6 +79,10 @@ int runProgram(int argc, char **argv, Session &session)
     CLI::App app("Drives the recorders of a running tavusvc: records, plays back, exports.",
                  "tavuctl");
     addCommands(app, session);
+    // The parser would only miss a command, not name what stands in its place.
+    if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1]))
+        throw UsageError("there is no command \"" + printable(argv[1]) +
+                         "\"; `tavuctl --help` lists those that there are");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &end) {

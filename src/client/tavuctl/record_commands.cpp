@@ -173,7 +173,7 @@ void stopRecording(RunningRecording &recording, const RecordOptions &options)
     } catch (const client::ServiceError &error) {
         if (!options.externalStart && !options.externalStop)
             throw;
-        throw Failure(std::string(error.what()) +
+        throw Failure(printable(error.what()) +
                       "\nthe device took the order but didn't record: it may have no external "
                       "trigger, as the emulated device has none");
     }
@@ -189,7 +189,7 @@ void stopRecording(RunningRecording &recording, const RecordOptions &options)
     }
     if (advice.empty())
         throw client::ServiceError(error);
-    throw Failure(std::string(error.what()) + "\n" + advice);
+    throw Failure(printable(error.what()) + "\n" + advice);
 }
 
 int record(Session &session, const RecordOptions &options)
@@ -235,7 +235,7 @@ void addRecord(CLI::App &app, Session &session)
     command->add_option("-p,--port", options->ports, "Port to record; give several as 0,1 [0]")
         ->type_name("N")
         ->delimiter(',')
-        ->check(CLI::Range(0u, 31u));
+        ->check(numberIn(0u, 31u));
     CLI::Option *frames =
         command->add_option("-n,--frames", options->frames, "Stop after this many frames")
             ->type_name("N");

@@ -84,7 +84,7 @@ int start(Session &session, bool detach)
     } catch (const client::ServiceError &error) {
         if (service.hardwareType(session.device) != 1)
             throw;
-        throw Failure(std::string(error.what()) +
+        throw Failure(printable(error.what()) +
                       "\nthe emulated device can't recover a recording: `tavuctl recover discard" +
                       session.deviceOption() + "` removes it");
     }

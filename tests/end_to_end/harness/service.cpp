@@ -73,8 +73,11 @@ Service::~Service()
         if (!options.arguments.empty())
             kill();
         // A service that never had a client waits for one.
-        while (process_ && !process_->exitStatus() && RawPipe().connect(folder.path))
-            ;
+        const auto hasEnded = [&] {
+            RawPipe().connect(folder.path);
+            return !process_ || process_->exitStatus().has_value();
+        };
+        EXPECT_TRUE(waitUntil(hasEnded));
         if (process_) {
             EXPECT_EQ(waitForExit(), 0);
         }

@@ -1,0 +1,83 @@
+#include "client/tavuctl/frame_sink.h"
+
+#include "client/tavuctl/session.h"
+
+#include <gtest/gtest.h>
+
+namespace tavu::ctl {
+namespace {
+
+TEST(FrameSink, PgmIsBigEndian)
+{
+    const std::vector<uint16_t> pixels = {0x0102, 0xFFFE, 0, 1, 2, 3};
+    const std::vector<uint8_t> bytes = encodePgm({3, 2, pixels});
+    const std::string head = "P5\n3 2\n65535\n";
+    ASSERT_EQ(bytes.size(), head.size() + 12);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 13), head);
+    EXPECT_EQ(std::vector<uint8_t>(bytes.begin() + 13, bytes.begin() + 17),
+              (std::vector<uint8_t>{1, 2, 0xFF, 0xFE}));
+}
+
+TEST(FrameSink, PathsTakeTheNumberWhereTheySay)
+{
+    const std::tuple<const char *, uint64_t, const char *> cases[] = {
+        {"a%d.png", 7, "a7.png"},
+        {"a%04d.png", 7, "a0007.png"},
+        {"a%02d.png", 123, "a123.png"},
+        {"a.png", 7, "a-7.png"},
+        {"dir.d/a", 7, "dir.d/a-7"},
+        {"dir/.hidden", 7, "dir/.hidden-7"},
+        {"50%.png", 7, "50%-7.png"},
+        {"%s%d", 7, "%s7"},
+        {"%99999999999d", 7, "%99999999999d-7"},
+        {"%%d", 7, "%7"}};
+    for (const auto &[path, number, result] : cases)
+        EXPECT_EQ(picturePath(path, number), result);
+}
+
+TEST(FrameSink, FormatsGoByTheEnding)
+{
+    EXPECT_EQ(frameFormatOf("x/a.PNG"), FrameFormat::Png);
+    EXPECT_EQ(frameFormatOf("a.b.pgm"), FrameFormat::Pgm);
+    EXPECT_EQ(frameFormatOf("a.raw"), FrameFormat::Raw);
+    for (const char *path : {"a", ".png", "a.jpg", "a.terminal", "x.png/a", "-", ""})
+        EXPECT_EQ(frameFormatOf(path), std::nullopt) << path;
+}
+
+TEST(FrameSink, DrawingFitsAndUsesTheWholeScale)
+{
+    const auto count = [](const std::string &text, std::string_view what) {
+        size_t found = 0;
+        for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+            ++found;
+        return found;
+    };
+    struct Case
+    {
+        uint32_t width, height, columns, lines;
+    };
+    // Into 80 columns and 20 lines of two pixels each.
+    for (const Case &c :
+         {Case{1, 1, 1, 1}, Case{2, 3, 2, 2}, Case{80, 40, 80, 20}, Case{1280, 1024, 50, 20},
+          Case{5000, 1, 80, 1}, Case{1, 5000, 1, 20}, Case{81, 40, 80, 20}}) {
+        std::vector<uint16_t> pixels(size_t(c.width) * c.height, 100);
+        pixels[0] = 90;
+        const std::string text = drawFrame({c.width, c.height, pixels}, 80, 20);
+        EXPECT_EQ(count(text, "\n"), c.lines) << c.width << "x" << c.height;
+        EXPECT_EQ(count(text, "\xE2\x96\x80"), size_t(c.lines) * c.columns);
+    }
+    const std::vector<uint16_t> two = {7, 8};
+    EXPECT_EQ(drawFrame({1, 2, two}, 80, 20), "\033[38;5;232m\033[48;5;255m\xE2\x96\x80\033[0m\n");
+    EXPECT_NE(drawFrame({0, 5, {}}, 80, 20), "");
+}
+
+TEST(FrameSink, SaysWhyAFileCannotBeMade)
+{
+    const std::vector<uint16_t> pixels = {1};
+    const auto sink = makeFileSink(FrameFormat::Pgm, "no/such/folder/a.pgm", false);
+    EXPECT_THROW(sink->put(0, {1, 1, pixels}), Failure);
+    EXPECT_THROW(makeFileSink(FrameFormat::Raw, "no/such/folder/a.raw", false), Failure);
+}
+
+} // namespace
+} // namespace tavu::ctl
