@@ -82,12 +82,8 @@ void benchLive(Client &client)
         throw std::runtime_error("the live region can't be mapped");
     auto *pixels = static_cast<uint16_t *>(region.view());
 
-    uint32_t counter = 0;
-    const auto fill = [&](int) {
-        for (size_t i = 0; i < kPixels; ++i)
-            pixels[i] = static_cast<uint16_t>(counter + static_cast<uint32_t>(i));
-        counter += static_cast<uint32_t>(kPixels);
-    };
+    uint16_t next = 0;
+    const auto fill = [&](int) { next = fillRamp(pixels, kPixels, next); };
     printRow("liveFrame 2560x1600",
              compare(
                  kRounds,

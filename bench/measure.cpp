@@ -40,6 +40,13 @@ Comparison compare(int rounds, const std::function<double()> &ours,
     return {median(all[0]), median(all[1]), median(all[2])};
 }
 
+uint16_t fillRamp(uint16_t *pixels, size_t count, uint16_t first)
+{
+    for (size_t i = 0; i < count; ++i)
+        pixels[i] = first++;
+    return first;
+}
+
 std::string figure(double value, const char *unit)
 {
     const int digits =

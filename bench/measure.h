@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -24,6 +26,10 @@ struct Comparison
 /// the machine does meets both alike. One round ahead warms up and doesn't count.
 Comparison compare(int rounds, const std::function<double()> &ours,
                    const std::function<double()> &peer);
+
+/// The emulated device's ramp, in the form that compilers turn into the fewest vector instructions:
+/// a counter no wider than a pixel. Returns the value behind the last one.
+uint16_t fillRamp(uint16_t *pixels, size_t count, uint16_t first);
 
 /// A number with three digits that count, and its unit.
 std::string figure(double value, const char *unit);

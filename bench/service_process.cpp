@@ -58,9 +58,9 @@ ObjectValue toMap(Params params)
 
 } // namespace
 
-Workplace::Workplace()
+Workplace::Workplace(const std::filesystem::path &root)
 {
-    std::string pattern = std::filesystem::temp_directory_path() / "tavu_bench_XXXXXX";
+    std::string pattern = root / "tavu_bench_XXXXXX";
     if (!::mkdtemp(pattern.data()))
         throw std::runtime_error("no folder can be made at " + pattern);
     path_ = pattern;

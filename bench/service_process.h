@@ -18,7 +18,7 @@ namespace tavu::bench {
 class Workplace
 {
 public:
-    Workplace();
+    explicit Workplace(const std::filesystem::path &root = std::filesystem::temp_directory_path());
     Workplace(const Workplace &) = delete;
     Workplace &operator=(const Workplace &) = delete;
     ~Workplace();

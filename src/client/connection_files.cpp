@@ -100,16 +100,19 @@ FileEntry readFileEntry(MessageReader &reader, std::string &key)
 std::vector<FileEntry> Connection::listFiles(uint32_t device)
 {
     const auto ordinal = static_cast<uint32_t>(Command::ListFiles);
-    std::vector<FileEntry> files;
+    std::optional<std::vector<FileEntry>> files;
     exchange(std::string(commandName(ordinal)), encodeRequest(ordinal, {{"deviceId", device}}),
              [this, &files](MessageReader &reader) {
                  std::string key;
                  if (reader.readMapHeader() != 1 || (reader.readString(key), key != "files"))
                      throw std::runtime_error("it has no list of files");
+                 files.emplace();
                  for (uint32_t count = readListHeader(reader, stream_); count > 0; --count)
-                     files.push_back(readFileEntry(reader, key));
+                     files->push_back(readFileEntry(reader, key));
              });
-    return files;
+    if (!files)
+        throw ProtocolError("unexpected reply to listFiles: it is empty");
+    return std::move(*files);
 }
 
 OpenedFile Connection::openFile(uint32_t device, uint32_t fileId, uint32_t streamId)

@@ -43,8 +43,9 @@ void TavuDeviceEmulator::openFile(uint32_t &openFileId, std::string &mapping, ui
     // Stays in the slot when the rest fails.
     slot.fileId = fileId;
     slot.position = 0;
-    InputFile file(folder_.frameFile(kPortName, fileStem(fileId)));
-    if (!file.isOpen())
+    const std::string path = folder_.frameFile(kPortName, fileStem(fileId));
+    InputFile file(path);
+    if (!file.isOpen() || !isRegularFile(path))
         throw std::runtime_error("Failed to open file");
     if (!createRegion(slot.region, frameBytes(entry.stored->width, entry.stored->height)))
         throwNoRegion();

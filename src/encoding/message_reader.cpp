@@ -342,21 +342,23 @@ public:
         room_ -= byteCount;
     }
 
-    // Around reads of the stream itself.
+    // Before and after reads of the stream itself; one that raises comes to no begin().
     void sync()
     {
         if (stream_)
-            stream_->advance(stream_->remaining() - room_);
+            stream_->advance(static_cast<uint64_t>(bytes_ - synced_));
+        synced_ = bytes_;
     }
     void begin()
     {
-        bytes_ = stream_ ? stream_->position() : nullptr;
+        synced_ = bytes_ = stream_ ? stream_->position() : nullptr;
         room_ = stream_ ? stream_->remaining() : 0;
     }
 
 private:
     MemStream *stream_;
     const unsigned char *bytes_;
+    const unsigned char *synced_; // where the stream stands
     uint64_t room_;
 };
 
@@ -416,6 +418,8 @@ void MessageReader::readObject(ObjectValue &target)
             readInto(*slot);
             nearby.begin();
         }
+        if (slot->ownsMemory() && open)
+            open->block()->mayOwn = true;
         if (slot->isContainer() && lastLength_ > 0) {
             slot->setCapacity(firstCapacity(lastLength_, depth++));
             slot->block()->parent = std::exchange(open, slot);
@@ -432,6 +436,7 @@ void MessageReader::readObject(ObjectValue &target)
             if (!readNearbyText(nearby, *slot, true)) {
                 nearby.sync();
                 readKey(*slot);
+                open->block()->mayOwn |= slot->ownsMemory();
                 nearby.begin();
             }
             ++slot;

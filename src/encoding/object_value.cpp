@@ -164,6 +164,8 @@ bool ObjectValue::copyWithoutEntries(const ObjectValue &other)
         setCapacity(other.size_);
         size_ = other.size_;
         std::uninitialized_default_construct_n(slots(), slotCount());
+        if (size_ > 0)
+            block()->mayOwn = other.block()->mayOwn;
         return size_ > 0;
     }
     if (other.tag_ == static_cast<uint8_t>(ObjectType::String)) {
@@ -226,7 +228,7 @@ void ObjectValue::releaseTree() noexcept
 {
     const auto enter = [](ObjectValue *container, ObjectValue *parent) {
         container->block()->parent = parent;
-        container->block()->pending = container->slotCount();
+        container->block()->pending = container->block()->mayOwn ? container->slotCount() : 0;
         return container;
     };
     if (!block())
@@ -234,14 +236,19 @@ void ObjectValue::releaseTree() noexcept
     ObjectValue *open = enter(this, nullptr);
     while (open) {
         Block *block = open->block();
+        ObjectValue *const first = block->slots();
+        ObjectValue *slot = first + block->pending;
         ObjectValue *inner = nullptr;
-        while (block->pending > 0 && !inner) {
-            ObjectValue &slot = block->slots()[--block->pending];
-            if (slot.isContainer())
-                inner = slot.block() ? &slot : nullptr;
-            else if (slot.ownsMemory())
-                ::operator delete(slot.payload<void *>());
+        while (slot != first && !inner) {
+            --slot;
+            if (!slot->ownsMemory())
+                continue;
+            if (!slot->isContainer())
+                ::operator delete(slot->payload<void *>());
+            else if (slot->block())
+                inner = slot;
         }
+        block->pending = static_cast<uint64_t>(slot - first);
         if (inner) {
             open = enter(inner, open);
         } else {
@@ -336,11 +343,18 @@ uint32_t ObjectValue::capacity() const
 
 // Arrays and maps
 
-ObjectValue &ObjectValue::slotAt(uint32_t entry, const char *complaint) const
+const ObjectValue &ObjectValue::slotAt(uint32_t entry, const char *complaint) const
 {
     if (entry >= size_)
         throw std::out_of_range(complaint);
     return slots()[entry * slotsPerEntry()];
+}
+
+// A slot for the caller to change.
+ObjectValue &ObjectValue::handOut(const ObjectValue &slot)
+{
+    block()->mayOwn = true;
+    return const_cast<ObjectValue &>(slot);
 }
 
 const ObjectValue &ObjectValue::arrayAt(uint32_t index) const
@@ -351,15 +365,14 @@ const ObjectValue &ObjectValue::arrayAt(uint32_t index) const
 
 ObjectValue &ObjectValue::arrayAt(uint32_t index)
 {
-    require(ObjectType::Array, kNotArray);
-    return slotAt(index, kOutOfArray);
+    return handOut(std::as_const(*this).arrayAt(index));
 }
 
 void ObjectValue::arrayAppend(ObjectValue &&value)
 {
     require(ObjectType::Array, kNotArray);
     ObjectValue taken(std::move(value));
-    *addEntry() = std::move(taken);
+    *newEntry() = std::move(taken);
 }
 
 // The key slot of the first pair with that key, or null.
@@ -396,7 +409,7 @@ const ObjectValue &ObjectValue::mapAt(const char *key) const
 
 ObjectValue &ObjectValue::mapAt(const char *key)
 {
-    return const_cast<ObjectValue &>(std::as_const(*this).mapAt(key));
+    return handOut(std::as_const(*this).mapAt(key));
 }
 
 const char *ObjectValue::mapKeyAt(uint32_t index) const
@@ -413,8 +426,7 @@ const ObjectValue &ObjectValue::mapValueAt(uint32_t index) const
 
 ObjectValue &ObjectValue::mapValueAt(uint32_t index)
 {
-    require(ObjectType::Map, kNotMap);
-    return (&slotAt(index, kOutOfMap))[1];
+    return handOut(std::as_const(*this).mapValueAt(index));
 }
 
 void ObjectValue::mapAppend(const char *key, ObjectValue &&value)
@@ -423,18 +435,22 @@ void ObjectValue::mapAppend(const char *key, ObjectValue &&value)
     // Both may lie in slots of ours, which are about to move.
     ObjectValue ownKey = string(key);
     ObjectValue taken(std::move(value));
-    ObjectValue *pair = addEntry();
+    ObjectValue *pair = newEntry();
     pair[0] = std::move(ownKey);
     pair[1] = std::move(taken);
 }
 
-void ObjectValue::grow()
+// An entry in a container that grows on its own.
+ObjectValue *ObjectValue::newEntry()
 {
     constexpr uint64_t kMaxEntries = 0xFFFFFFFFu;
     if (size_ == kMaxEntries)
         throw std::length_error("Too many entries.");
-    const uint64_t doubled = 2 * uint64_t(capacity());
-    setCapacity(static_cast<uint32_t>(std::clamp<uint64_t>(doubled, 2, kMaxEntries)));
+    if (size_ == capacity())
+        setCapacity(
+            static_cast<uint32_t>(std::clamp<uint64_t>(2 * uint64_t(capacity()), 2, kMaxEntries)));
+    block()->mayOwn = true;
+    return addEntry();
 }
 
 // Moves the slots in use to new room for so many entries. A capacity of 0 allocates nothing.

@@ -123,6 +123,7 @@ private:
         ObjectValue *parent; // while decoding or destroying: the container around this one
         uint64_t pending;    // while decoding: entries to come; while destroying: slots to go
         uint32_t capacity;   // in entries
+        bool mayOwn;         // whether any slot may own memory; if none does, freeing is quick
 
         ObjectValue *slots() { return reinterpret_cast<ObjectValue *>(this + 1); }
     };
@@ -166,7 +167,8 @@ private:
     uint64_t slotCount() const { return isContainer() ? size_ * slotsPerEntry() : 0; }
 
     void require(ObjectType tag, const char *complaint) const;
-    ObjectValue &slotAt(uint32_t entry, const char *complaint) const;
+    const ObjectValue &slotAt(uint32_t entry, const char *complaint) const;
+    ObjectValue &handOut(const ObjectValue &slot);
     const ObjectValue *find(const char *key) const;
 
     // Each makes a nil value something else.
@@ -189,7 +191,7 @@ private:
     }
     void setCapacity(uint32_t capacity);
     ObjectValue *addEntry();
-    void grow();
+    ObjectValue *newEntry();
     bool copyWithoutEntries(const ObjectValue &other);
     void steal(ObjectValue &other) noexcept;
     void release() noexcept;
@@ -202,11 +204,9 @@ private:
     static constexpr uint32_t kPayloadOffset = 3;
 };
 
-// Appends an entry with nil in its slots, and returns the first of them.
+// Appends an entry, for which there must be room, with nil in its slots; returns the first of them.
 inline ObjectValue *ObjectValue::addEntry()
 {
-    if (size_ >= capacity())
-        grow();
     ObjectValue *entry = block()->slots() + slotCount();
     std::uninitialized_default_construct_n(entry, slotsPerEntry());
     ++size_;

@@ -1,9 +1,9 @@
 #include "platform/environment.h"
 #include "platform/files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tavu {
@@ -34,10 +34,6 @@ std::string userDataFolder()
 
 InputFile::InputFile(const std::string &path) : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
 {
-    // A folder opens as well as a file does, but has no bytes to read.
-    struct stat status;
-    if (isOpen() && (::fstat(static_cast<int>(handle_), &status) != 0 || S_ISDIR(status.st_mode)))
-        close();
 }
 
 void InputFile::close()
@@ -49,17 +45,21 @@ void InputFile::close()
 
 uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount) const
 {
+    // A regular file gives all that is asked for up to its end, so that a short count needs no
+    // second look. Larger requests are cut by the system.
+    constexpr uint64_t kAtOnce = uint64_t(1) << 30;
     auto *target = static_cast<unsigned char *>(buffer);
     uint64_t done = 0;
     while (done < byteCount) {
-        const ssize_t count =
-            ::pread(static_cast<int>(handle_), target + done, static_cast<size_t>(byteCount - done),
-                    static_cast<off_t>(offset + done));
+        const uint64_t chunk = std::min(byteCount - done, kAtOnce);
+        const ssize_t count = ::pread(static_cast<int>(handle_), target + done, chunk,
+                                      static_cast<off_t>(offset + done));
         if (count < 0 && errno == EINTR)
             continue;
-        if (count <= 0)
+        if (count > 0)
+            done += static_cast<uint64_t>(count);
+        if (count < 0 || static_cast<uint64_t>(count) < chunk)
             break;
-        done += static_cast<uint64_t>(count);
     }
     return done;
 }

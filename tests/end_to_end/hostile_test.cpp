@@ -11,20 +11,20 @@ namespace {
 TEST(Hostile, NestingCostsNoStack)
 {
     Service service;
-    Client witness(service);
+    Client witness;
     for (const std::string_view level : {"91", "81A0"}) {
         Bytes nest;
         for (int depth = 0; depth < 300000; depth++)
             nest += level == "91" ? Bytes(1, '\x91') : Bytes("\x81\xA0");
-        Client client(service);
+        Client client;
         // Whole: a value that nobody looks at, and a parameter of the wrong type.
-        client.pipe.send(encodeRequest(4, nest + fromHex("C0")));
+        client.send(encodeRequest(4, nest + fromHex("C0")));
         EXPECT_EQ(client.reply()["result"]["count"].text, "1");
-        client.pipe.send(encodeRequest(
+        client.send(encodeRequest(
             5, encodeMap(std::vector<Field>{{"deviceId", '!', nest + fromHex("C0")}})));
         EXPECT_EQ(client.reply()["error"].string.substr(0, 15), "Object type is ");
         // Broken at the bottom.
-        client.pipe.send(nest + fromHex("C1"));
+        client.send(nest + fromHex("C1"));
         EXPECT_EQ(client.receiveUntilEnd(), "");
     }
     EXPECT_EQ(witness.result(4)["count"].text, "1");
@@ -33,14 +33,14 @@ TEST(Hostile, NestingCostsNoStack)
 TEST(Hostile, AnnouncedLengthsTouchNoMemory)
 {
     Service service;
-    Client witness(service);
+    Client witness;
     const uint64_t before = service.residentBytes();
     std::vector<std::unique_ptr<Client>> clients;
     for (const char *head : {"DDFFFFFFFF", "DDFFFFFFFF DDFFFFFFFF DDFFFFFFFF", "DFFFFFFFFF A161 C0",
                              "81 A161 DFFFFFFFFF A161 DDFFFFFFFF C0", "C6FFFFFFFF 0000",
                              "DBFFFFFFFF 0000", "81 DBFFFFFFFF 61", "DD10000000 C6F0000000 00"}) {
-        clients.push_back(std::make_unique<Client>(service));
-        clients.back()->pipe.send(fromHex(head));
+        clients.push_back(std::make_unique<Client>());
+        clients.back()->send(fromHex(head));
     }
     for (int i = 0; i < 500; i++)
         EXPECT_EQ(witness.result(4)["count"].text, "1");
@@ -55,14 +55,14 @@ TEST(Hostile, AnnouncedLengthsTouchNoMemory)
 TEST(Hostile, BytesHurtOnlyTheirConnection)
 {
     Service service;
-    Script script(service);
+    Script script;
     script.play("A configures 4 4\nA records 1");
     const std::string list = script["A"].call(26, "D");
     std::mt19937 random(20260101);
     std::vector<std::unique_ptr<Client>> open;
     const Bytes valid = encodeRequest(27, encodeMap("D fileId=1 streamId=0 x=#0102030405"));
     for (int round = 0; round < 1000; round++) {
-        open.push_back(std::make_unique<Client>(service, round % 4 != 0));
+        open.push_back(std::make_unique<Client>(round % 4 != 0));
         Bytes bytes;
         for (int i = 0; i < 20; i++) {
             Bytes damaged = valid;
@@ -70,35 +70,18 @@ TEST(Hostile, BytesHurtOnlyTheirConnection)
             bytes +=
                 round % 2 == 0 ? Bytes(1 + random() % 9, static_cast<char>(random())) : damaged;
         }
-        open.back()->pipe.send(bytes);
+        open.back()->send(bytes);
         if (open.size() > random() % 200)
             open.clear();
     }
     EXPECT_EQ(script["A"].call(26, "D"), list);
 }
 
-TEST(Hostile, AClientThatNeverReadsBlocksOnlyItself)
-{
-    Service service;
-    Client witness(service), silent(service);
-    Bytes requests;
-    for (int i = 0; i < 500; i++)
-        requests += encodeRequest(5, encodeMap("D"));
-    std::thread sender([&] {
-        while (silent.pipe.send(requests))
-            ;
-    });
-    for (int i = 0; i < 500; i++)
-        EXPECT_EQ(witness.result(5, "D")["name"].string, "Emulator");
-    service.kill();
-    sender.join();
-}
-
 /// What one of many clients does, without an eye to the others.
-void hammer(const Service &service, unsigned seed)
+void hammer(unsigned seed)
 {
     std::mt19937 random(seed);
-    Client client(service);
+    Client client;
     const std::string queue = concat("queueId=", client.result(0)["queueId"].text);
     const std::string start =
         "D portMask=1 externalTrigger=0 type=1 count=1 usePretrigger=false pretriggerCount=0";
@@ -143,7 +126,7 @@ void hammer(const Service &service, unsigned seed)
 TEST(Hostile, ManyClientsAtOnceWhileOnePlaysBack)
 {
     Service service;
-    Client player(service);
+    Client player;
     configure(player, 90, 11);
     record(player, 5);
     const Region region(player.result(27, "D fileId=1 streamId=0"));
@@ -152,7 +135,7 @@ TEST(Hostile, ManyClientsAtOnceWhileOnePlaysBack)
     for (unsigned seed = 0; seed < 64; seed++)
         threads.emplace_back([&, seed] {
             try {
-                hammer(service, seed);
+                hammer(seed);
             } catch (const std::exception &exception) {
                 ADD_FAILURE() << exception.what();
             }

@@ -1,5 +1,4 @@
 #include "harness/service.h"
-#include "harness/surroundings.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -13,14 +12,14 @@ namespace fs = std::filesystem;
 /// Ends the service by a client that only connects.
 void stop(Service &service)
 {
-    Client(service, false);
+    Client(false);
     EXPECT_EQ(service.waitForExit(), 0);
 }
 
 TEST(LifeCycle, EndsWhenTheLastClientLeaves)
 {
-    Service service({}, {{"TAVUSRV_SATA_ONLY", "1"}});
-    Script(service).play(R"(
+    Service service;
+    Script().play(R"(
         A 4 -> {"count":1}
         B 4 -> {"count":1}
         B leaves
@@ -36,7 +35,7 @@ TEST(LifeCycle, ReadsOneOption)
     for (const char *argument : {"noautoclose", "NoAutoCLOSE"}) {
         Service service({"-x", argument, "--help"});
         for (int i = 0; i < 30; i++)
-            EXPECT_EQ(Client(service).result(4)["count"].text, "1");
+            EXPECT_EQ(Client().result(4)["count"].text, "1");
     }
     Service service({"noautoclos", "noautoclose ", "autoclose"});
     stop(service);
@@ -44,8 +43,6 @@ TEST(LifeCycle, ReadsOneOption)
 
 TEST(LifeCycle, OneInstanceServesAndTheOthersEndSilently)
 {
-    if (!enforcesOneInstance())
-        GTEST_SKIP() << "this system lets two services listen";
     Service service;
     stop(service);
     std::vector<std::unique_ptr<ChildProcess>> processes;
@@ -54,16 +51,16 @@ TEST(LifeCycle, OneInstanceServesAndTheOthersEndSilently)
                              [](auto &process) { return !process->exitStatus(); }) == count;
     };
     for (int i = 0; i < 6; i++)
-        processes.push_back(std::make_unique<ChildProcess>(service.options));
+        processes.push_back(service.startAnother());
     {
-        Client client(service);
+        Client client;
         EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
         configure(client, 4, 4);
         Region region(client.result(52, "P"));
-        processes.push_back(std::make_unique<ChildProcess>(service.options));
+        processes.push_back(service.startAnother());
         EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
         EXPECT_TRUE(region.isReachable());
-        EXPECT_EQ(Client(service).result(4)["count"].text, "1");
+        EXPECT_EQ(Client().result(4)["count"].text, "1");
     }
     EXPECT_TRUE(waitUntil([&] { return areRunning(0); }));
     for (const auto &process : processes)
@@ -75,7 +72,7 @@ TEST(LifeCycle, AKilledServiceIsReplaced)
 {
     Service service;
     for (int round = 0; round < 3; round++) {
-        Client client(service);
+        Client client;
         configure(client, 64, 64);
         Region region(client.result(52, "P"));
         EXPECT_TRUE(region.isReachable());
@@ -90,8 +87,6 @@ TEST(LifeCycle, AKilledServiceIsReplaced)
 
 TEST(LifeCycle, AForeignObjectAtTheAddressIsLeftAlone)
 {
-    if (!hasPlacesByEnvironment())
-        GTEST_SKIP() << "no variable says where things are on this system";
     Service service;
     stop(service);
     const std::string address = service.folder.path + "/tavusrv";
@@ -100,7 +95,7 @@ TEST(LifeCycle, AForeignObjectAtTheAddressIsLeftAlone)
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(readFile(address), "precious");
     fs::remove(address);
-    service.options.environment["XDG_RUNTIME_DIR"] = service.folder.path + "/missing";
+    setVariable("XDG_RUNTIME_DIR", service.folder.path + "/missing");
     service.start();
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(service.output() + service.errors(), "");
@@ -110,9 +105,9 @@ TEST(LifeCycle, NeedsNoStandardOutput)
 {
     Service service;
     stop(service);
-    service.options.outputPath.clear();
+    service.hasOutput = false;
     service.start();
-    Script(service).play(R"(
+    Script().play(R"(
         A 58 -> !Unrecognized function.
         A configures 4 4
         A records 2
@@ -126,12 +121,17 @@ TEST(LifeCycle, NeedsNoStandardOutput)
 TEST(LifeCycle, StopsWithStatusZeroWhileTheDeviceRecords)
 {
     Service service;
+    std::unique_ptr<Region> live, playback;
     {
-        Client client(service);
+        Client client;
         configure(client, 100, 100);
+        record(client, 1);
+        live = std::make_unique<Region>(client.result(52, "P"));
+        playback = std::make_unique<Region>(client.result(27, "D fileId=1 streamId=0"));
         startRecording(client);
     }
     EXPECT_EQ(service.waitForExit(), 0);
+    EXPECT_FALSE(live->isReachable() || playback->isReachable());
     EXPECT_EQ(service.errors(), "");
     const Bytes frames = readFile(service.emulatorFolder + "Emu/.incomplete");
     ASSERT_GE(frames.size(), 4u * 20000);
@@ -147,7 +147,7 @@ class DeadClient : public testing::TestWithParam<bool>
 TEST_P(DeadClient, LosesAllThatItHeld)
 {
     Service service;
-    Script script(service);
+    Script script;
     script.play(R"(
         A configures 16 16
         A records 2
@@ -167,9 +167,9 @@ TEST_P(DeadClient, LosesAllThatItHeld)
     script["A"].request(55);
     const bool byFault = GetParam();
     if (byFault)
-        script["B"].pipe.send(fromHex("90"));
+        script["B"].send(fromHex("90"));
     else
-        script["B"].pipe.close();
+        script["B"].close();
     // The lock is given back last, so that all else is free as soon as it is had.
     EXPECT_EQ(script["A"].reply().text, "{}");
     for (const auto &region : regions)
@@ -183,44 +183,26 @@ TEST_P(DeadClient, LosesAllThatItHeld)
 
 INSTANTIATE_TEST_SUITE_P(LifeCycle, DeadClient, testing::Bool());
 
-TEST(LifeCycle, LeavesNoRegionBehind)
-{
-    Service service;
-    std::vector<std::unique_ptr<Region>> regions;
-    {
-        Client client(service);
-        configure(client, 30, 20);
-        record(client, 1);
-        for (int i = 0; i < 3; i++)
-            regions.push_back(std::make_unique<Region>(client.result(27, "D fileId=1 streamId=0")));
-        regions.push_back(std::make_unique<Region>(client.result(52, "P")));
-    }
-    EXPECT_EQ(service.waitForExit(), 0);
-    for (const auto &region : regions)
-        EXPECT_FALSE(region->isReachable());
-}
-
 TEST(LifeCycle, FindsItsDataFolder)
 {
-    if (!hasPlacesByEnvironment())
-        GTEST_SKIP() << "no variable says where things are on this system";
-    for (const auto &value : {std::optional<std::string>(), std::optional<std::string>("")}) {
-        Service service({}, {{"XDG_DATA_HOME", value}});
-        Script(service).play("A configures 4 4");
-        EXPECT_TRUE(
-            fs::exists(service.folder.path + "/.local/share/OREK Systems/TAVU/Emulator/.meta"));
-    }
-    TemporaryFolder blocked;
-    writeFile(blocked.path + "/data", "a file where the folder should be");
-    Service service({}, {{"XDG_DATA_HOME", blocked.path + "/data"}});
-    const std::string failure =
-        " -> !Failed to open file: " + blocked.path + "/data/OREK Systems/TAVU/Emulator/.meta\n";
-    Script(service).play("A 0 -> {\"queueId\":0}\n"
-                         "A 41 P width=4 height=4 pixelFormat=5 tapGeometry=6" +
-                         failure + "A 34 P identity='a' info=#01 numFramesPerPacket=1" + failure +
-                         "A 35 P -> {\"pairedTo\":\"a\"}\n"
-                         "A 37 P" +
-                         failure + "A 3 queueId=0 -> {\"ok\":false}");
+    Service service;
+    stop(service);
+    setVariable("XDG_DATA_HOME", std::nullopt);
+    service.start();
+    Script().play("A configures 4 4");
+    EXPECT_TRUE(fs::exists(service.folder.path + "/.local/share/OREK Systems/TAVU/Emulator/.meta"));
+    EXPECT_EQ(service.waitForExit(), 0);
+
+    writeFile(service.folder.path + "/file", "where the folder should be");
+    setVariable("XDG_DATA_HOME", service.folder.path + "/file");
+    service.start();
+    const std::string failure = " -> !Failed to open file: " + service.folder.path +
+                                "/file/OREK Systems/TAVU/Emulator/.meta\n";
+    Script().play("A 0 -> {\"queueId\":0}\n"
+                  "A 34 P identity='a' info=#01 numFramesPerPacket=1" +
+                  failure +
+                  "A 35 P -> {\"pairedTo\":\"a\"}\n"
+                  "A 3 queueId=0 -> {\"ok\":false}");
 }
 
 } // namespace

@@ -207,7 +207,7 @@ void addDurationOption(CLI::App &command, const std::string &name,
                 try {
                     microseconds = parseDuration(text);
                 } catch (const UsageError &error) {
-                    throw UsageError(name + ": " + error.what());
+                    throw UsageError(name.substr(name.find("--")) + ": " + error.what());
                 }
             },
             help)

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -34,6 +35,13 @@ ConsoleSize consoleSize(std::FILE *stream)
 
 void prepareStandardStreams()
 {
+    // Where we were started without a stream, its number must not go to the next thing that we
+    // open: our output would end up in the connection. Opened the wrong way round, the streams
+    // still fail when they are used.
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(fd, F_GETFD) < 0)
+            ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+    }
     std::signal(SIGPIPE, SIG_IGN);
 }
 

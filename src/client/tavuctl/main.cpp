@@ -80,7 +80,8 @@ int runProgram(int argc, char **argv, Session &session)
                  "tavuctl");
     addCommands(app, session);
     // The parser would only miss a command, not name what stands in its place.
-    if (argc > 1 && argv[1][0] != '-' && !app.get_subcommand_no_throw(argv[1]))
+    const auto isNamed = [&](const CLI::App *command) { return command->check_name(argv[1]); };
+    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty())
         throw UsageError("there is no command \"" + printable(argv[1]) +
                          "\"; `tavuctl --help` lists those that there are");
     try {

@@ -22,7 +22,7 @@ OutputFile::~OutputFile()
     if (!file_)
         return;
     std::fclose(file_);
-    deleteFile(path_);
+    discard();
 }
 
 void OutputFile::write(std::span<const uint8_t> bytes)
@@ -42,9 +42,16 @@ void OutputFile::finish()
     if (closed == 0)
         return;
     const int reason = errno;
-    deleteFile(path_);
+    discard();
     errno = reason;
     fail();
+}
+
+void OutputFile::discard()
+{
+    // A device or a pipe that was there before us stays.
+    if (isRegularFile(path_))
+        deleteFile(path_);
 }
 
 void OutputFile::fail()

@@ -23,6 +23,7 @@ public:
     void finish();
 
 private:
+    void discard();
     [[noreturn]] void fail();
 
     std::string path_;

@@ -288,6 +288,7 @@ void addTrigger(CLI::App &app, Session &session)
     command->callback([&session] {
         session.action = [&session] {
             session.service().softwareTrigger(session.device);
+            printLine("the trigger is fired");
             return kSuccess;
         };
     });

@@ -85,8 +85,8 @@ int start(Session &session, bool detach)
         if (service.hardwareType(session.device) != 1)
             throw;
         throw Failure(printable(error.what()) +
-                      "\nthe emulated device can't recover a recording: `tavuctl recover discard" +
-                      session.deviceOption() + "` removes it");
+                      "\nthe emulated device can't recover: `tavuctl recover discard" +
+                      session.deviceOption() + "` removes a recording that was cut off");
     }
     if (detach) {
         printLine("the recovery runs; `tavuctl recover finish" + session.deviceOption() +

@@ -94,12 +94,14 @@ std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned
     };
     std::string text;
     for (unsigned y = 0; y < small.height; y += 2) {
+        std::string before;
         for (unsigned x = 0; x < small.width; ++x) {
-            text += colour(38, grey(x, y));
+            std::string colours = colour(38, grey(x, y));
             // An odd last row has nothing below it.
             if (y + 1 < small.height)
-                text += colour(48, grey(x, y + 1));
-            text += "\xE2\x96\x80";
+                colours += colour(48, grey(x, y + 1));
+            text += (colours == before ? "" : colours) + "\xE2\x96\x80";
+            before = std::move(colours);
         }
         text += "\033[0m\n";
     }

@@ -1,34 +1,30 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tavu::test {
 
-struct ProcessOptions
-{
-    std::string program;
-    std::vector<std::string> arguments;
-    /// Changes to this process's environment; without a value the variable is taken out.
-    std::map<std::string, std::optional<std::string>> environment;
-    std::string outputPath; ///< appended to; empty: the process starts without standard output
-    std::string errorPath;  ///< appended to
-};
+/// Sets a variable of this process and of those that it starts; without a value it is taken out.
+void setVariable(const std::string &name, const std::optional<std::string> &value);
 
 /// A process that lives no longer than this object, nor than this process.
 class ChildProcess
 {
 public:
-    /// Raises std::runtime_error when the process can't be started.
-    explicit ChildProcess(const ProcessOptions &options);
+    /// Standard output and error are appended to files; an empty path means none. Raises
+    /// std::runtime_error when the process can't be started.
+    ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
+                 const std::string &outputPath, const std::string &errorPath);
     ChildProcess(const ChildProcess &) = delete;
     ChildProcess &operator=(const ChildProcess &) = delete;
     /// Kills it hard and returns when it is gone.
     ~ChildProcess();
 
+    /// From any thread: ends the process at once.
+    void kill();
     /// The exit status, below 0 when the process crashed; empty when it still runs.
     std::optional<int> exitStatus();
     /// Memory that the process occupies, in bytes.

@@ -1,6 +1,7 @@
 #include "child_process.h"
 
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <stdexcept>
@@ -9,82 +10,64 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-extern char **environ;
-
 namespace tavu::test {
 
 namespace {
 
-std::vector<std::string> childEnvironment(const ProcessOptions &options)
-{
-    std::vector<std::string> result;
-    for (char **entry = environ; *entry != nullptr; entry++) {
-        const std::string text = *entry;
-        if (!options.environment.contains(text.substr(0, text.find('='))))
-            result.push_back(text);
-    }
-    for (const auto &[name, value] : options.environment)
-        if (value)
-            result.push_back(name + '=' + *value);
-    return result;
-}
-
-std::vector<char *> pointers(std::vector<std::string> &texts)
-{
-    std::vector<char *> result;
-    for (std::string &text : texts)
-        result.push_back(text.data());
-    result.push_back(nullptr);
-    return result;
-}
-
-void redirect(const char *path, int to)
+void redirect(const std::string &path, int to)
 {
     close(to);
-    if (*path == '\0')
-        return;
-    const int from = open(path, O_WRONLY | O_CREAT | O_APPEND, 0600);
-    if (from != to) {
-        dup2(from, to);
-        close(from);
-    }
+    if (!path.empty())
+        dup2(open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), to);
 }
 
 } // namespace
 
-ChildProcess::ChildProcess(const ProcessOptions &options)
+void setVariable(const std::string &name, const std::optional<std::string> &value)
 {
-    std::vector<std::string> environment = childEnvironment(options);
-    std::vector<std::string> arguments = options.arguments;
-    arguments.insert(arguments.begin(), options.program);
-    const std::vector<char *> environmentPointers = pointers(environment);
-    const std::vector<char *> argumentPointers = pointers(arguments);
+    if (value)
+        setenv(name.c_str(), value->c_str(), 1);
+    else
+        unsetenv(name.c_str());
+}
+
+ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
+                           const std::string &outputPath, const std::string &errorPath)
+{
+    std::vector<char *> pointers = {const_cast<char *>(program.c_str())};
+    for (const std::string &argument : arguments)
+        pointers.push_back(const_cast<char *>(argument.c_str()));
+    pointers.push_back(nullptr);
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
         // Only calls that are safe between fork and exec. The service must not outlive a test that
         // was itself killed, and a crash is to leave no core behind.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (getppid() != parent)
-            _exit(127);
         const rlimit none = {0, 0};
         setrlimit(RLIMIT_CORE, &none);
-        redirect(options.errorPath.c_str(), STDERR_FILENO);
-        redirect(options.outputPath.c_str(), STDOUT_FILENO);
-        execve(argumentPointers[0], argumentPointers.data(), environmentPointers.data());
+        redirect(errorPath, STDERR_FILENO);
+        redirect(outputPath, STDOUT_FILENO);
+        if (getppid() == parent)
+            execv(pointers[0], pointers.data());
         _exit(127);
     }
     if (child < 0)
-        throw std::runtime_error("can't start " + options.program);
+        throw std::runtime_error("can't start " + program);
     process_ = child;
 }
 
 ChildProcess::~ChildProcess()
 {
     if (!exitStatus()) {
-        kill(static_cast<pid_t>(process_), SIGKILL);
+        kill();
         waitpid(static_cast<pid_t>(process_), nullptr, 0);
     }
+}
+
+void ChildProcess::kill()
+{
+    ::kill(static_cast<pid_t>(process_), SIGKILL);
 }
 
 std::optional<int> ChildProcess::exitStatus()

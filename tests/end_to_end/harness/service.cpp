@@ -1,7 +1,7 @@
 #include "service.h"
-#include "surroundings.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -13,6 +13,9 @@ namespace tavu::test {
 
 namespace fs = std::filesystem;
 
+/// No condition may take longer than this to come true.
+constexpr std::chrono::seconds kLimit{60};
+
 bool waitUntil(const std::function<bool()> &condition)
 {
     const auto end = std::chrono::steady_clock::now() + kLimit;
@@ -22,19 +25,6 @@ bool waitUntil(const std::function<bool()> &condition)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return true;
-}
-
-std::string readFile(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::string readLines(const std::string &path)
-{
-    std::string text = readFile(path);
-    std::erase(text, '\r');
-    return text;
 }
 
 void writeFile(const std::string &path, const Bytes &content)
@@ -57,40 +47,60 @@ TemporaryFolder::~TemporaryFolder()
     fs::remove_all(path, ignored);
 }
 
-Service::Service(const std::vector<std::string> &arguments, const Environment &environment)
+Service::Service(const std::vector<std::string> &arguments)
+    : emulatorFolder(folder.path + "/data/OREK Systems/TAVU/Emulator/"), arguments_(arguments)
 {
-    options = {TAVUSVC_PATH, arguments, environment, folder.path + "/stdout",
-               folder.path + "/stderr"};
-    options.environment.insert(
-        {{"QUILLON_PATH_X64", std::nullopt}, {"TAVUSRV_ENABLE_EMULATOR", "1"}});
-    emulatorFolder = separate(options, folder.path) + "/OREK Systems/TAVU/Emulator/";
+    setVariable("HOME", folder.path);
+    setVariable("XDG_RUNTIME_DIR", folder.path);
+    setVariable("XDG_DATA_HOME", folder.path + "/data");
+    setVariable("QUILLON_PATH_X64", std::nullopt);
+    setVariable("TAVUSRV_ENABLE_EMULATOR", "1");
     start();
+    watchdog_ = std::jthread([this](std::stop_token stop) {
+        std::unique_lock lock(mutex_);
+        std::condition_variable_any ended;
+        const auto isOver = [&] { return stop.stop_requested(); };
+        if (!ended.wait_for(lock, stop, 3 * kLimit, isOver) && process_)
+            process_->kill();
+    });
 }
 
 Service::~Service()
 {
+    if (!arguments_.empty())
+        kill();
     try {
-        if (!options.arguments.empty())
-            kill();
         // A service that never had a client waits for one.
         const auto hasEnded = [&] {
-            RawPipe().connect(folder.path);
-            return !process_ || process_->exitStatus().has_value();
+            LocalSocket().connect("tavusrv");
+            return !process_ || process_->exitStatus();
         };
         EXPECT_TRUE(waitUntil(hasEnded));
-        if (process_) {
-            EXPECT_EQ(waitForExit(), 0);
-        }
+        EXPECT_TRUE(!process_ || process_->exitStatus() == 0);
+        for (const char *sign : {"Sanitizer", "runtime error:", "terminate called"})
+            EXPECT_EQ(errors().find(sign), std::string::npos) << errors();
     } catch (const std::exception &exception) {
         ADD_FAILURE() << exception.what();
     }
-    for (const char *sign : {"Sanitizer", "runtime error:", "terminate called"})
-        EXPECT_EQ(errors().find(sign), std::string::npos) << errors();
+}
+
+std::unique_ptr<ChildProcess> Service::startAnother() const
+{
+    return std::make_unique<ChildProcess>(TAVUSVC_PATH, arguments_,
+                                          hasOutput ? folder.path + "/stdout" : "",
+                                          folder.path + "/stderr");
 }
 
 void Service::start()
 {
-    process_ = std::make_unique<ChildProcess>(options);
+    std::lock_guard guard(mutex_);
+    process_ = startAnother();
+}
+
+void Service::kill()
+{
+    std::lock_guard guard(mutex_);
+    process_.reset();
 }
 
 int Service::waitForExit()
@@ -100,31 +110,32 @@ int Service::waitForExit()
     return *process_->exitStatus();
 }
 
-Client::Client(const Service &service, bool handshake)
+Client::Client(bool handshake)
 {
-    if (!waitUntil([&] { return pipe.connect(service.folder.path); }))
-        throw std::runtime_error("nobody listens: " + service.errors());
+    if (!waitUntil([&] { return socket_.connect("tavusrv"); }))
+        throw std::runtime_error("nobody listens");
     if (!handshake)
         return;
-    pipe.send(encodeMap("act='verCheck' ver=0"));
+    send(encodeMap("act='verCheck' ver=0"));
     EXPECT_EQ(reply().text, R"({"result":{"ver":0}})");
+}
+
+bool Client::send(const Bytes &bytes)
+{
+    return socket_.write(bytes.data(), bytes.size()) == bytes.size();
 }
 
 void Client::request(uint64_t ordinal, std::string_view params)
 {
-    pipe.send(encodeRequest(ordinal, encodeMap(params)));
+    send(encodeRequest(ordinal, encodeMap(params)));
 }
 
 Value Client::reply()
 {
     return decode([this](uint64_t count) {
-        Bytes bytes;
-        while (bytes.size() < count) {
-            const Bytes piece = pipe.receiveSome(count - bytes.size());
-            if (piece.empty())
-                throw std::runtime_error("the service closed the connection");
-            bytes += piece;
-        }
+        Bytes bytes(count, '\0');
+        if (socket_.read(bytes.data(), count) != count)
+            throw std::runtime_error("the service closed the connection");
         return bytes;
     });
 }
@@ -144,8 +155,9 @@ Value Client::result(uint64_t ordinal, std::string_view params)
 Bytes Client::receiveUntilEnd()
 {
     Bytes bytes;
-    for (Bytes piece = pipe.receiveSome(65536); !piece.empty(); piece = pipe.receiveSome(65536))
-        bytes += piece;
+    char piece[4096];
+    while (const uint64_t count = socket_.readSome(piece, sizeof piece))
+        bytes.append(piece, count);
     return bytes;
 }
 
@@ -246,7 +258,7 @@ Client &Script::operator[](const std::string &name)
 {
     std::unique_ptr<Client> &client = clients_[name];
     if (!client)
-        client = std::make_unique<Client>(service_);
+        client = std::make_unique<Client>();
     return *client;
 }
 
@@ -265,10 +277,6 @@ Bytes Region::bytes(uint64_t count, uint64_t offset) const
 
 bool Region::isReachable()
 {
-    if (regionsStayForTheirUsers()) {
-        region_.close();
-        return region_.open(name);
-    }
     SharedRegion other;
     if (!other.open(name))
         return false;

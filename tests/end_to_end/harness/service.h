@@ -1,19 +1,21 @@
 #pragma once
 
 #include "child_process.h"
-#include "raw_pipe.h"
+#include "service/local_socket.h"
 #include "service/shared_region.h"
+#include "wire.h"
 
+#include <chrono>
+#include <map>
 #include <memory>
+#include <mutex>
+#include <thread>
 
 namespace tavu::test {
 
 /// Asks again and again until it holds; false when that takes too long.
 bool waitUntil(const std::function<bool()> &condition);
 
-std::string readFile(const std::string &path);
-/// A text file, with plain line ends.
-std::string readLines(const std::string &path);
 void writeFile(const std::string &path, const Bytes &content);
 
 /// A fresh folder under a short name, removed with all that is in it.
@@ -27,31 +29,34 @@ struct TemporaryFolder
 
 /// The real service, with the emulated device, in a folder of its own. At the end it is expected to
 /// stop by itself with status 0 as its last client leaves (with arguments it is killed), and to
-/// have printed no sanitizer report.
+/// have printed no sanitizer report. One that runs for minutes is killed: that ends the calls of a
+/// test that hangs.
 class Service
 {
 public:
-    using Environment = std::map<std::string, std::optional<std::string>>;
-
-    explicit Service(const std::vector<std::string> &arguments = {},
-                     const Environment &environment = {});
+    explicit Service(const std::vector<std::string> &arguments = {});
     ~Service();
 
     /// Starts it again in the same folder, after its end.
     void start();
-    void kill() { process_.reset(); }
+    void kill();
     /// Waits until it has stopped by itself.
     int waitForExit();
+    /// One more process in the same folder.
+    std::unique_ptr<ChildProcess> startAnother() const;
     uint64_t residentBytes() const { return process_->residentBytes(); }
-    std::string output() const { return readLines(options.outputPath); }
-    std::string errors() const { return readLines(options.errorPath); }
+    std::string output() const { return readFile(folder.path + "/stdout"); }
+    std::string errors() const { return readFile(folder.path + "/stderr"); }
 
     TemporaryFolder folder;
     std::string emulatorFolder; ///< with a slash at the end
-    ProcessOptions options;     ///< what start() starts
+    bool hasOutput = true;      ///< what start() starts has a standard output
 
 private:
+    std::vector<std::string> arguments_;
+    std::mutex mutex_; ///< guards process_ against the watchdog
     std::unique_ptr<ChildProcess> process_;
+    std::jthread watchdog_;
 };
 
 /// A connection to a service, for requests and replies.
@@ -59,8 +64,10 @@ class Client
 {
 public:
     /// Waits until the service listens, and makes the handshake unless told not to.
-    explicit Client(const Service &service, bool handshake = true);
+    explicit Client(bool handshake = true);
 
+    /// False when the service has closed its end.
+    bool send(const Bytes &bytes);
     void request(uint64_t ordinal, std::string_view params = "");
     Value reply();
     /// The whole reply as text.
@@ -69,8 +76,10 @@ public:
     Value result(uint64_t ordinal, std::string_view params = "");
     /// All that comes until the service closes its end.
     Bytes receiveUntilEnd();
+    void close() { socket_.close(); }
 
-    RawPipe pipe;
+private:
+    LocalSocket socket_;
 };
 
 /// The text of an error reply.
@@ -93,15 +102,12 @@ Bytes expectedRamp(uint64_t first, uint64_t count);
 class Script
 {
 public:
-    explicit Script(const Service &service) : service_(service) {}
-
     void play(std::string_view lines);
     Client &operator[](const std::string &name);
 
 private:
     void playLine(const std::string &line);
 
-    const Service &service_;
     std::map<std::string, std::unique_ptr<Client>> clients_;
 };
 

@@ -57,6 +57,8 @@ struct Value
 /// std::runtime_error on anything but the shortest form of each head.
 Value decode(const std::function<Bytes(uint64_t)> &take);
 
+std::string readFile(const std::string &path);
+
 /// Decodes a file that holds one value and nothing else.
 Value decodeFile(const std::string &path);
 

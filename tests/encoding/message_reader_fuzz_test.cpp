@@ -1,0 +1,58 @@
+#include "encoding/test_streams.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size);
+
+namespace tavu::test {
+
+// The fuzz target over the same inputs each time: well-formed messages, and what becomes of them.
+TEST(MessageReaderFuzz, HoldsForMutatedMessages)
+{
+    const Bytes seeds[] = {
+        hex("83 a3616374 a465786563 a36f7264 2a a6706172616d73 82 a86465766963654964 00"
+            " a8706f72744d61736b 03"),
+        hex("93 cc80 cd0100 ce00010000 cf0000000100000000 d080 d18000 d280000000 e0 7f"),
+        hex("95 c0 c2 c3 ca3fc00000 cb3ff8000000000000"),
+        hex("dc0003 c40411223344 d90561 00 626300 da000161"),
+        hex("de0002 b06e756d44726f707065644672616d6573 b4000102030405060708090a0b0c0d0e0f10111213"
+            " a0 dd00000002 80 90"),
+        Bytes(40, 0x91) + hex("c0"),
+    };
+    std::mt19937 random(20240601);
+    const auto below = [&](size_t bound) { return random() % bound; };
+    const unsigned char leads[] = {0x00, 0x7F, 0x80, 0x81, 0x90, 0xA0, 0xB1, 0xBF, 0xC0,
+                                   0xC1, 0xC4, 0xC6, 0xCA, 0xCB, 0xCC, 0xCF, 0xD0, 0xD3,
+                                   0xD9, 0xDB, 0xDC, 0xDD, 0xDE, 0xDF, 0xFF};
+    int runs = 0;
+    for (const Bytes &seed : seeds) {
+        for (int round = 0; round < 3000; ++round) {
+            Bytes bytes = seed;
+            for (size_t mutations = below(4); mutations > 0 && !bytes.empty(); --mutations) {
+                const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size()));
+                switch (below(5)) {
+                case 0:
+                    *at = static_cast<unsigned char>(random());
+                    break;
+                case 1:
+                    *at = leads[below(sizeof leads)];
+                    break;
+                case 2:
+                    bytes.erase(at, bytes.end());
+                    break;
+                case 3:
+                    bytes.insert(at, leads[below(sizeof leads)]);
+                    break;
+                default:
+                    bytes.erase(at);
+                }
+            }
+            ASSERT_EQ(LLVMFuzzerTestOneInput(bytes.data(), bytes.size()), 0);
+            ++runs;
+        }
+    }
+    EXPECT_EQ(runs, 18000);
+}
+
+} // namespace tavu::test
