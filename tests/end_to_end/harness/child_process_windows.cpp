@@ -53,41 +53,11 @@ HANDLE processGroup()
     return group.get();
 }
 
-std::wstring variableName(const std::wstring &entry)
-{
-    // Names of the system's own begin with the sign.
-    return entry.substr(0, entry.find(L'=', 1));
-}
-
-/// This process's environment with the changes, as the system takes it.
-std::wstring childEnvironment(const ProcessOptions &options)
-{
-    const auto isChanged = [&](const std::wstring &entry) {
-        for (const auto &[name, value] : options.environment) {
-            if (_wcsicmp(wideText(name).c_str(), variableName(entry).c_str()) == 0)
-                return true;
-        }
-        return false;
-    };
-    std::wstring result;
-    wchar_t *block = GetEnvironmentStringsW();
-    for (const wchar_t *place = block; *place != L'\0';) {
-        const std::wstring entry = place;
-        place += entry.size() + 1;
-        if (!isChanged(entry))
-            result += entry + L'\0';
-    }
-    FreeEnvironmentStringsW(block);
-    for (const auto &[name, value] : options.environment) {
-        if (value)
-            result += wideText(name + '=' + *value) + L'\0';
-    }
-    return result + L'\0';
-}
-
 /// No handle for no path.
 Handle openForAppend(const std::string &path)
 {
+    if (path.empty())
+        return {};
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
     return CreateFileW(wideText(path).c_str(), FILE_APPEND_DATA,
                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
@@ -96,14 +66,20 @@ Handle openForAppend(const std::string &path)
 
 } // namespace
 
-ChildProcess::ChildProcess(const ProcessOptions &options)
+void setVariable(const std::string &name, const std::optional<std::string> &value)
 {
-    std::vector<std::string> words = options.arguments;
-    words.insert(words.begin(), options.program);
+    // An empty value takes the variable out.
+    _wputenv_s(wideText(name).c_str(), wideText(value.value_or("")).c_str());
+}
+
+ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
+                           const std::string &outputPath, const std::string &errorPath)
+{
+    std::vector<std::string> words = arguments;
+    words.insert(words.begin(), program);
     std::wstring line = commandLine(words);
-    std::wstring environment = childEnvironment(options);
-    const Handle output = openForAppend(options.outputPath);
-    const Handle error = openForAppend(options.errorPath);
+    const Handle output = openForAppend(outputPath);
+    const Handle error = openForAppend(errorPath);
 
     STARTUPINFOW startup = {};
     startup.cb = sizeof startup;
@@ -112,10 +88,9 @@ ChildProcess::ChildProcess(const ProcessOptions &options)
     startup.hStdError = error.get();
     PROCESS_INFORMATION process = {};
     // Suspended, so that it is in the group before it can start anything.
-    if (!CreateProcessW(wideText(options.program).c_str(), line.data(), nullptr, nullptr, TRUE,
-                        CREATE_UNICODE_ENVIRONMENT | CREATE_SUSPENDED, environment.data(), nullptr,
-                        &startup, &process))
-        throw std::runtime_error("can't start " + options.program);
+    if (!CreateProcessW(wideText(program).c_str(), line.data(), nullptr, nullptr, TRUE,
+                        CREATE_SUSPENDED, nullptr, nullptr, &startup, &process))
+        throw std::runtime_error("can't start " + program);
     AssignProcessToJobObject(processGroup(), process.hProcess);
     ResumeThread(process.hThread);
     CloseHandle(process.hThread);
@@ -124,9 +99,14 @@ ChildProcess::ChildProcess(const ProcessOptions &options)
 
 ChildProcess::~ChildProcess()
 {
-    TerminateProcess(native(process_), static_cast<UINT>(-1));
+    kill();
     WaitForSingleObject(native(process_), INFINITE);
     CloseHandle(native(process_));
+}
+
+void ChildProcess::kill()
+{
+    TerminateProcess(native(process_), static_cast<UINT>(-1));
 }
 
 std::optional<int> ChildProcess::exitStatus()

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "child_process.h"
+#include <string>
 
 namespace tavu::test {
 
-/// Makes processes that start with \a options, and no other service, keep what they have below \a
-/// folder, as far as the system lets them. Returns the per-user data folder that they find.
-std::string separate(ProcessOptions &options, const std::string &folder);
+/// Makes services that are started from now on keep what they have below \a folder, as far as the
+/// system lets them. Returns the per-user data folder that they find.
+std::string separate(const std::string &folder);
 
 /// Whether the service finds its places by environment variables and has its address in a folder.
 bool hasPlacesByEnvironment();

@@ -55,7 +55,7 @@ std::string borrowDataFolder()
 
 } // namespace
 
-std::string separate(ProcessOptions & /*options*/, const std::string &folder)
+std::string separate(const std::string &folder)
 {
     if (!runsUnderWine())
         return borrowDataFolder();
