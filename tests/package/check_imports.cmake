@@ -1,3 +1,5 @@
+cmake_minimum_required(VERSION 3.25)
+
 # cmake -DOBJDUMP=... -DFOLDER=... -P check_imports.cmake
 # Every library that a program in FOLDER binds at its start must stand beside it or be part of
 # Windows, or the program won't start on a machine that has nothing else.

@@ -84,7 +84,7 @@ Pipe::Channel::~Channel()
 {
     std::unique_lock lock(mutex_);
     // What was sent before a close still arrives, if the service gets to it soon.
-    changed_.wait_for(lock, std::chrono::milliseconds(200),
+    changed_.wait_for(lock, std::chrono::milliseconds(50),
                       [this] { return queue_.empty() || broken_; });
     closing_ = true;
     changed_.notify_all();
