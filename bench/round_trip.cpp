@@ -2,6 +2,7 @@
 #include "measure.h"
 #include "service_process.h"
 
+#include <sched.h>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -75,11 +76,23 @@ public:
     }
 
     LocalSocket &socket() { return socket_; }
+    pid_t pid() const { return pid_; }
 
 private:
     pid_t pid_;
     LocalSocket socket_;
 };
+
+/// Keeps a process on one processor: waking somebody on another one takes several times as long as
+/// on one's own, and where the system puts whom would else decide the ratio.
+void pin(pid_t pid, int processor)
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(processor, &set);
+    if (::sched_setaffinity(pid, sizeof set, &set) != 0)
+        throw std::runtime_error("there is no second processor");
+}
 
 /// The median of many round trips, in seconds.
 double medianTrip(LocalSocket &socket, const std::vector<uint8_t> &request, size_t replySize)
@@ -104,24 +117,37 @@ size_t sum(const size_t *begin, const size_t *end)
     return total;
 }
 
-} // namespace
-
-void benchRoundTrip()
+void benchTrips(int serverProcessor, const std::string &where)
 {
     EchoProcess peer;
     Workplace workplace;
     ServiceProcess service;
+    pin(0, 0);
+    pin(peer.pid(), serverProcessor);
+    // Before we connect: the connection's thread stays where the thread that starts it is.
+    pin(service.pid(), serverProcessor);
     Client client;
     const std::vector<uint8_t> request = encodeRequest(4, {});
     const size_t replySize = sum(std::begin(kWrites), std::end(kWrites));
     if (request.size() != sum(std::begin(kReads), std::end(kReads)))
         throw std::runtime_error("the peer reads another request than the service");
 
-    printRow("round trip of deviceCount",
+    printRow("round trip of deviceCount, " + where,
              compare(
                  kRounds, [&] { return medianTrip(client.socket(), request, replySize); },
                  [&] { return medianTrip(peer.socket(), request, replySize); }),
              1e6, "us", "<= 1.25");
+}
+
+} // namespace
+
+void benchRoundTrip()
+{
+    cpu_set_t before;
+    ::sched_getaffinity(0, sizeof before, &before);
+    benchTrips(0, "on one core");
+    benchTrips(1, "on two cores");
+    ::sched_setaffinity(0, sizeof before, &before);
 }
 
 } // namespace tavu::bench

@@ -60,20 +60,15 @@ uint32_t firstCapacity(uint32_t announced, uint64_t depth)
 
 } // namespace
 
-bool MessageReader::read(void *buffer, uint64_t byteCount)
-{
-    return stream_.read(buffer, byteCount) == byteCount;
-}
-
 bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
 {
-    return read(buffer, byteCount);
+    return stream_.read(buffer, byteCount) == byteCount;
 }
 
 bool MessageReader::readNumber(unsigned width, uint64_t &number)
 {
     unsigned char bytes[8] = {};
-    if (!read(bytes + sizeof bytes - width, width))
+    if (!readRaw(bytes + sizeof bytes - width, width))
         return false;
     number = loadBigEndian(bytes);
     return true;
@@ -91,7 +86,7 @@ bool MessageReader::readText(uint32_t length)
         if (done > 0 && memory_ && memory_->remaining() == 0)
             return false;
         text_.resize(size_t(done) + piece);
-        if (!read(text_.data() + done, piece))
+        if (!readRaw(text_.data() + done, piece))
             return false;
         done += piece;
     } while (done < length);
@@ -119,7 +114,7 @@ inline bool MessageReader::acceptLength(ObjectType type, uint64_t length)
 bool MessageReader::next()
 {
     uint8_t lead;
-    if (!read(&lead, 1))
+    if (!readRaw(&lead, 1))
         return false;
     if (lead < 0x80)
         return acceptInteger(lead, false);
@@ -244,7 +239,7 @@ void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)
         throw std::runtime_error("Not a blob.");
     if (byteCount != lastLength_)
         throw std::runtime_error("Must read entire blob.");
-    if (!read(buffer, byteCount))
+    if (!readRaw(buffer, byteCount))
         throw std::runtime_error(kFailedToRead);
 }
 
@@ -252,7 +247,7 @@ void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)
 
 void MessageReader::skipValue()
 {
-    // Values still to come, at whatever depth. It can't wrap: nobody sends that many.
+    // Values still to come, at whatever depth. At its limit it stays: nobody sends that many.
     uint64_t pending = 1;
     while (pending > 0) {
         requireNext();
@@ -275,7 +270,7 @@ void MessageReader::skipBytes(uint64_t byteCount)
     do {
         const uint64_t count = std::min<uint64_t>(byteCount - done, sizeof piece);
         const bool clipped = done > 0 && memory_ && memory_->remaining() == 0;
-        if (clipped || !read(piece, count))
+        if (clipped || !readRaw(piece, count))
             throw std::runtime_error(kFailedToRead);
         done += count;
     } while (done < byteCount);

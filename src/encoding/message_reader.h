@@ -63,7 +63,6 @@ public:
 private:
     class Nearby;
 
-    bool read(void *buffer, uint64_t byteCount);
     bool readNumber(unsigned width, uint64_t &number);
     bool readText(uint32_t length);
     bool accept(ObjectType type);
@@ -79,7 +78,7 @@ private:
     ObjectValue *openEntry(ObjectValue &container);
 
     Stream &stream_;
-    MemStream *memory_; // the same stream, when its calls can be had inline
+    MemStream *memory_; // the same stream, if its bytes can be had in place
     uint32_t lastLength_ = 0;
     ObjectType lastType_ = ObjectType::Nil;
     uint64_t integer_ = 0; // of either sign

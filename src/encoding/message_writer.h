@@ -61,7 +61,7 @@ private:
     void writeLeaf(const ObjectValue &value);
 
     Stream &stream_;
-    MemStream *memory_; // the same stream, when its calls can be had inline
+    MemStream *memory_; // the same stream, if its bytes can be had in place
 };
 
 } // namespace tavu

@@ -48,7 +48,7 @@ Reply openFile(Session &session, const ObjectValue &request)
 {
     const Recording recording{Parameters(request)};
     auto &openFiles = session.connection.openFiles;
-    openFiles.reserve(openFiles.size() + 1);
+    makeRoom(openFiles);
     uint32_t openFileId = 0;
     std::string mapping;
     session.devices.openFile(recording.device, openFileId, mapping, recording.fileId,

@@ -22,7 +22,7 @@ Reply startLive(Session &session, const ObjectValue &request)
 {
     const LivePortRef live = readLivePortRef(request);
     auto &livePorts = session.connection.livePorts;
-    livePorts.reserve(livePorts.size() + 1);
+    makeRoom(livePorts);
     std::string mapping = session.devices.startLive(live.device, live.port);
     livePorts.push_back(live);
     return Reply().add("mapping", std::move(mapping));

@@ -28,6 +28,14 @@ struct LivePortRef
     bool operator==(const LivePortRef &) const = default;
 };
 
+/// Makes sure that one more element can be appended without a failure.
+template <typename Element>
+void makeRoom(std::vector<Element> &list)
+{
+    if (list.size() == list.capacity())
+        list.reserve(list.empty() ? 8 : 2 * list.size());
+}
+
 /// One client: the stream on which its requests come and its replies go, and what it holds. All
 /// fields belong to the connection's own thread, except for the two that say otherwise. The thread
 /// must be joined or detached before the record goes.

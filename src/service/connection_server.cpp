@@ -86,7 +86,7 @@ void ConnectionServer::startConnection(LocalSocket &&socket)
 {
     auto connection = std::make_unique<ClientConnection>(std::move(socket));
     std::lock_guard guard(serverMutex_);
-    connections_.reserve(connections_.size() + 1);
+    makeRoom(connections_);
     gate_->enter();
     try {
         // The thread can't get to its own removal before the record is in the list: that takes the

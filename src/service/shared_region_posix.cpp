@@ -26,21 +26,34 @@ std::string objectName(const std::string &name)
     return "/" + name;
 }
 
+bool lockObject(int fd, int operation)
+{
+    int result;
+    while ((result = ::flock(fd, operation)) != 0 && errno == EINTR) {
+    }
+    return result == 0;
+}
+
+/// False once the object's name is gone, or stands for another object.
+bool hasName(int fd)
+{
+    struct stat status;
+    return ::fstat(fd, &status) == 0 && status.st_nlink > 0;
+}
+
 /// Creates an empty object under a name that is not in use and locks it. -1 on failure.
 int createObject(const std::string &name)
 {
-    const std::string object = objectName(name);
-    const int fd = ::shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const int fd =
+        ::shm_open(objectName(name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (fd < 0)
         return -1;
-    struct stat status;
-    int locked;
-    while ((locked = ::flock(fd, LOCK_SH)) != 0 && errno == EINTR) {
-    }
+    const bool locked = lockObject(fd, LOCK_SH);
     // A service that started in between may have taken the object for a dead one's and removed it.
-    if (locked == 0 && ::fstat(fd, &status) == 0 && status.st_nlink > 0)
+    if (locked && hasName(fd))
         return fd;
-    ::shm_unlink(object.c_str());
+    if (!locked)
+        ::shm_unlink(objectName(name).c_str());
     ::close(fd);
     return -1;
 }
@@ -156,7 +169,8 @@ void removeStaleRegions(const std::string &baseName)
         const int fd = ::shm_open(object.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0);
         if (fd < 0)
             continue;
-        if (::flock(fd, LOCK_EX | LOCK_NB) == 0)
+        // The name may have passed to a living region since we opened it.
+        if (lockObject(fd, LOCK_EX | LOCK_NB) && hasName(fd))
             ::shm_unlink(object.c_str());
         ::close(fd);
     }

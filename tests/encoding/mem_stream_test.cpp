@@ -31,18 +31,4 @@ TEST(MemStream, ClipsAWriteAndNeverGrows)
     EXPECT_EQ(raisedBy([&] { empty.read(nullptr, 0); }), "eof");
 }
 
-TEST(MemStream, CopiesEveryShortLengthExactly)
-{
-    for (size_t length = 0; length <= 40; ++length) {
-        Bytes source(41), target(41, 0xEE);
-        for (size_t i = 0; i < source.size(); ++i)
-            source[i] = static_cast<unsigned char>(i);
-        MemStream stream(source.data(), source.size());
-        EXPECT_EQ(stream.read(target.data(), length), length);
-        Bytes expected(41, 0xEE);
-        std::copy_n(source.begin(), length, expected.begin());
-        EXPECT_EQ(target, expected) << length;
-    }
-}
-
 } // namespace tavu::test

@@ -37,7 +37,6 @@ void readTree(MessageReader &reader)
     reader.readObject(value);
 }
 
-/// Reads the first pair's value as an array of so many 4-byte elements.
 ObjectValue decoded(Bytes bytes)
 {
     MemStream stream(bytes.data(), bytes.size());
@@ -58,41 +57,39 @@ TEST(MessageReader, NextFindsTypeValueAndNothingMore)
         const char *bytes;
         ObjectType type;
         int64_t value; ///< or length
-    } cases[] = {
-        {"00", kPositive, 0},
-        {"7f", kPositive, 127},
-        {"e0", kNegative, -32},
-        {"ff", kNegative, -1},
-        {"cc ff", kPositive, 255},
-        {"cd ffff", kPositive, 65535},
-        {"ce ffffffff", kPositive, 4294967295},
-        {"cf ffffffffffffffff", kPositive, -1},
-        {"d0 05", kPositive, 5},
-        {"d0 fb", kNegative, -5},
-        {"d1 8000", kNegative, -32768},
-        {"d1 7fff", kPositive, 32767},
-        {"d2 80000000", kNegative, -2147483648LL},
-        {"d2 00000000", kPositive, 0},
-        {"d3 8000000000000000", kNegative, std::numeric_limits<int64_t>::min()},
-        {"c0", ObjectType::Nil, 0},
-        {"c2", ObjectType::Bool, 0},
-        {"c3", ObjectType::Bool, 1},
-        {"ca 3fc00000", ObjectType::Float, 1},
-        {"cb 3ff8000000000000", ObjectType::Float, 1},
-        {"8f", ObjectType::Map, 15},
-        {"de ffff", ObjectType::Map, 65535},
-        {"df ffffffff", ObjectType::Map, 4294967295},
-        {"9f", ObjectType::Array, 15},
-        {"dc 0010", ObjectType::Array, 16},
-        {"dd 00010000", ObjectType::Array, 65536},
-        {"c4 ff", ObjectType::Blob, 255},
-        {"c5 0100", ObjectType::Blob, 256},
-        {"c6 00010000", ObjectType::Blob, 65536},
-        {"a2 6100", ObjectType::String, 2},
-        {"d9 01 61", ObjectType::String, 1},
-        {"da 0001 61", ObjectType::String, 1},
-        {"db 00000000", ObjectType::String, 0},
-    };
+    } cases[] = {{"00", kPositive, 0},
+                 {"7f", kPositive, 127},
+                 {"e0", kNegative, -32},
+                 {"ff", kNegative, -1},
+                 {"cc ff", kPositive, 255},
+                 {"cd ffff", kPositive, 65535},
+                 {"ce ffffffff", kPositive, 4294967295},
+                 {"cf ffffffffffffffff", kPositive, -1},
+                 {"d0 05", kPositive, 5},
+                 {"d0 fb", kNegative, -5},
+                 {"d1 8000", kNegative, -32768},
+                 {"d1 7fff", kPositive, 32767},
+                 {"d2 80000000", kNegative, -2147483648LL},
+                 {"d2 00000000", kPositive, 0},
+                 {"d3 8000000000000000", kNegative, std::numeric_limits<int64_t>::min()},
+                 {"c0", ObjectType::Nil, 0},
+                 {"c2", ObjectType::Bool, 0},
+                 {"c3", ObjectType::Bool, 1},
+                 {"ca 3fc00000", ObjectType::Float, 1},
+                 {"cb 3ff8000000000000", ObjectType::Float, 1},
+                 {"8f", ObjectType::Map, 15},
+                 {"de ffff", ObjectType::Map, 65535},
+                 {"df ffffffff", ObjectType::Map, 4294967295},
+                 {"9f", ObjectType::Array, 15},
+                 {"dc 0010", ObjectType::Array, 16},
+                 {"dd 00010000", ObjectType::Array, 65536},
+                 {"c4 ff", ObjectType::Blob, 255},
+                 {"c5 0100", ObjectType::Blob, 256},
+                 {"c6 00010000", ObjectType::Blob, 65536},
+                 {"a2 6100", ObjectType::String, 2},
+                 {"d9 01 61", ObjectType::String, 1},
+                 {"da 0001 61", ObjectType::String, 1},
+                 {"db 00000000", ObjectType::String, 0}};
     for (const auto &it : cases) {
         ReadLog log(hex(it.bytes));
         MessageReader reader(log);

@@ -34,17 +34,15 @@ ObjectValue nested(uint32_t depth)
 
 TEST(ObjectValue, AccessorsTakeTheirTagOnly)
 {
-    ObjectValue values[] = {
-        ObjectValue(),
-        ObjectValue::negative(-1),
-        ObjectValue::positive(1),
-        ObjectValue::string("s"),
-        ObjectValue::boolean(true),
-        ObjectValue::number(1),
-        ObjectValue::blob("b", 1),
-        ObjectValue::map(),
-        ObjectValue::array(),
-    };
+    ObjectValue values[] = {ObjectValue(),
+                            ObjectValue::negative(-1),
+                            ObjectValue::positive(1),
+                            ObjectValue::string("s"),
+                            ObjectValue::boolean(true),
+                            ObjectValue::number(1),
+                            ObjectValue::blob("b", 1),
+                            ObjectValue::map(),
+                            ObjectValue::array()};
     const struct
     {
         std::function<void(ObjectValue &)> access;
