@@ -139,7 +139,7 @@ TEST_F(EmulatorTest, AStopThatFailsStillEndsTheRecording)
 
     fs::create_directory(path_ / "Emu/1.meta");
     EXPECT_EQ(errorOf([&] { record(1); }),
-              "Failed to open file: " + (path_ / "Emu/1.meta").string());
+              "Failed to open file: " + (path_ / "Emu" / "1.meta").string());
     EXPECT_EQ(listed(), "1:1 ");
     EXPECT_EQ(record(1), 2u);
 

@@ -53,7 +53,7 @@ TEST(Recording, IsListedAndStoredByteForByte)
                      R"({"name":"Emu","pairedTo":"Cam","width":70,"height":3,"pixelFormat":5,)"
                      R"("tapGeometry":6,"numFramesPerPacket":3,"info":#0102})"));
     EXPECT_EQ(client.result(32, "D fileId=1 streamId=9").text, R"({"data":#0102})");
-    EXPECT_FALSE(fs::exists(service.emulatorFolder + "Emu/.incomplete"));
+    EXPECT_FALSE(fs::exists(nativePath(service.emulatorFolder + "Emu/.incomplete")));
 }
 
 TEST(Recording, EndsByItsLimitAndPlaysBack)
@@ -137,7 +137,7 @@ TEST(Catalogue, SurvivesARestartButNotASetup)
     )");
     EXPECT_EQ(script["A"].result(26, "D")["files"].members.size(), 2u);
     for (const char *gone : {".files", "Emu/2", "Emu/2.meta", "Emu/3", "Emu/3.meta"})
-        EXPECT_FALSE(fs::exists(service.emulatorFolder + gone)) << gone;
+        EXPECT_FALSE(fs::exists(nativePath(service.emulatorFolder + gone))) << gone;
     script.play("A leaves");
     EXPECT_EQ(service.waitForExit(), 0);
     service.start();
@@ -191,7 +191,7 @@ TEST(Recovery, EndsInErrorsThatHurtNothing)
     for (const uint32_t size : {4, 65535}) {
         configure(client, size, size);
         EXPECT_EQ(client.call(13, "D"), error("eof"));
-        EXPECT_EQ(fs::file_size(service.emulatorFolder + "Emu/4294967295.meta"), 0u);
+        EXPECT_EQ(fs::file_size(nativePath(service.emulatorFolder + "Emu/4294967295.meta")), 0u);
     }
     for (const bool exists : {false, true}) {
         EXPECT_TRUE(isRefused(9));

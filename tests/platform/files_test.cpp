@@ -53,6 +53,18 @@ TEST_F(FilesTest, replacesAnExistingFile)
     EXPECT_EQ(fileSize(path("record")), 11u);
 }
 
+TEST_F(FilesTest, readersKeepAReplacedFile)
+{
+    write(path("new"), "new content");
+    write(path("record"), "old");
+    const InputFile reader(path("record"));
+    EXPECT_TRUE(replaceFile(path("new"), path("record")));
+    char buffer[4] = {};
+    EXPECT_EQ(reader.readAt(0, buffer, 3), 3u);
+    EXPECT_STREQ(buffer, "old");
+    EXPECT_EQ(read(path("record")), "new content");
+}
+
 TEST_F(FilesTest, foldersAreNoFiles)
 {
     EXPECT_TRUE(createFolders(path("a")));

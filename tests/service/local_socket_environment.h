@@ -16,6 +16,8 @@ public:
     bool enforcesOneInstance() const;
     /// Whether the system can list its sockets.
     bool listsSockets() const;
+    /// Whether a write may return before its bytes are read.
+    bool buffersWrites() const;
 
 private:
     std::string folder_;

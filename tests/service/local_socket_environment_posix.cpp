@@ -33,5 +33,9 @@ bool SocketEnvironment::listsSockets() const
 {
     return true;
 }
+bool SocketEnvironment::buffersWrites() const
+{
+    return true;
+}
 
 } // namespace tavu

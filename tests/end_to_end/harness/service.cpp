@@ -1,4 +1,5 @@
 #include "service.h"
+#include "surroundings.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -27,10 +28,22 @@ bool waitUntil(const std::function<bool()> &condition)
     return true;
 }
 
+std::string readLines(const std::string &path)
+{
+    std::string text = readFile(path);
+    std::erase(text, '\r');
+    return text;
+}
+
+fs::path nativePath(const std::string &path)
+{
+    return fs::path(reinterpret_cast<const char8_t *>(path.c_str()));
+}
+
 void writeFile(const std::string &path, const Bytes &content)
 {
-    fs::create_directories(fs::path(path).parent_path());
-    std::ofstream(path, std::ios::binary) << content;
+    fs::create_directories(nativePath(path).parent_path());
+    std::ofstream(nativePath(path), std::ios::binary) << content;
 }
 
 TemporaryFolder::TemporaryFolder()
@@ -48,11 +61,8 @@ TemporaryFolder::~TemporaryFolder()
 }
 
 Service::Service(const std::vector<std::string> &arguments)
-    : emulatorFolder(folder.path + "/data/OREK Systems/TAVU/Emulator/"), arguments_(arguments)
+    : emulatorFolder(separate(folder.path) + "/OREK Systems/TAVU/Emulator/"), arguments_(arguments)
 {
-    setVariable("HOME", folder.path);
-    setVariable("XDG_RUNTIME_DIR", folder.path);
-    setVariable("XDG_DATA_HOME", folder.path + "/data");
     setVariable("QUILLON_PATH_X64", std::nullopt);
     setVariable("TAVUSRV_ENABLE_EMULATOR", "1");
     start();
@@ -72,7 +82,7 @@ Service::~Service()
     try {
         // A service that never had a client waits for one.
         const auto hasEnded = [&] {
-            LocalSocket().connect("tavusrv");
+            Pipe().connect();
             return !process_ || process_->exitStatus();
         };
         EXPECT_TRUE(waitUntil(hasEnded));
@@ -112,7 +122,7 @@ int Service::waitForExit()
 
 Client::Client(bool handshake)
 {
-    if (!waitUntil([&] { return socket_.connect("tavusrv"); }))
+    if (!waitUntil([&] { return pipe_.connect(); }))
         throw std::runtime_error("nobody listens");
     if (!handshake)
         return;
@@ -122,7 +132,7 @@ Client::Client(bool handshake)
 
 bool Client::send(const Bytes &bytes)
 {
-    return socket_.write(bytes.data(), bytes.size()) == bytes.size();
+    return pipe_.send(bytes);
 }
 
 void Client::request(uint64_t ordinal, std::string_view params)
@@ -133,9 +143,13 @@ void Client::request(uint64_t ordinal, std::string_view params)
 Value Client::reply()
 {
     return decode([this](uint64_t count) {
-        Bytes bytes(count, '\0');
-        if (socket_.read(bytes.data(), count) != count)
-            throw std::runtime_error("the service closed the connection");
+        Bytes bytes;
+        while (bytes.size() < count) {
+            const Bytes piece = pipe_.receiveSome(count - bytes.size());
+            if (piece.empty())
+                throw std::runtime_error("the service closed the connection");
+            bytes += piece;
+        }
         return bytes;
     });
 }
@@ -154,10 +168,9 @@ Value Client::result(uint64_t ordinal, std::string_view params)
 
 Bytes Client::receiveUntilEnd()
 {
-    Bytes bytes;
-    char piece[4096];
-    while (const uint64_t count = socket_.readSome(piece, sizeof piece))
-        bytes.append(piece, count);
+    Bytes bytes, piece;
+    while (!(piece = pipe_.receiveSome(4096)).empty())
+        bytes += piece;
     return bytes;
 }
 
@@ -277,6 +290,10 @@ Bytes Region::bytes(uint64_t count, uint64_t offset) const
 
 bool Region::isReachable()
 {
+    if (regionsStayForTheirUsers()) {
+        region_.close();
+        return region_.open(name);
+    }
     SharedRegion other;
     if (!other.open(name))
         return false;

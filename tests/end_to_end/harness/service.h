@@ -1,11 +1,12 @@
 #pragma once
 
 #include "child_process.h"
-#include "service/local_socket.h"
+#include "pipe.h"
 #include "service/shared_region.h"
 #include "wire.h"
 
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -16,6 +17,10 @@ namespace tavu::test {
 /// Asks again and again until it holds; false when that takes too long.
 bool waitUntil(const std::function<bool()> &condition);
 
+/// A text file, with plain line ends.
+std::string readLines(const std::string &path);
+/// For what the standard library does with a path of ours, which is UTF-8.
+std::filesystem::path nativePath(const std::string &path);
 void writeFile(const std::string &path, const Bytes &content);
 
 /// A fresh folder under a short name, removed with all that is in it.
@@ -45,8 +50,8 @@ public:
     /// One more process in the same folder.
     std::unique_ptr<ChildProcess> startAnother() const;
     uint64_t residentBytes() const { return process_->residentBytes(); }
-    std::string output() const { return readFile(folder.path + "/stdout"); }
-    std::string errors() const { return readFile(folder.path + "/stderr"); }
+    std::string output() const { return readLines(folder.path + "/stdout"); }
+    std::string errors() const { return readLines(folder.path + "/stderr"); }
 
     TemporaryFolder folder;
     std::string emulatorFolder; ///< with a slash at the end
@@ -76,10 +81,10 @@ public:
     Value result(uint64_t ordinal, std::string_view params = "");
     /// All that comes until the service closes its end.
     Bytes receiveUntilEnd();
-    void close() { socket_.close(); }
+    void close() { pipe_.close(); }
 
 private:
-    LocalSocket socket_;
+    Pipe pipe_;
 };
 
 /// The text of an error reply.

@@ -1,0 +1,4 @@
+include(TavuHostHeaders)
+include(FindPackageHandleStandardArgs)
+tavu_host_headers(nlohmann_json::nlohmann_json nlohmann json.hpp)
+find_package_handle_standard_args(nlohmann_json REQUIRED_VARS nlohmann_HEADERS)

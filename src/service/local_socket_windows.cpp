@@ -1,0 +1,255 @@
+#include "platform/wide_text_windows.h"
+#include "service/local_socket.h"
+#include "service/shared_security_windows.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <mutex>
+#include <stdexcept>
+#include <utility>
+
+namespace tavu {
+
+namespace {
+
+constexpr size_t kNameBytes = 512;
+
+constexpr DWORD kNextInstance = PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED;
+constexpr DWORD kFirstInstance = kNextInstance | FILE_FLAG_FIRST_PIPE_INSTANCE;
+static_assert(kNextInstance == 0x40000003 && kFirstInstance == 0x40080003);
+
+/// Where the pipes of the machine live, with \a name and \a suffix; what doesn't fit is cut off.
+std::string pipePath(const std::string &name, const char *suffix = "")
+{
+    char path[kNameBytes];
+    std::snprintf(path, sizeof path, "\\\\.\\pipe\\%s%s", name.c_str(), suffix);
+    return path;
+}
+
+std::wstring pipeName(const std::string &name)
+{
+    return wideText(pipePath(name));
+}
+
+HANDLE nativeHandle(LocalSocket::NativeHandle handle)
+{
+    return reinterpret_cast<HANDLE>(handle);
+}
+
+} // namespace
+
+// The handles that the server hands out are overlapped, and yet their transfers need no OVERLAPPED:
+// a connection has one reader and writer, so that only one transfer is under way at a time.
+
+int64_t LocalSocket::systemRead(NativeHandle handle, void *buffer, uint32_t byteCount)
+{
+    // A peer that writes no bytes at all ends a read, but not the channel.
+    DWORD moved = 0;
+    while (moved == 0) {
+        if (!ReadFile(nativeHandle(handle), buffer, byteCount, &moved, nullptr))
+            return -1;
+    }
+    return moved;
+}
+
+int64_t LocalSocket::systemWrite(NativeHandle handle, const void *buffer, uint32_t byteCount)
+{
+    DWORD moved = 0;
+    while (moved == 0) {
+        if (!WriteFile(nativeHandle(handle), buffer, byteCount, &moved, nullptr))
+            return -1;
+    }
+    return moved;
+}
+
+LocalSocket::NativeHandle LocalSocket::systemConnect(const std::string &name)
+{
+    static_assert((GENERIC_READ | GENERIC_WRITE) == 0xC0000000);
+    const HANDLE pipe = CreateFileW(pipeName(name).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+                                    nullptr, OPEN_EXISTING, 0, nullptr);
+    return reinterpret_cast<NativeHandle>(pipe);
+}
+
+void LocalSocket::systemRelease(NativeHandle handle)
+{
+    CloseHandle(nativeHandle(handle));
+}
+
+void LocalSocket::systemInterrupt(NativeHandle handle)
+{
+    // A thread that has taken the handle but hasn't begun its transfer yet has nothing to cancel:
+    // so again and again until it is out.
+    while (othersInside()) {
+        CancelIoEx(nativeHandle(handle), nullptr);
+        Sleep(1);
+    }
+}
+
+struct LocalSocketServer::State
+{
+    std::wstring pipeName;
+    HANDLE abortEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    HANDLE connectEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    SECURITY_ATTRIBUTES *securityAttributes = nullptr;
+
+    std::mutex mutex; ///< guards what follows
+    HANDLE currentInstance = INVALID_HANDLE_VALUE;
+    OVERLAPPED connect = {}; ///< the system may write here for as long as a connect is pending
+    bool connectPending = false;
+
+    State() = default;
+    State(const State &) = delete;
+    State &operator=(const State &) = delete;
+    ~State();
+
+    HANDLE createInstance(DWORD openMode) const;
+    void beginConnect(HANDLE &instance, bool &pending);
+    void waitForClient(HANDLE instance);
+    HANDLE takeConnected(HANDLE instance);
+    void abort();
+};
+
+LocalSocketServer::State::~State()
+{
+    abort();
+    CloseHandle(abortEvent);
+    CloseHandle(connectEvent);
+}
+
+HANDLE LocalSocketServer::State::createInstance(DWORD openMode) const
+{
+    return CreateNamedPipeW(pipeName.c_str(), openMode, PIPE_TYPE_BYTE, PIPE_UNLIMITED_INSTANCES, 0,
+                            0, 0, securityAttributes);
+}
+
+/// Opens the current instance to a client, and tells whether that client has still to come.
+void LocalSocketServer::State::beginConnect(HANDLE &instance, bool &pending)
+{
+    std::lock_guard guard(mutex);
+    if (currentInstance == INVALID_HANDLE_VALUE)
+        throw std::runtime_error("Pipe not open.");
+    connect = {};
+    connect.hEvent = connectEvent;
+    ResetEvent(connectEvent);
+    if (!ConnectNamedPipe(currentInstance, &connect)) {
+        switch (GetLastError()) {
+        case ERROR_IO_PENDING:
+            connectPending = true;
+            break;
+        case ERROR_PIPE_CONNECTED: // the client was faster
+            break;
+        default:
+            throw std::runtime_error("ConnectNamedPipe failed.");
+        }
+    }
+    instance = currentInstance;
+    pending = connectPending;
+}
+
+/// Returns with a client on \a instance, or raises.
+void LocalSocketServer::State::waitForClient(HANDLE instance)
+{
+    const HANDLE events[] = {connectEvent, abortEvent};
+    if (WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0)
+        throw std::runtime_error("ConnectNamedPipe aborted.");
+    std::lock_guard guard(mutex);
+    if (currentInstance != instance) // abort() cancelled the connect, which signals its event too
+        throw std::runtime_error("ConnectNamedPipe aborted.");
+    connectPending = false;
+    DWORD unused = 0;
+    if (!GetOverlappedResult(instance, &connect, &unused, FALSE)) {
+        char text[64];
+        std::snprintf(text, sizeof text, "ConnectNamedPipe failed, GetLastError() = %u.",
+                      static_cast<unsigned>(GetLastError()));
+        throw std::runtime_error(text);
+    }
+}
+
+/// Puts the next instance in the place of the connected one, so that no client finds none waiting.
+HANDLE LocalSocketServer::State::takeConnected(HANDLE instance)
+{
+    std::lock_guard guard(mutex);
+    if (currentInstance != instance)
+        throw std::runtime_error("ConnectNamedPipe aborted.");
+    currentInstance = createInstance(kNextInstance);
+    if (currentInstance == INVALID_HANDLE_VALUE) {
+        CloseHandle(instance);
+        throw std::runtime_error("CreateNamedPipe failed.");
+    }
+    return instance;
+}
+
+void LocalSocketServer::State::abort()
+{
+    std::lock_guard guard(mutex);
+    if (currentInstance == INVALID_HANDLE_VALUE)
+        return;
+    SetEvent(abortEvent);
+    if (connectPending) {
+        // The system must be done with our OVERLAPPED before the handle's number is free again.
+        CancelIoEx(currentInstance, &connect);
+        DWORD unused = 0;
+        GetOverlappedResult(currentInstance, &connect, &unused, TRUE);
+        connectPending = false;
+    }
+    CloseHandle(std::exchange(currentInstance, INVALID_HANDLE_VALUE));
+}
+
+LocalSocketServer::LocalSocketServer() : state_(std::make_unique<State>()) {}
+
+LocalSocketServer::~LocalSocketServer() = default;
+
+bool LocalSocketServer::listen(const std::string &name, bool global)
+{
+    State &state = *state_;
+    std::lock_guard guard(state.mutex);
+    state.pipeName = pipeName(name);
+    if (global) {
+        state.securityAttributes = sharedSecurityAttributes();
+        if (!state.securityAttributes)
+            return false;
+    }
+    // Fails when the name has an instance already, in whatever process.
+    state.currentInstance = state.createInstance(kFirstInstance);
+    return state.currentInstance != INVALID_HANDLE_VALUE;
+}
+
+LocalSocket LocalSocketServer::accept()
+{
+    HANDLE instance = INVALID_HANDLE_VALUE;
+    bool pending = false;
+    state_->beginConnect(instance, pending);
+    if (pending)
+        state_->waitForClient(instance);
+    return LocalSocket(
+        reinterpret_cast<LocalSocket::NativeHandle>(state_->takeConnected(instance)));
+}
+
+void LocalSocketServer::abort()
+{
+    state_->abort();
+}
+
+std::string localSocketAddress(const std::string &name)
+{
+    return pipePath(name);
+}
+
+std::vector<std::string> listLocalSockets(const std::string &prefix)
+{
+    std::vector<std::string> names;
+    WIN32_FIND_DATAW entry;
+    const HANDLE search = FindFirstFileW(wideText(pipePath(prefix, "*")).c_str(), &entry);
+    if (search == INVALID_HANDLE_VALUE)
+        return names;
+    do {
+        const std::wstring_view name = entry.cFileName;
+        if (name != L"." && name != L"..")
+            names.push_back(narrowText(name));
+    } while (FindNextFileW(search, &entry));
+    FindClose(search);
+    return names;
+}
+
+} // namespace tavu

@@ -1,0 +1,128 @@
+#include "child_process.h"
+#include "platform/command_line_windows.h"
+#include "platform/wide_text_windows.h"
+
+#include <windows.h>
+
+#include <psapi.h>
+#include <stdexcept>
+#include <utility>
+
+namespace tavu::test {
+
+namespace {
+
+/// A handle that closes itself.
+class Handle
+{
+public:
+    Handle(HANDLE handle = nullptr) : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
+    Handle(Handle &&other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
+    Handle &operator=(Handle &&other) noexcept
+    {
+        std::swap(handle_, other.handle_);
+        return *this;
+    }
+    ~Handle()
+    {
+        if (handle_)
+            CloseHandle(handle_);
+    }
+    HANDLE get() const { return handle_; }
+
+private:
+    HANDLE handle_;
+};
+
+HANDLE native(intptr_t handle)
+{
+    return reinterpret_cast<HANDLE>(handle);
+}
+
+/// All that is put in here ends with this process, however that ends.
+HANDLE processGroup()
+{
+    static const Handle group = [] {
+        Handle job = CreateJobObjectW(nullptr, nullptr);
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+        limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+        SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits,
+                                sizeof limits);
+        return job;
+    }();
+    return group.get();
+}
+
+/// No handle for no path.
+Handle openForAppend(const std::string &path)
+{
+    if (path.empty())
+        return {};
+    SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
+    return CreateFileW(wideText(path).c_str(), FILE_APPEND_DATA,
+                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
+                       OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+} // namespace
+
+void setVariable(const std::string &name, const std::optional<std::string> &value)
+{
+    // An empty value takes the variable out.
+    _wputenv_s(wideText(name).c_str(), wideText(value.value_or("")).c_str());
+}
+
+ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
+                           const std::string &outputPath, const std::string &errorPath)
+{
+    std::vector<std::string> words = arguments;
+    words.insert(words.begin(), program);
+    std::wstring line = commandLine(words);
+    const Handle output = openForAppend(outputPath);
+    const Handle error = openForAppend(errorPath);
+
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = output.get();
+    startup.hStdError = error.get();
+    PROCESS_INFORMATION process = {};
+    // Suspended, so that it is in the group before it can start anything.
+    if (!CreateProcessW(wideText(program).c_str(), line.data(), nullptr, nullptr, TRUE,
+                        CREATE_SUSPENDED, nullptr, nullptr, &startup, &process))
+        throw std::runtime_error("can't start " + program);
+    AssignProcessToJobObject(processGroup(), process.hProcess);
+    ResumeThread(process.hThread);
+    CloseHandle(process.hThread);
+    process_ = reinterpret_cast<intptr_t>(process.hProcess);
+}
+
+ChildProcess::~ChildProcess()
+{
+    kill();
+    WaitForSingleObject(native(process_), INFINITE);
+    CloseHandle(native(process_));
+}
+
+void ChildProcess::kill()
+{
+    TerminateProcess(native(process_), static_cast<UINT>(-1));
+}
+
+std::optional<int> ChildProcess::exitStatus()
+{
+    DWORD status = 0;
+    if (!status_ && WaitForSingleObject(native(process_), 0) == WAIT_OBJECT_0 &&
+        GetExitCodeProcess(native(process_), &status))
+        status_ = static_cast<int>(status);
+    return status_;
+}
+
+uint64_t ChildProcess::residentBytes() const
+{
+    PROCESS_MEMORY_COUNTERS counters = {};
+    GetProcessMemoryInfo(native(process_), &counters, sizeof counters);
+    return counters.WorkingSetSize;
+}
+
+} // namespace tavu::test

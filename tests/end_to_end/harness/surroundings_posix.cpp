@@ -1,0 +1,32 @@
+#include "surroundings.h"
+
+#include "child_process.h"
+
+namespace tavu::test {
+
+std::string separate(const std::string &folder)
+{
+    // A name that no single code page holds.
+    const std::string data = folder + "/d\xc3\xa4ta \xe6\xb5\x8b\xe8\xaf\x95 \xf0\x9f\x8e\xa5";
+    setVariable("HOME", folder);
+    setVariable("XDG_RUNTIME_DIR", folder);
+    setVariable("XDG_DATA_HOME", data);
+    return data;
+}
+
+bool hasPlacesByEnvironment()
+{
+    return true;
+}
+
+bool enforcesOneInstance()
+{
+    return true;
+}
+
+bool regionsStayForTheirUsers()
+{
+    return false;
+}
+
+} // namespace tavu::test

@@ -1,0 +1,84 @@
+#include "surroundings.h"
+
+#include "platform/files.h"
+#include "platform/wide_text_windows.h"
+
+#include <windows.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace tavu::test {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool runsUnderWine()
+{
+    const HMODULE library = GetModuleHandleW(L"ntdll.dll");
+    return library && GetProcAddress(library, "wine_get_version");
+}
+
+/// Where there is a Wine prefix of our own, we may tell the system another folder.
+void setDataFolder(const fs::path &folder)
+{
+    const std::wstring text = folder.native();
+    RegSetKeyValueW(HKEY_CURRENT_USER,
+                    L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders",
+                    L"Local AppData", REG_EXPAND_SZ, text.c_str(),
+                    static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t)));
+}
+
+/// The folder that the user really has, emptied at our end. Somebody's recordings are not for us.
+std::string borrowDataFolder()
+{
+    static const struct Loan
+    {
+        Loan()
+        {
+            if (fs::exists(place))
+                throw std::runtime_error(
+                    "run this as a user without recordings: there are some in " +
+                    narrowText(place.native()));
+        }
+        ~Loan()
+        {
+            std::error_code ignored;
+            fs::remove_all(place, ignored);
+        }
+        const fs::path place = fs::path(wideText(userDataFolder())) / "OREK Systems" / "TAVU";
+    } loan;
+    fs::remove_all(loan.place);
+    return userDataFolder();
+}
+
+} // namespace
+
+std::string separate(const std::string &folder)
+{
+    if (!runsUnderWine())
+        return borrowDataFolder();
+    // A name that no single code page holds.
+    const std::wstring data =
+        wideText(folder + "/d\xc3\xa4ta \xe6\xb5\x8b\xe8\xaf\x95 \xf0\x9f\x8e\xa5");
+    setDataFolder(fs::path(data).make_preferred());
+    return narrowText(data);
+}
+
+bool hasPlacesByEnvironment()
+{
+    return false;
+}
+
+bool enforcesOneInstance()
+{
+    return !runsUnderWine();
+}
+
+bool regionsStayForTheirUsers()
+{
+    return true;
+}
+
+} // namespace tavu::test

@@ -1,0 +1,42 @@
+#include "service/local_socket_environment.h"
+
+#include <windows.h>
+
+namespace tavu {
+
+namespace {
+
+/// Wine lets a second first instance of a pipe be created, and can't list pipes.
+bool runsUnderWine()
+{
+    const HMODULE library = GetModuleHandleW(L"ntdll.dll");
+    return library && GetProcAddress(library, "wine_get_version");
+}
+
+} // namespace
+
+SocketEnvironment::SocketEnvironment()
+    : folder_("tavutest-" + std::to_string(GetCurrentProcessId()))
+{
+}
+
+SocketEnvironment::~SocketEnvironment() = default;
+
+std::string SocketEnvironment::uniqueName() const
+{
+    return folder_;
+}
+bool SocketEnvironment::enforcesOneInstance() const
+{
+    return !runsUnderWine();
+}
+bool SocketEnvironment::listsSockets() const
+{
+    return !runsUnderWine();
+}
+bool SocketEnvironment::buffersWrites() const
+{
+    return false;
+}
+
+} // namespace tavu
