@@ -38,13 +38,19 @@ protected:
             setEnvironment(std::string("TAVUSRV_") + name, nullptr);
     }
 
-    /// Starts the manager and returns what it printed.
-    std::string start()
+    /// Starts a manager and returns what it printed.
+    static std::string start(DeviceManager &started)
     {
         testing::internal::CaptureStdout();
-        manager.start();
-        queue = manager.createQueue();
+        started.start();
         return testing::internal::GetCapturedStdout();
+    }
+
+    std::string start()
+    {
+        const std::string printed = start(manager);
+        queue = manager.createQueue();
+        return printed;
     }
 
     /// Lets the library report a change and returns what the update that follows printed.
@@ -87,9 +93,7 @@ TEST_F(DeviceManagerTest, anyFailureOfTheLibraryLeavesAServiceWithoutRecorders)
             broken->version[3] += failing.empty();
             broken->faults[failing] = fault;
             DeviceManager empty(std::make_unique<FakeLibrary>(broken));
-            testing::internal::CaptureStdout();
-            empty.start();
-            EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << failing;
+            EXPECT_EQ(start(empty), "") << failing;
             EXPECT_EQ(empty.deviceCount(), 0u);
             EXPECT_FALSE(broken->callback);
             EXPECT_EQ(errorOf([&] { empty.name(0); }), "Invalid device index.");
@@ -197,19 +201,15 @@ TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
         DeviceManager filtered(std::make_unique<FakeLibrary>(recorders));
         const std::string variable = std::string("TAVUSRV_DEVICE_") + filter;
         setEnvironment(variable, value);
-        testing::internal::CaptureStdout();
-        filtered.start();
-        EXPECT_EQ(testing::internal::GetCapturedStdout().find("Caught"), std::string::npos);
+        EXPECT_EQ(start(filtered).find("Caught"), std::string::npos);
         setEnvironment(variable, nullptr);
         std::string kept;
         for (uint32_t i = 0; i < filtered.deviceCount(); ++i)
             kept += filtered.name(i) + " ";
         EXPECT_EQ(kept, names) << filter << "=" << value;
         const std::string calls = recorders->takeCalls();
-        for (const char *index : {"0", "1", "2"}) {
-            const bool asked = calls.find(std::string("alternativeName ") + index) != calls.npos;
-            EXPECT_EQ(asked, asks) << filter;
-        }
+        for (const char *call : {"alternativeName 0", "alternativeName 1", "alternativeName 2"})
+            EXPECT_EQ(calls.find(call) != calls.npos, asks) << filter;
     }
 
     fake->change({{"Lab", "", 0}, {"Hall", "", 0}});
