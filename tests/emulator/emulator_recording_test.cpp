@@ -2,6 +2,7 @@
 
 #include "emulator/frame_header.h"
 
+#include <array>
 #include <cstring>
 #include <system_error>
 
@@ -37,11 +38,7 @@ std::string hex(const FrameHeader &header)
 TEST(FrameHeader, HasFixedBytesAndTime)
 {
     constexpr uint64_t day = 86400000;
-    const struct
-    {
-        uint64_t clock;
-        const char *words;
-    } cases[] = {
+    const std::pair<uint64_t, const char *> cases[] = {
         {day, "0400000000000000"},
         {day + 33, "040000000000e880"},
         {day + 999, "040000000f00583e"},
@@ -49,9 +46,9 @@ TEST(FrameHeader, HasFixedBytesAndTime)
         {366 * day + 20 * 3600000, "0100004000000000"},
     };
     FrameHeader header;
-    for (const auto &c : cases) {
-        header.stamp(c.clock, 0x01020304);
-        EXPECT_EQ(hex(header), "0f00" + std::string(c.words) +
+    for (const auto &[clock, words] : cases) {
+        header.stamp(clock, 0x01020304);
+        EXPECT_EQ(hex(header), "0f00" + std::string(words) +
                                    "0000aa7746777278d81d04030201d430000000003f00" +
                                    std::string(24, '0') + "983a00000000cd2d0300ff3f000000090301" +
                                    "fc080e7822784078527a" + std::string(36, '0') + "0e000100" +
@@ -61,22 +58,18 @@ TEST(FrameHeader, HasFixedBytesAndTime)
 
 TEST_F(EmulatorTest, WritesSyntheticFrames)
 {
-    const struct
-    {
-        uint16_t width, height;
-        uint64_t count, frames;
-    } cases[] = {{4, 4, 3, 3}, {10, 1, 2, 2}, {300, 301, 2, 2}, {1, 1, 0, 1}};
+    const std::array<uint16_t, 4> cases[] = {
+        {4, 4, 3, 3}, {10, 1, 2, 2}, {300, 301, 2, 2}, {1, 1, 0, 1}}; // the limit, the frames
     uint32_t fileId = 0;
-    for (const auto &c : cases) {
-        prepare(c.width, c.height);
-        ASSERT_EQ(record(c.count), ++fileId);
-        EXPECT_EQ(file("Emu/" + std::to_string(fileId)),
-                  syntheticFrames(c.width, c.height, c.frames));
+    for (const auto &[width, height, count, frames] : cases) {
+        prepare(width, height);
+        ASSERT_EQ(record(count), ++fileId);
+        EXPECT_EQ(file("Emu/" + std::to_string(fileId)), syntheticFrames(width, height, frames));
         const FileRecord record = device_->listFiles().back();
         EXPECT_EQ(record.port, "Emu");
         EXPECT_EQ(record.camera, "cam");
-        EXPECT_EQ(record.numFrames, c.frames);
-        EXPECT_EQ(record.size, 2u * c.width * c.height * c.frames);
+        EXPECT_EQ(record.numFrames, frames);
+        EXPECT_EQ(record.size, 2u * width * height * frames);
         EXPECT_EQ(record.info.size(), 5u);
     }
     // 1023 ms is the first schedule time past one second, and its frame is still written.
@@ -171,13 +164,15 @@ TEST_F(EmulatorTest, RecoveryFailsAsClientsKnowIt)
 {
     EXPECT_EQ(errorOf([&] { device_->finishRecovery(); }), "Not paired/configured.");
     EXPECT_TRUE(fs::is_empty(path_ / "Emu"));
-    prepare(2, 2);
     writeFile(path_ / "Emu/.incomplete", "12345678");
     EXPECT_THROW(device_->recoveryStatus(), std::system_error);
     EXPECT_THROW(device_->startRecovery(), std::system_error);
     EXPECT_TRUE(device_->hasIncompleteFile());
-    EXPECT_EQ(errorOf([&] { device_->finishRecovery(); }), "eof");
-    EXPECT_EQ(fs::file_size(path_ / "Emu/4294967295.meta"), 0u);
+    for (const uint16_t side : {2, 65535}) {
+        prepare(side, side);
+        EXPECT_EQ(errorOf([&] { device_->finishRecovery(); }), "eof");
+        EXPECT_EQ(fs::file_size(path_ / "Emu/4294967295.meta"), 0u);
+    }
     EXPECT_EQ(listed(), "");
 }
 

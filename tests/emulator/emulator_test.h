@@ -1,6 +1,7 @@
 #pragma once
 
 #include "emulator/tavu_device_emulator.h"
+#include "error_of.h"
 #include "temporary_folder.h"
 
 #include <chrono>

@@ -29,22 +29,16 @@ TEST(MessageReaderFuzz, HoldsForMutatedMessages)
             Bytes bytes = seed;
             for (size_t mutations = below(4); mutations > 0 && !bytes.empty(); --mutations) {
                 const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size()));
-                switch (below(5)) {
-                case 0:
-                    *at = static_cast<uint8_t>(random());
-                    break;
-                case 1:
-                    *at = leads[below(leads.size())];
-                    break;
-                case 2:
+                const auto lead = leads[below(leads.size())];
+                const size_t kind = below(5);
+                if (kind == 0)
                     bytes.erase(at, bytes.end());
-                    break;
-                case 3:
-                    bytes.insert(at, leads[below(leads.size())]);
-                    break;
-                default:
+                else if (kind == 1)
                     bytes.erase(at);
-                }
+                else if (kind == 2)
+                    bytes.insert(at, lead);
+                else
+                    *at = kind == 3 ? lead : static_cast<uint8_t>(random());
             }
             ASSERT_EQ(LLVMFuzzerTestOneInput(bytes.data(), bytes.size()), 0);
         }

@@ -215,15 +215,14 @@ TEST(MessageReader, DecodesATree)
 
 TEST(MessageReader, LongTextAndManyEntriesGrowAsTheyArrive)
 {
-    const std::string text(3'000'000, 'x');
     ObjectValue array = ObjectValue::array();
     for (int i = 0; i < 5000; ++i)
         array.arrayAppend(ObjectValue::positive(i));
-    array.arrayAppend(ObjectValue::string(text));
-    const ObjectValue value = decoded(encoded(array));
+    array.arrayAppend(ObjectValue::string(std::string(3'000'000, 'x')));
+    const Bytes bytes = encoded(array);
+    const ObjectValue value = decoded(bytes);
     EXPECT_EQ(value.capacity(), 5001u);
-    EXPECT_EQ(value.arrayAt(5000).asString(), text);
-    EXPECT_EQ(value.arrayAt(4999).asPositive(), 4999u);
+    EXPECT_EQ(encoded(value), bytes);
 }
 
 TEST(MessageReader, HostileAnnouncementsAndDepthCostLittle)

@@ -65,10 +65,7 @@ TEST(Recording, EndsByItsLimitAndPlaysBack)
         uint32_t width, height;
         const char *limit;
         uint64_t frames;
-    } cases[] = {{70, 3, "type=2 count=1000000", 32},
-                 {4, 4, "type=1 count=5", 5},
-                 {1000, 70, "type=1 count=0", 1},
-                 {10, 3, "type=2 count=0", 1}};
+    } cases[] = {{70, 3, "type=2 count=1000000", 32}, {1000, 70, "type=1 count=0", 1}};
     for (const auto &item : cases) {
         const uint64_t id = static_cast<uint64_t>(&item - cases) + 1;
         configure(client, item.width, item.height);
@@ -95,12 +92,10 @@ TEST(Recording, EndsByItsLimitAndPlaysBack)
         EXPECT_EQ(client.call(30, concat(slot, " frame=", item.frames)),
                   error("Invalid frame index"));
     }
-    EXPECT_EQ(service.errors(),
-              std::string(
-                  "Already recording\nAlready recording\nAlready recording\nAlready recording\n"));
+    EXPECT_EQ(service.errors(), "Already recording\nAlready recording\n");
 }
 
-TEST(Catalogue, SurvivesARestartButNotASetup)
+TEST(Catalogue, SurvivesARestart)
 {
     Service service;
     Script script;
@@ -113,12 +108,12 @@ TEST(Catalogue, SurvivesARestartButNotASetup)
     script["A"].result(27, "D fileId=1 streamId=0");
     script.play(R"(
         B 28 D openFileId=0 -> !File not opened by this connection.
+        B leaves
         A 28 deviceId=1 openFileId=0 -> !File not opened by this connection.
         A 31 D fileId=1 streamId=0 -> !File is open
         A 29 D openFileId=0 -> ok
         A 29 D openFileId=0 -> !File not opened by this connection.
         A 31 D fileId=1 streamId=0 -> ok
-        B leaves
     )");
     const std::string list = script["A"].call(26, "D");
     script.play("A leaves");
@@ -135,38 +130,22 @@ TEST(Catalogue, SurvivesARestartButNotASetup)
         A 33 D -> ok
         A 27 D fileId=2 streamId=0 -> !Invalid fileId
     )");
-    EXPECT_EQ(script["A"].result(26, "D")["files"].members.size(), 2u);
-    for (const char *gone : {".files", "Emu/2", "Emu/2.meta", "Emu/3", "Emu/3.meta"})
-        EXPECT_FALSE(fs::exists(nativePath(service.emulatorFolder + gone))) << gone;
-    script.play("A leaves");
-    EXPECT_EQ(service.waitForExit(), 0);
-    service.start();
-    script.play("A 26 D -> {\"files\":[]}\nA 35 P -> {\"pairedTo\":\"Cam\"}");
 }
 
 TEST(Regions, AreNeverWrittenPastTheFrameTheyWereMadeFor)
 {
     Service service;
     Script script;
-    script.play("A configures 4 4\nA records 2");
+    script.play("A configures 4 4");
     const Region live(script["A"].result(52, "P"));
-    const Region playback(script["A"].result(27, "D fileId=1 streamId=0"));
-    // The id comes back with another geometry while the slot is open.
     script.play(R"(
-        A 30 D openFileId=0 frame=1 -> ok
-        A 33 D -> ok
-        A 30 D openFileId=0 frame=0 -> !Invalid fileId
+        A 54 P -> {"width":4,"height":4,"imageSize":32}
         A configures 1000 1000
-        A records 2
-        A 30 D openFileId=0 frame=0 -> ok
-        A 30 D openFileId=0 frame=1 -> ok
         A 54 P -> {"width":1000,"height":1000,"imageSize":2000000}
         A configures 0 7
         A 54 P -> {"width":0,"height":7,"imageSize":0}
     )");
-    EXPECT_EQ(live.bytes(32), expectedRamp(16, 16));
-    for (const Region *region : {&live, &playback})
-        EXPECT_EQ(region->bytes(4096 - 32, 32), Bytes(4096 - 32, '\0'));
+    EXPECT_EQ(live.bytes(4096), expectedRamp(32, 16) + Bytes(4096 - 32, '\0'));
     // 46341 x 46341 x 2 is 9266 above 2^32.
     script.play("A 53 P -> ok\nA configures 46341 46341");
     const Region wrapped(script["A"].result(52, "P"));
@@ -178,30 +157,6 @@ TEST(Regions, AreNeverWrittenPastTheFrameTheyWereMadeFor)
                 answer.starts_with(R"({"result":{"mapping":"orek_tavu)"))
         << answer;
     script.play(R"(A 4 -> {"count":1})");
-}
-
-TEST(Recovery, EndsInErrorsThatHurtNothing)
-{
-    Service service;
-    Client client;
-    const auto isRefused = [&](uint64_t ordinal) {
-        return client.call(ordinal, "D").starts_with(R"({"error":")");
-    };
-    EXPECT_TRUE(isRefused(13)) << "on a device without a geometry";
-    for (const uint32_t size : {4, 65535}) {
-        configure(client, size, size);
-        EXPECT_EQ(client.call(13, "D"), error("eof"));
-        EXPECT_EQ(fs::file_size(nativePath(service.emulatorFolder + "Emu/4294967295.meta")), 0u);
-    }
-    for (const bool exists : {false, true}) {
-        EXPECT_TRUE(isRefused(9));
-        EXPECT_TRUE(isRefused(11));
-        EXPECT_EQ(client.result(7, "D")["hasIncompleteFile"].text, exists ? "true" : "false");
-        writeFile(service.emulatorFolder + "Emu/.incomplete", "x");
-    }
-    EXPECT_EQ(client.call(8, "D"), "{}");
-    EXPECT_EQ(client.result(7, "D")["hasIncompleteFile"].text, "false");
-    EXPECT_EQ(client.result(26, "D").text, R"({"files":[]})");
 }
 
 TEST(Recovery, AKilledRecordingIsDiscardedOrWrittenOver)
@@ -217,7 +172,10 @@ TEST(Recovery, AKilledRecordingIsDiscardedOrWrittenOver)
         script.play(R"(
             A 7 D -> {"hasIncompleteFile":true}
             A 43 D -> !Not recording
+            A 13 D -> !eof
         )");
+        for (const uint64_t recovers : {9, 11}) // in words of the platform
+            EXPECT_TRUE(script["A"].call(recovers, "D").starts_with(R"({"error":")"));
         if (isDiscarded)
             script.play("A 8 D -> ok\nA 7 D -> {\"hasIncompleteFile\":false}");
         // The id of the cut-off recording is free again.

@@ -38,13 +38,19 @@ protected:
             setEnvironment(std::string("TAVUSRV_") + name, nullptr);
     }
 
-    /// Starts the manager and returns what it printed.
-    std::string start()
+    /// Starts a manager and returns what it printed.
+    static std::string start(DeviceManager &started)
     {
         testing::internal::CaptureStdout();
-        manager.start();
-        queue = manager.createQueue();
+        started.start();
         return testing::internal::GetCapturedStdout();
+    }
+
+    std::string start()
+    {
+        const std::string printed = start(manager);
+        queue = manager.createQueue();
+        return printed;
     }
 
     /// Lets the library report a change and returns what the update that follows printed.
@@ -87,9 +93,7 @@ TEST_F(DeviceManagerTest, anyFailureOfTheLibraryLeavesAServiceWithoutRecorders)
             broken->version[3] += failing.empty();
             broken->faults[failing] = fault;
             DeviceManager empty(std::make_unique<FakeLibrary>(broken));
-            testing::internal::CaptureStdout();
-            empty.start();
-            EXPECT_EQ(testing::internal::GetCapturedStdout(), "") << failing;
+            EXPECT_EQ(start(empty), "") << failing;
             EXPECT_EQ(empty.deviceCount(), 0u);
             EXPECT_FALSE(broken->callback);
             EXPECT_EQ(errorOf([&] { empty.name(0); }), "Invalid device index.");
@@ -150,8 +154,7 @@ TEST_F(DeviceManagerTest, followsRecordersThatComeAndGo)
     // Indices that the collection lost fail one by one; nobody loses a place.
     fake->change({{"A", "", 0}});
     const std::string log = update();
-    EXPECT_EQ(log.find("Updating device list.\nFound device: A (existing)\nCaught exception: "),
-              0u);
+    EXPECT_TRUE(log.starts_with("Updating device list.\nFound device: A (existing)\nCaught "));
     EXPECT_NE(log.find("Done"), log.npos);
     EXPECT_EQ(manager.deviceCount(), 3u);
     EXPECT_EQ(manager.name(2), "C");
@@ -183,37 +186,30 @@ TEST_F(DeviceManagerTest, failureHurtsOneDeviceOnly)
 
 TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
 {
-    const struct
-    {
-        const char *variable, *value, *names;
-        bool asks; ///< for the alternative names
-    } cases[] = {
+    // The filter, what it lets through, and whether alternative names are asked for.
+    const std::tuple<const char *, const char *, const char *, bool> cases[] = {
         {"NAME_WHITELIST", "lab*|x", "Lab1 Lab2 ", false},
         {"NAME_BLACKLIST", "lab?", "Hall ", false},
         {"NAME_BLACKLIST", "none", "Lab1 Lab2 Hall ", false},
         {"ALT_NAME_WHITELIST", "north", "Lab1 ", true},
         {"ALT_NAME_BLACKLIST", "north", "Lab2 ", true},
     };
-    for (const auto &c : cases) {
+    for (const auto &[filter, value, names, asks] : cases) {
         auto recorders = std::make_shared<FakeRecorders>();
         recorders->change({{"Lab1", "North", 0}, {"Lab2", "South", 0}, {"Hall", "", 0}});
         recorders->faults["alternativeName 2"] = Fault::WithText;
         DeviceManager filtered(std::make_unique<FakeLibrary>(recorders));
-        const std::string variable = std::string("TAVUSRV_DEVICE_") + c.variable;
-        setEnvironment(variable, c.value);
-        testing::internal::CaptureStdout();
-        filtered.start();
-        EXPECT_EQ(testing::internal::GetCapturedStdout().find("Caught"), std::string::npos);
+        const std::string variable = std::string("TAVUSRV_DEVICE_") + filter;
+        setEnvironment(variable, value);
+        EXPECT_EQ(start(filtered).find("Caught"), std::string::npos);
         setEnvironment(variable, nullptr);
         std::string kept;
         for (uint32_t i = 0; i < filtered.deviceCount(); ++i)
             kept += filtered.name(i) + " ";
-        EXPECT_EQ(kept, c.names) << c.variable << "=" << c.value;
+        EXPECT_EQ(kept, names) << filter << "=" << value;
         const std::string calls = recorders->takeCalls();
-        for (const char *index : {"0", "1", "2"}) {
-            const bool asked = calls.find(std::string("alternativeName ") + index) != calls.npos;
-            EXPECT_EQ(asked, c.asks) << c.variable;
-        }
+        for (const char *call : {"alternativeName 0", "alternativeName 1", "alternativeName 2"})
+            EXPECT_EQ(calls.find(call) != calls.npos, asks) << filter;
     }
 
     fake->change({{"Lab", "", 0}, {"Hall", "", 0}});
@@ -247,21 +243,6 @@ TEST_F(DeviceManagerTest, queueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLa
         ASSERT_TRUE(manager.tryReadEvent(2, event));
         EXPECT_EQ(event.device, device);
     }
-}
-
-TEST_F(DeviceManagerTest, closingAQueueFreesItsReaderAndTheSlot)
-{
-    DeviceEvent event;
-    // On a busy machine the queue may be closed before the reader gets to it: another try then.
-    for (int i = 0; i < 100 && event.type != EventType::QueueClosed; ++i) {
-        queue = manager.createQueue();
-        std::thread reader([&] { errorOf([&] { manager.readEvent(queue, event); }); });
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        manager.destroyQueue(queue, false);
-        reader.join();
-    }
-    EXPECT_EQ(event.type, EventType::QueueClosed);
-    EXPECT_EQ(manager.createQueue(), queue);
 }
 
 TEST_F(DeviceManagerTest, operationsPassTheirArgumentsAndTellTheQueues)
@@ -331,18 +312,13 @@ TEST_F(DeviceManagerTest, stopLetsGoOfTheLibraryOnceAndKeepsTheDevices)
 TEST_F(DeviceManagerTest, updateThreadCannotStopItself)
 {
     fake->change({{"A", "", 0}});
-    std::error_code code;
-    fake->duringReconnect = [&] {
-        try {
-            manager.stop();
-        } catch (const std::system_error &error) {
-            code = error.code();
-        }
-    };
+    std::string complaint;
+    fake->duringReconnect = [&] { complaint = errorOf([&] { manager.stop(); }); };
     start();
     update();
     manager.stop();
-    EXPECT_EQ(code, std::errc::resource_deadlock_would_occur);
+    const auto deadlock = std::make_error_code(std::errc::resource_deadlock_would_occur);
+    EXPECT_EQ(complaint, std::system_error(deadlock).what());
 }
 
 TEST_F(DeviceManagerTest, clientsMayDoAnythingWhileTheListChanges)
