@@ -21,7 +21,7 @@ constexpr uint16_t kHeight = 3072;
 constexpr size_t kPixels = size_t(kWidth) * kHeight;
 constexpr auto kFrameTime = std::chrono::milliseconds(33);
 /// As many as stay below the 2 GiB that the emulated device can count.
-constexpr int64_t kFrames = 80;
+constexpr int64_t kFrames = 60;
 constexpr int kRounds = 3;
 
 /// The processor time that a process has used so far, in seconds.
@@ -129,7 +129,10 @@ void benchRecordingTo(const std::filesystem::path &root, const std::string &wher
         kRounds, [&] { return note(behind[0], record(client, clock)); },
         [&] { return note(behind[1], fillAndWrite(workplace.recordings() / "peer")); });
     const std::string name = "recording 4096x3072 to " + where;
-    printRow(name + ": processor time of a frame", comparison, 1e3, "ms", "<= 1.25");
+    // Where the file system is too slow for the floor itself, the ratio compares how the kernel
+    // holds the two up.
+    printRow(name + ": processor time of a frame", comparison, 1e3, "ms",
+             behind[1] <= 1 ? "<= 1.25" : "-");
     printRow(name + ": frames behind, at worst", std::to_string(behind[0]),
              std::to_string(behind[1]), "-", "as the floor");
 }

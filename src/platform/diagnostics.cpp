@@ -5,11 +5,22 @@
 
 namespace tavu {
 
+namespace {
+
+// How long the first line waits for a reader that has stopped; the lines after it don't.
+constexpr int kPatience = 200; ///< milliseconds
+
+} // namespace
+
 void printLine(std::FILE *stream, const char *format, ...)
 {
     // One line at a time over both streams, which often end in the same file.
     static std::mutex mutex;
+    static bool stalled = false;
     std::lock_guard guard(mutex);
+    stalled = !waitUntilWritable(stream, stalled ? 0 : kPatience);
+    if (stalled)
+        return;
     std::va_list arguments;
     va_start(arguments, format);
     std::vfprintf(stream, format, arguments);

@@ -160,8 +160,7 @@ void LocalSocketServer::State::waitForClient(HANDLE instance)
     if (WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0)
         throw std::runtime_error("ConnectNamedPipe aborted.");
     std::lock_guard guard(mutex);
-    // An abort ends the connect, too, and both events may be seen at once.
-    if (currentInstance != instance)
+    if (currentInstance != instance) // abort() cancelled the connect, which signals its event too
         throw std::runtime_error("ConnectNamedPipe aborted.");
     connectPending = false;
     DWORD unused = 0;

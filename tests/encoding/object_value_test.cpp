@@ -3,7 +3,7 @@
 #include "encoding/test_streams.h"
 
 #include <gtest/gtest.h>
-#include <limits>
+#include <tuple>
 
 namespace tavu::test {
 
@@ -11,73 +11,45 @@ namespace {
 
 const std::string kLongText(40, 'x');
 
-Bytes encodedTree(const ObjectValue &value)
-{
-    return encoded([&](MessageWriter &writer) { writer.writeObject(value); });
-}
-
-ObjectValue nested(uint32_t depth)
-{
-    ObjectValue value = ObjectValue::string(kLongText);
-    for (uint32_t i = 0; i < depth; ++i) {
-        ObjectValue outer = i % 2 ? ObjectValue::map() : ObjectValue::array();
-        if (i % 2)
-            outer.mapAppend("k", std::move(value));
-        else
-            outer.arrayAppend(std::move(value));
-        value = std::move(outer);
-    }
-    return value;
-}
-
 } // namespace
 
 TEST(ObjectValue, AccessorsTakeTheirTagOnly)
 {
-    ObjectValue values[] = {ObjectValue(),
-                            ObjectValue::negative(-1),
-                            ObjectValue::positive(1),
-                            ObjectValue::string("s"),
-                            ObjectValue::boolean(true),
-                            ObjectValue::number(1),
-                            ObjectValue::blob("b", 1),
-                            ObjectValue::map(),
-                            ObjectValue::array()};
-    const struct
-    {
-        std::function<void(ObjectValue &)> access;
-        std::vector<int> tags;
-        const char *complaint;
-    } cases[] = {
-        {[](auto &v) { v.asPositive(); },
-         {2},
-         "Object type is not positive integer, but positive integer expected."},
-        {[](auto &v) { v.asNegative(); },
-         {1},
-         "Object type is not negative integer, but negative integer expected."},
-        {[](auto &v) { v.asBool(); }, {4}, "Object type is not bool, but bool expected."},
-        {[](auto &v) { v.asFloat(); }, {5}, "Object type is not float, but float expected."},
-        {[](auto &v) { v.asString(); }, {3}, "Object type is not string, but string expected."},
-        {[](auto &v) { v.blobData(); }, {6}, "Object type is not blob, but blob expected."},
-        {[](auto &v) { v.blobSize(); }, {6}, "Object type is not blob, but blob expected."},
-        {[](auto &v) { v.takeBlob(); }, {6}, "Object type is not blob, but blob expected."},
-        {[](auto &v) { v.size(); },
-         {3, 6, 7, 8},
-         "Object does not have size, array/map/string/blob expected."},
-        {[](auto &v) { v.arrayAppend(ObjectValue()); }, {8}, "Object is not an array."},
-        {[](auto &v) { v.arrayAt(0); }, {8}, "Object is not an array."},
-        {[](auto &v) { v.mapContains("k"); }, {7}, "Object is not a map."},
-        {[](auto &v) { v.mapIndexOf("k"); }, {7}, "Object is not a map."},
-        {[](auto &v) { v.mapAppend("k", ObjectValue()); }, {7}, "Object is not a map."},
-        {[](auto &v) { v.mapAt("k"); }, {7}, "Object is not a map."},
-        {[](auto &v) { v.mapKeyAt(0); }, {7}, "Object is not a map."},
-        {[](auto &v) { v.mapValueAt(0); }, {7}, "Object is not a map."},
+    using V = ObjectValue;
+    V values[] = {V(),          V::negative(-1), V::positive(1), V::string("s"), V::boolean(true),
+                  V::number(1), V::blob("b", 1), V::map(),       V::array()};
+    const std::string noArray = "Object is not an array.", noMap = "Object is not a map.",
+                      noSize = "Object does not have size, array/map/string/blob expected.";
+    const auto wrong = [](const std::string &type) {
+        return "Object type is not " + type + ", but " + type + " expected.";
     };
-    for (const auto &it : cases) {
-        for (int tag = 0; tag < 9; ++tag) {
-            ASSERT_EQ(static_cast<int>(values[tag].type()), tag);
-            const bool fits = std::find(it.tags.begin(), it.tags.end(), tag) != it.tags.end();
-            EXPECT_EQ(raisedBy([&] { it.access(values[tag]); }), fits ? "" : it.complaint) << tag;
+    // The accessor, the tags that it takes, and what it says of others.
+    const std::tuple<void (*)(ObjectValue &), std::string, std::string> cases[] = {
+        {[](auto &v) { v.asPositive(); }, "2", wrong("positive integer")},
+        {[](auto &v) { v.asNegative(); }, "1", wrong("negative integer")},
+        {[](auto &v) { v.asBool(); }, "4", wrong("bool")},
+        {[](auto &v) { v.asFloat(); }, "5", wrong("float")},
+        {[](auto &v) { v.asString(); }, "3", wrong("string")},
+        {[](auto &v) { v.blobData(); }, "6", wrong("blob")},
+        {[](auto &v) { v.blobSize(); }, "6", wrong("blob")},
+        {[](auto &v) { v.takeBlob(); }, "6", wrong("blob")},
+        {[](auto &v) { v.size(); }, "3678", noSize},
+        {[](auto &v) { v.arrayAppend(ObjectValue()); }, "8", noArray},
+        {[](auto &v) { v.arrayAt(0); }, "8", noArray},
+        {[](auto &v) { v.mapContains("k"); }, "7", noMap},
+        {[](auto &v) { v.mapIndexOf("k"); }, "7", noMap},
+        {[](auto &v) { v.mapAppend("k", ObjectValue()); }, "7", noMap},
+        {[](auto &v) { v.mapAt("k"); }, "7", noMap},
+        {[](auto &v) { v.mapKeyAt(0); }, "7", noMap},
+        {[](auto &v) { v.mapValueAt(0); }, "7", noMap},
+    };
+    for (const auto &[access, tags, complaint] : cases) {
+        for (ObjectValue &value : values) {
+            const std::string tag = std::to_string(&value - values);
+            ASSERT_EQ(std::to_string(static_cast<int>(value.type())), tag);
+            const bool fits = tags.find(tag) != tags.npos;
+            EXPECT_EQ(errorOf([&, access = access] { access(value); }), fits ? "" : complaint)
+                << tag;
         }
     }
 }
@@ -85,10 +57,10 @@ TEST(ObjectValue, AccessorsTakeTheirTagOnly)
 TEST(ObjectValue, AsInt64RangeIsInverted)
 {
     const char *outOfRange = "Integer value out of range, expected int64_t.";
-    EXPECT_EQ(raisedBy([] { ObjectValue::negative(-1).asInt64(); }), outOfRange);
+    EXPECT_EQ(errorOf([] { ObjectValue::negative(-1).asInt64(); }), outOfRange);
     EXPECT_EQ(ObjectValue::negative(5).asInt64(), 5);
     EXPECT_EQ(ObjectValue::positive(~uint64_t(0)).asInt64(), -1);
-    EXPECT_EQ(raisedBy([] { ObjectValue::boolean(true).asInt64(); }),
+    EXPECT_EQ(errorOf([] { ObjectValue::boolean(true).asInt64(); }),
               "Object type is not an integer, but an integer was expected.");
 }
 
@@ -96,11 +68,11 @@ TEST(ObjectValue, IndexAndKeyFaultsHaveKindsOfTheirOwn)
 {
     ObjectValue array = ObjectValue::array(4), map = ObjectValue::map(4);
     EXPECT_THROW(array.arrayAt(0), std::out_of_range);
-    EXPECT_EQ(raisedBy([&] { array.arrayAt(0); }), "Index out of array range.");
     EXPECT_THROW(map.mapKeyAt(0), std::out_of_range);
-    EXPECT_EQ(raisedBy([&] { map.mapValueAt(0); }), "Index out of map range.");
     EXPECT_THROW(map.mapAt("k"), std::runtime_error);
-    EXPECT_EQ(raisedBy([&] { map.mapAt("k"); }), "Key not found in map.");
+    EXPECT_EQ(errorOf([&] { array.arrayAt(0); }), "Index out of array range.");
+    EXPECT_EQ(errorOf([&] { map.mapValueAt(0); }), "Index out of map range.");
+    EXPECT_EQ(errorOf([&] { map.mapAt("k"); }), "Key not found in map.");
     EXPECT_EQ(map.mapIndexOf("k"), -1);
 }
 
@@ -144,19 +116,19 @@ TEST(ObjectValue, CopiesAreDeepAndTight)
     original.mapAppend("list", ObjectValue::array(5));
     original.mapAt("list").arrayAppend(ObjectValue::string(kLongText));
     original.mapAppend("blob", ObjectValue::blob("\1\2\3", 3));
-    const Bytes before = encodedTree(original);
+    const Bytes before = encoded(original);
     ObjectValue copy(original);
     EXPECT_EQ(copy.capacity(), 2u);
     EXPECT_EQ(copy.mapAt("list").capacity(), 1u);
     copy.mapAt("list").arrayAt(0) = ObjectValue();
     copy.mapAt("blob").takeBlob();
-    EXPECT_EQ(encodedTree(original), before);
+    EXPECT_EQ(encoded(original), before);
 
     // Itself, and a part of itself, either way.
     ObjectValue &self = original;
     original = self;
     original = std::move(self);
-    EXPECT_EQ(encodedTree(original), before);
+    EXPECT_EQ(encoded(original), before);
     original = original.mapAt("list");
     EXPECT_EQ(original.size(), 1u);
     original = std::move(original.arrayAt(0));
@@ -167,13 +139,11 @@ TEST(ObjectValue, CopiedTextKeepsItsSizeButNothingBehindItsNul)
 {
     for (const size_t tail : {3u, 30u}) {
         const std::string text = std::string("ab") + '\0' + std::string(tail, 'x');
-        const ObjectValue copy{ObjectValue(ObjectValue::string(text))};
         const ObjectValue original = ObjectValue::string(text);
         const ObjectValue copied(original);
         const std::string expected = std::string("ab") + std::string(tail + 1, '\0');
         EXPECT_EQ(std::string(original.asString(), original.size()), text);
         EXPECT_EQ(std::string(copied.asString(), copied.size()), expected);
-        EXPECT_EQ(std::string(copy.asString(), copy.size()), text);
     }
 }
 
@@ -191,16 +161,21 @@ TEST(ObjectValue, MovedFromAndEmptiedValues)
     EXPECT_EQ(bytes[2], 'c');
     EXPECT_EQ(blob.blobSize(), 0u);
     EXPECT_EQ(blob.blobData(), nullptr);
-    EXPECT_EQ(encodedTree(ObjectValue(blob)), hex("c4 00"));
+    EXPECT_EQ(encoded(ObjectValue(blob)), hex("c4 00"));
     EXPECT_EQ(ObjectValue::blob(nullptr, 0).blobSize(), 0u);
 }
 
 TEST(ObjectValue, DepthCostsNoStack)
 {
     constexpr uint32_t kDepth = 100'000;
-    ObjectValue tree = nested(kDepth);
+    ObjectValue tree = ObjectValue::string(kLongText);
+    for (uint32_t i = 0; i < kDepth; ++i) {
+        ObjectValue outer = i % 2 ? ObjectValue::map() : ObjectValue::array();
+        i % 2 ? outer.mapAppend("k", std::move(tree)) : outer.arrayAppend(std::move(tree));
+        tree = std::move(outer);
+    }
     ObjectValue copy(tree);
-    EXPECT_EQ(encodedTree(copy), encodedTree(tree));
+    EXPECT_EQ(encoded(copy), encoded(tree));
     tree = ObjectValue();
     uint32_t depth = 0;
     for (const ObjectValue *at = &copy; at->type() != ObjectType::String; ++depth)

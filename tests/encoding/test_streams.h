@@ -2,29 +2,27 @@
 
 #include "encoding/mem_stream.h"
 #include "encoding/message_writer.h"
+#include "error_of.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace tavu::test {
 
-using Bytes = std::vector<unsigned char>;
+using Bytes = std::vector<uint8_t>;
 
-/// The bytes that hexadecimal digits stand for; blanks are skipped.
+/// The bytes that hexadecimal digits stand for; blanks between bytes are skipped.
 inline Bytes hex(const std::string &digits)
 {
     Bytes bytes;
-    for (size_t i = 0; i < digits.size();) {
-        if (digits[i] == ' ') {
-            ++i;
-            continue;
-        }
-        bytes.push_back(static_cast<unsigned char>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-        i += 2;
+    for (size_t i = 0; i < digits.size(); i += digits[i] == ' ' ? 1 : 2) {
+        if (digits[i] != ' ')
+            bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
     }
     return bytes;
 }
@@ -43,7 +41,7 @@ public:
     uint64_t read(void *, uint64_t) override { return 0; }
     uint64_t write(const void *buffer, uint64_t byteCount) override
     {
-        auto *bytes = static_cast<const unsigned char *>(buffer);
+        auto *bytes = static_cast<const uint8_t *>(buffer);
         writes.emplace_back(bytes, bytes + byteCount);
         return byteCount;
     }
@@ -75,8 +73,9 @@ private:
     uint64_t position_ = 0;
 };
 
-/// What \a write writes, both as a stream of any kind and as memory takes it, which must agree.
-inline Bytes encoded(const std::function<void(MessageWriter &)> &write, bool *agree = nullptr)
+/// What \a write writes, both as a stream of any kind and as memory takes it. Raises
+/// std::logic_error when these differ.
+inline Bytes encoded(const std::function<void(MessageWriter &)> &write)
 {
     WriteLog log;
     MessageWriter logWriter(log);
@@ -88,20 +87,14 @@ inline Bytes encoded(const std::function<void(MessageWriter &)> &write, bool *ag
     MemStream stream(memory.data(), memory.size());
     MessageWriter writer(stream);
     write(writer);
-    if (agree)
-        *agree = stream.remaining() == 1 && bytes + hex("ee") == memory;
+    if (stream.remaining() != 1 || bytes + hex("ee") != memory)
+        throw std::logic_error("encoding into memory differs from encoding onto a stream");
     return bytes;
 }
 
-/// The text of what \a work raises; empty if nothing.
-inline std::string raisedBy(const std::function<void()> &work)
+inline Bytes encoded(const ObjectValue &tree)
 {
-    try {
-        work();
-    } catch (const std::exception &error) {
-        return error.what();
-    }
-    return std::string();
+    return encoded([&](MessageWriter &writer) { writer.writeObject(tree); });
 }
 
 } // namespace tavu::test

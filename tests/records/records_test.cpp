@@ -3,7 +3,7 @@
 #include "records/config_record.h"
 #include "records/meta_record.h"
 #include "records/record_file.h"
-#include "records/temporary_folder.h"
+#include "temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>

@@ -10,6 +10,8 @@
 
 namespace tavu {
 
+using Text = const std::string &;
+
 /// What a fake library offers, shared by it, its devices and the test that scripts it.
 struct FakeRecorders
 {
@@ -27,7 +29,7 @@ struct FakeRecorders
 
     /// Writes a call down, with its arguments, and raises if a fault is set for that text.
     template <typename... Arguments>
-    uint32_t note(const std::string &call, const Arguments &...arguments)
+    void note(const std::string &call, const Arguments &...arguments)
     {
         std::ostringstream text;
         text << call;
@@ -39,7 +41,6 @@ struct FakeRecorders
             throw 1;
         if (fault != faults.end())
             throw std::runtime_error(text.str() + " failed");
-        return 1;
     }
 
     /// The calls noted since the last time.
@@ -67,8 +68,8 @@ struct FakeRecorders
     std::map<std::string, Fault> faults;
     std::array<uint32_t, 4> version = {2, 1, 0, 38};
     std::function<void()> callback;
-    std::function<void()> duringSetup;
-    std::function<void()> duringReconnect;
+    std::function<void()> duringSetup = [] {};
+    std::function<void()> duringReconnect = [] {};
 };
 
 /// A device that writes down the calls which a manager's tests look at.
@@ -78,22 +79,58 @@ public:
     explicit FakeDevice(std::shared_ptr<FakeRecorders> fake) : fake_(std::move(fake)) {}
 
     uint32_t collectionIndex() override { return index_; }
-    void identify(uint32_t index, const std::string &name) override
-    {
-        index_ = index;
-        name_ = name;
-    }
+    void identify(uint32_t index, Text name) override { index_ = index, name_ = name; }
     void connect() override { fake_->note("connect", index_); }
-    void reconnect() override
-    {
-        fake_->note("reconnect", index_);
-        if (fake_->duringReconnect)
-            fake_->duringReconnect();
-    }
+    void reconnect() override { fake_->note("reconnect", index_), fake_->duringReconnect(); }
     void markDisconnected() override { fake_->note("markDisconnected", index_); }
-
     std::string name() override { return name_; }
     bool isConnected() override { return fake_->at(index_).state == 0; }
+
+    void serialOpen(uint8_t port, uint32_t baud, uint8_t parity, uint8_t stop) override
+    {
+        fake_->note("serialOpen", port, baud, parity, stop);
+    }
+    void removeFile(uint32_t file, uint32_t stream) override
+    {
+        fake_->note("removeFile", file, stream);
+    }
+    void pairPort(uint8_t port, Text identity, const void *, uint32_t size,
+                  uint16_t frames) override
+    {
+        fake_->note("pairPort " + identity, port, size, frames);
+    }
+    void repairPort(uint8_t port, Text identity, const void *, uint32_t size,
+                    uint16_t frames) override
+    {
+        fake_->note("repairPort " + identity, port, size, frames);
+    }
+    void unpairPort(uint8_t port) override { fake_->note("unpairPort", port); }
+    void setPortConfig(uint8_t port, uint16_t width, uint16_t height, uint32_t format,
+                       uint32_t taps) override
+    {
+        fake_->note("setPortConfig", port, width, height, format, taps);
+    }
+    void setup() override { fake_->note("setup"), fake_->duringSetup(); }
+    void startRecording(uint32_t mask, uint8_t trigger, uint8_t type, uint64_t count, bool pre,
+                        uint64_t preCount) override
+    {
+        fake_->note("startRecording", mask, trigger, type, count, pre, preCount);
+    }
+    void stopRecording() override { fake_->note("stopRecording"); }
+    void renameFile(uint32_t file, uint32_t stream, Text name) override
+    {
+        fake_->note("renameFile " + name, file, stream);
+    }
+    std::string setFileInfo(uint32_t file, uint32_t stream, Text name, uint16_t width,
+                            uint16_t height, uint64_t images, uint64_t dropped, uint64_t start,
+                            uint64_t end, uint64_t duration) override
+    {
+        fake_->note("setFileInfo " + name, file, stream, width, height, images, dropped, start, end,
+                    duration);
+        return name + " used";
+    }
+
+    // What the tests never look at.
     bool hasIncompleteFile() override { return false; }
     void discardIncompleteFile() override {}
     void startRecovery() override {}
@@ -101,10 +138,6 @@ public:
     void cancelRecovery() override {}
     uint32_t recoveryStatus() override { return 0; }
     std::string recoveryError() override { return {}; }
-    void serialOpen(uint8_t port, uint32_t baud, uint8_t parity, uint8_t stop) override
-    {
-        fake_->note("serialOpen", port, baud, parity, stop);
-    }
     uint32_t serialGetBaudRate(uint8_t) override { return 0; }
     void serialSetBaudRate(uint8_t, uint32_t) override {}
     uint32_t serialRead(uint8_t, void *, uint32_t) override { return 0; }
@@ -117,66 +150,19 @@ public:
     std::string portName(uint8_t) override { return {}; }
     bool isCxp() override { return false; }
     std::vector<FileRecord> listFiles() override { return {}; }
-    void openFile(uint32_t &, std::string &, uint32_t file, uint32_t stream) override
-    {
-        fake_->note("openFile", file, stream);
-    }
+    void openFile(uint32_t &, std::string &, uint32_t, uint32_t) override {}
     void fileInfo(uint32_t, uint16_t &, uint16_t &, uint32_t &, uint64_t &, uint64_t &) override {}
     void closeFile(uint32_t) override {}
     void readFrame(uint32_t, uint64_t) override {}
-    void removeFile(uint32_t file, uint32_t stream) override
-    {
-        fake_->note("removeFile", file, stream);
-    }
     void fileIdentity(uint32_t, uint32_t, ByteBlock &) override {}
-    void pairPort(uint8_t port, const std::string &identity, const void *, uint32_t size,
-                  uint16_t frames) override
-    {
-        fake_->note("pairPort " + identity, port, size, frames);
-    }
-    void repairPort(uint8_t port, const std::string &identity, const void *, uint32_t size,
-                    uint16_t frames) override
-    {
-        fake_->note("repairPort " + identity, port, size, frames);
-    }
-    void unpairPort(uint8_t port) override { fake_->note("unpairPort", port); }
     void portIdentity(uint8_t, ByteBlock &) override {}
     uint16_t framesPerPacket(uint8_t) override { return 0; }
     std::string pairedTo(uint8_t) override { return {}; }
     void getPortConfig(uint8_t, uint16_t &, uint16_t &, uint32_t &, uint32_t &) override {}
-    void setPortConfig(uint8_t port, uint16_t width, uint16_t height, uint32_t format,
-                       uint32_t taps) override
-    {
-        fake_->note("setPortConfig", port, width, height, format, taps);
-    }
-    void setup() override
-    {
-        fake_->note("setup");
-        if (fake_->duringSetup)
-            fake_->duringSetup();
-    }
-    void startRecording(uint32_t mask, uint8_t trigger, uint8_t type, uint64_t count,
-                        bool usePretrigger, uint64_t pretriggerCount) override
-    {
-        fake_->note("startRecording", mask, trigger, type, count, usePretrigger, pretriggerCount);
-    }
-    void stopRecording() override { fake_->note("stopRecording"); }
     void softwareTrigger() override {}
     bool isRecordingDone() override { return false; }
     void recordingFile(uint8_t, uint32_t &, uint32_t &) override {}
     void recordingProgress(uint8_t, uint64_t &, bool &) override {}
-    void renameFile(uint32_t file, uint32_t stream, const std::string &name) override
-    {
-        fake_->note("renameFile " + name, file, stream);
-    }
-    std::string setFileInfo(uint32_t file, uint32_t stream, const std::string &name, uint16_t width,
-                            uint16_t height, uint64_t images, uint64_t dropped, uint64_t start,
-                            uint64_t end, uint64_t duration) override
-    {
-        fake_->note("setFileInfo " + name, file, stream, width, height, images, dropped, start, end,
-                    duration);
-        return name + " used";
-    }
     uint8_t percentUsed() override { return 0; }
     uint8_t hardwareType() override { return 0; }
     std::string startLive(uint8_t) override { return {}; }
@@ -195,8 +181,7 @@ class FakeLibrary : public RecorderLibrary, public RecorderInstance, public Reco
 public:
     explicit FakeLibrary(std::shared_ptr<FakeRecorders> fake) : fake_(std::move(fake)) {}
 
-    std::shared_ptr<RecorderInstance> initialize(const std::string &name, bool flag,
-                                                 uint32_t scope) override
+    std::shared_ptr<RecorderInstance> initialize(Text name, bool flag, uint32_t scope) override
     {
         fake_->note("initialize " + name, flag, scope);
         return std::make_shared<FakeLibrary>(fake_);

@@ -195,7 +195,8 @@ int prepareStorage(Session &session, bool confirmed)
     const size_t listed = service.listFiles(session.device).size();
     if (listed > 0)
         note("the list still shows " + counted(listed, "recording") +
-             " until the service starts anew; they can't be opened any more");
+             " that can't be opened any more, and new ones may get their numbers: start the "
+             "service\nanew before you record");
     return kSuccess;
 }
 

@@ -35,16 +35,4 @@ inline void writeFile(const std::filesystem::path &path, const std::string &cont
     std::ofstream(path, std::ios::binary) << content;
 }
 
-/// The text of the exception that \a operation raises; empty when it raises none.
-template <typename Operation>
-std::string errorOf(Operation operation)
-{
-    try {
-        operation();
-    } catch (const std::exception &error) {
-        return error.what();
-    }
-    return std::string();
-}
-
 } // namespace tavu
