@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
 #include <stdexcept>
@@ -14,6 +15,10 @@ namespace tavu {
 namespace {
 
 constexpr size_t kNameBytes = 512;
+
+// The system touches the whole buffer of a read before any byte comes: one that a client has only
+// announced must not become real memory by that.
+constexpr uint32_t kMostReadBytes = 1u << 20;
 
 constexpr DWORD kNextInstance = PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED;
 constexpr DWORD kFirstInstance = kNextInstance | FILE_FLAG_FIRST_PIPE_INSTANCE;
@@ -47,7 +52,8 @@ int64_t LocalSocket::systemRead(NativeHandle handle, void *buffer, uint32_t byte
     // A peer that writes no bytes at all ends a read, but not the channel.
     DWORD moved = 0;
     while (moved == 0) {
-        if (!ReadFile(nativeHandle(handle), buffer, byteCount, &moved, nullptr))
+        if (!ReadFile(nativeHandle(handle), buffer, std::min(byteCount, kMostReadBytes), &moved,
+                      nullptr))
             return -1;
     }
     return moved;

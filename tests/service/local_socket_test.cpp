@@ -152,7 +152,7 @@ TEST_F(LocalSocketTest, AbortEndsAcceptForGood)
     EXPECT_EQ("Pipe not open.", raisedBy(server_));
     ASSERT_TRUE(server_.listen(name_, false));
     auto accepting = std::async(std::launch::async, [&] { return raisedBy(server_); });
-    EXPECT_EQ(std::future_status::timeout, accepting.wait_for(std::chrono::milliseconds(20)));
+    EXPECT_EQ(std::future_status::timeout, accepting.wait_for(std::chrono::milliseconds(300)));
     server_.abort();
     ASSERT_EQ(std::future_status::ready, accepting.wait_for(std::chrono::seconds(30)));
     EXPECT_EQ("ConnectNamedPipe aborted.", accepting.get());

@@ -68,7 +68,7 @@ std::string adviceFor(const std::string &serviceText, Session &session)
 {
     if (serviceText == "Invalid device index." && session.service().deviceCount() == 0)
         return "the service has no device: connect a recorder, or start the service with\n"
-               "`TAVUSRV_ENABLE_EMULATOR=1 tavusvc noautoclose` for the emulated device";
+               "TAVUSRV_ENABLE_EMULATOR=1 in its environment for the emulated device";
     const auto found = std::find_if(kAdvice.begin(), kAdvice.end(), [&](const Advice &advice) {
         return advice.serviceText == serviceText;
     });
