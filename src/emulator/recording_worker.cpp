@@ -16,6 +16,10 @@ constexpr uint64_t kFrameInterval = 33'000'000; ///< nanoseconds
 constexpr uint64_t kFrameClockStep = 33;        ///< milliseconds of the clock in the frames
 constexpr uint64_t kFrameClockStart = 86'400'000;
 
+/// Frames that no camera has are made and written in pieces of this size, so that a geometry alone
+/// can't take all of the machine's memory.
+constexpr uint32_t kMostPixelsAtOnce = 1u << 27;
+
 enum LimitType : uint8_t
 {
     LimitFrames = 1,
@@ -48,20 +52,28 @@ public:
 private:
     void writeFrame(uint16_t *pixels)
     {
-        const size_t frameBytes = size_t(job_.pixelsPerFrame) * 2;
-        fillRamp(pixels, job_.pixelsPerFrame, ramp_);
-        ramp_ = static_cast<uint16_t>(ramp_ + job_.pixelsPerFrame);
-
         header_.stamp(clock_, frameNumber_);
         clock_ += kFrameClockStep;
         ++frameNumber_;
-        const size_t rowBytes = size_t(state_.width.load(std::memory_order_relaxed)) * 2;
-        std::memcpy(pixels, header_.bytes().data(),
-                    std::min({rowBytes, FrameHeader::kSize, frameBytes}));
-
-        // A full disk goes unnoticed here: the stop counts what really reached the file.
-        static_cast<void>(std::fwrite(pixels, 1, frameBytes, job_.file.get()));
+        for (uint32_t done = 0; done < job_.pixelsPerFrame;) {
+            const uint32_t count = std::min(job_.pixelsPerFrame - done, kMostPixelsAtOnce);
+            fillRamp(pixels, count, ramp_);
+            ramp_ = static_cast<uint16_t>(ramp_ + count);
+            const size_t bytes = size_t(count) * 2;
+            if (done == 0)
+                placeHeader(pixels, bytes);
+            // A full disk goes unnoticed here: the stop counts what really reached the file.
+            static_cast<void>(std::fwrite(pixels, 1, bytes, job_.file.get()));
+            done += count;
+        }
         state_.frames.fetch_add(1);
+    }
+
+    /// Clipped to the port's present row, and to the \a room that there is.
+    void placeHeader(uint16_t *pixels, size_t room)
+    {
+        const size_t rowBytes = size_t(state_.width.load(std::memory_order_relaxed)) * 2;
+        std::memcpy(pixels, header_.bytes().data(), std::min({rowBytes, FrameHeader::kSize, room}));
     }
 
     bool limitReached(uint64_t schedule, uint64_t end) const
@@ -88,7 +100,8 @@ private:
 
 void recordFrames(RecordingJob job, RecordingState &state) noexcept
 {
-    const std::unique_ptr<uint16_t[]> pixels(new (std::nothrow) uint16_t[job.pixelsPerFrame]);
+    const size_t count = std::min(job.pixelsPerFrame, kMostPixelsAtOnce);
+    const std::unique_ptr<uint16_t[]> pixels(new (std::nothrow) uint16_t[count]);
     if (pixels)
         FrameWriter(job, state).run(pixels.get());
     job.file.reset();
