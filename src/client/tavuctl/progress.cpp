@@ -63,7 +63,8 @@ void Progress::draw()
         fraction = static_cast<double>(count_) / static_cast<double>(*total_);
     if (live_ && fraction)
         line += bar(*fraction);
-    line += " " + std::to_string(count_);
+    line += ' ';
+    line += std::to_string(count_);
     if (total_)
         line += " of " + counted(*total_, noun_);
     else
