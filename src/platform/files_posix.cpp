@@ -1,9 +1,10 @@
-#include "platform/environment.h"
 #include "platform/files.h"
+#include "platform/environment.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <pwd.h>
 #include <unistd.h>
 
 namespace tavu {
@@ -29,7 +30,9 @@ std::string userDataFolder()
         return *environmentVariable("XDG_DATA_HOME");
     if (environmentFlag("HOME"))
         return *environmentVariable("HOME") + "/.local/share";
-    return std::string();
+    // A service manager may start us without a home in the environment.
+    const passwd *user = ::getpwuid(::geteuid());
+    return user ? std::string(user->pw_dir) + "/.local/share" : std::string();
 }
 
 InputFile::InputFile(const std::string &path) : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))

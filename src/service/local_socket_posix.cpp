@@ -1,5 +1,5 @@
-#include "platform/environment.h"
 #include "service/local_socket.h"
+#include "platform/environment.h"
 
 #include <cerrno>
 #include <chrono>

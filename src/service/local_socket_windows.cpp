@@ -1,5 +1,5 @@
-#include "platform/wide_text_windows.h"
 #include "service/local_socket.h"
+#include "platform/wide_text_windows.h"
 #include "service/shared_security_windows.h"
 
 #include <windows.h>
