@@ -1,5 +1,6 @@
 #include "protocol/commands.h"
 #include "protocol/parameters.h"
+#include "protocol/simple_commands.h"
 
 namespace tavu::commands {
 
@@ -27,10 +28,7 @@ Reply serialOpen(Session &session, const ObjectValue &request)
 
 Reply serialGetBaudRate(Session &session, const ObjectValue &request)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    return Reply().add("baudRate", session.devices.serialGetBaudRate(device, port));
+    return askPort(session, request, "baudRate", &DeviceManager::serialGetBaudRate);
 }
 
 Reply serialSetBaudRate(Session &session, const ObjectValue &request)
@@ -66,20 +64,12 @@ Reply serialWrite(Session &session, const ObjectValue &request)
 
 Reply serialClear(Session &session, const ObjectValue &request)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    session.devices.serialClear(device, port);
-    return Reply();
+    return onPort(session, request, &DeviceManager::serialClear);
 }
 
 Reply serialClose(Session &session, const ObjectValue &request)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    session.devices.serialClose(device, port);
-    return Reply();
+    return onPort(session, request, &DeviceManager::serialClose);
 }
 
 /// The answer always holds all of the bytes that were asked for.

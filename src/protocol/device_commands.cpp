@@ -1,5 +1,5 @@
 #include "protocol/commands.h"
-#include "protocol/parameters.h"
+#include "protocol/simple_commands.h"
 
 namespace tavu::commands {
 
@@ -10,53 +10,43 @@ Reply deviceCount(Session &session, const ObjectValue &)
 
 Reply deviceName(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("name", session.devices.name(device));
+    return askDevice(session, request, "name", &DeviceManager::name);
 }
 
 Reply deviceConnected(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("connected", session.devices.isConnected(device));
+    return askDevice(session, request, "connected", &DeviceManager::isConnected);
 }
 
 Reply isCxp(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("isCxp", session.devices.isCxp(device));
+    return askDevice(session, request, "isCxp", &DeviceManager::isCxp);
 }
 
 Reply portCount(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("count", session.devices.portCount(device));
+    return askDevice(session, request, "count", &DeviceManager::portCount);
 }
 
 Reply portName(Session &session, const ObjectValue &request)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    return Reply().add("name", session.devices.portName(device, port));
+    return askPort(session, request, "name", &DeviceManager::portName);
 }
 
 Reply percentUsed(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("percent", session.devices.percentUsed(device));
+    return askDevice(session, request, "percent", &DeviceManager::percentUsed);
 }
 
 Reply hardwareType(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("hardwareType", session.devices.hardwareType(device));
+    return askDevice(session, request, "hardwareType", &DeviceManager::hardwareType);
 }
 
 /// Passes any number on, whether such a device exists or not.
 Reply notifyFilesChanged(Session &session, const ObjectValue &request)
 {
-    session.devices.notifyFilesChanged(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::notifyFilesChanged);
 }
 
 Reply lockGlobal(Session &session, const ObjectValue &)

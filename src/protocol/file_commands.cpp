@@ -1,5 +1,6 @@
 #include "protocol/commands.h"
 #include "protocol/parameters.h"
+#include "protocol/simple_commands.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -40,8 +41,7 @@ void requireOpenedHere(const Session &session, const OpenFileRef &file)
 
 Reply listFiles(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("files", session.devices.listFiles(device));
+    return askDevice(session, request, "files", &DeviceManager::listFiles);
 }
 
 Reply openFile(Session &session, const ObjectValue &request)

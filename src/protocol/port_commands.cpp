@@ -1,5 +1,6 @@
 #include "protocol/commands.h"
 #include "protocol/parameters.h"
+#include "protocol/simple_commands.h"
 
 namespace tavu::commands {
 
@@ -25,8 +26,7 @@ struct Pairing
 
 Reply setup(Session &session, const ObjectValue &request)
 {
-    session.devices.setup(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::setup);
 }
 
 Reply pairPort(Session &session, const ObjectValue &request)
@@ -39,10 +39,7 @@ Reply pairPort(Session &session, const ObjectValue &request)
 
 Reply pairedTo(Session &session, const ObjectValue &request)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    return Reply().add("pairedTo", session.devices.pairedTo(device, port));
+    return askPort(session, request, "pairedTo", &DeviceManager::pairedTo);
 }
 
 Reply repairPort(Session &session, const ObjectValue &request)
@@ -55,11 +52,7 @@ Reply repairPort(Session &session, const ObjectValue &request)
 
 Reply unpairPort(Session &session, const ObjectValue &request)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    session.devices.unpairPort(device, port);
-    return Reply();
+    return onPort(session, request, &DeviceManager::unpairPort);
 }
 
 Reply portIdentity(Session &session, const ObjectValue &request)
@@ -74,10 +67,7 @@ Reply portIdentity(Session &session, const ObjectValue &request)
 
 Reply framesPerPacket(Session &session, const ObjectValue &request)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    return Reply().add("numFramesPerPacket", session.devices.framesPerPacket(device, port));
+    return askPort(session, request, "numFramesPerPacket", &DeviceManager::framesPerPacket);
 }
 
 Reply getPortConfig(Session &session, const ObjectValue &request)

@@ -1,5 +1,6 @@
 #include "protocol/commands.h"
 #include "protocol/parameters.h"
+#include "protocol/simple_commands.h"
 
 namespace tavu::commands {
 
@@ -20,20 +21,17 @@ Reply startRecording(Session &session, const ObjectValue &request)
 
 Reply stopRecording(Session &session, const ObjectValue &request)
 {
-    session.devices.stopRecording(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::stopRecording);
 }
 
 Reply softwareTrigger(Session &session, const ObjectValue &request)
 {
-    session.devices.softwareTrigger(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::softwareTrigger);
 }
 
 Reply isRecordingDone(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("done", session.devices.isRecordingDone(device));
+    return askDevice(session, request, "done", &DeviceManager::isRecordingDone);
 }
 
 Reply recordingFile(Session &session, const ObjectValue &request)

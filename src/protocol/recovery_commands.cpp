@@ -1,49 +1,42 @@
 #include "protocol/commands.h"
-#include "protocol/parameters.h"
+#include "protocol/simple_commands.h"
 
 namespace tavu::commands {
 
 Reply hasIncompleteFile(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("hasIncompleteFile", session.devices.hasIncompleteFile(device));
+    return askDevice(session, request, "hasIncompleteFile", &DeviceManager::hasIncompleteFile);
 }
 
 Reply discardIncompleteFile(Session &session, const ObjectValue &request)
 {
-    session.devices.discardIncompleteFile(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::discardIncompleteFile);
 }
 
 Reply startRecovery(Session &session, const ObjectValue &request)
 {
-    session.devices.startRecovery(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::startRecovery);
 }
 
 Reply cancelRecovery(Session &session, const ObjectValue &request)
 {
-    session.devices.cancelRecovery(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::cancelRecovery);
 }
 
 Reply recoveryStatus(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("status", session.devices.recoveryStatus(device));
+    return askDevice(session, request, "status", &DeviceManager::recoveryStatus);
 }
 
 /// A success that carries a key called "error", inside "result".
 Reply recoveryError(Session &session, const ObjectValue &request)
 {
-    const uint32_t device = Parameters(request).deviceId();
-    return Reply().add("error", session.devices.recoveryError(device));
+    return askDevice(session, request, "error", &DeviceManager::recoveryError);
 }
 
 Reply finishRecovery(Session &session, const ObjectValue &request)
 {
-    session.devices.finishRecovery(Parameters(request).deviceId());
-    return Reply();
+    return onDevice(session, request, &DeviceManager::finishRecovery);
 }
 
 } // namespace tavu::commands
