@@ -26,4 +26,15 @@ SharedRegion::~SharedRegion()
     close();
 }
 
+bool SharedRegion::adopt(const std::string &name, intptr_t handle, void *view, uint64_t viewSize)
+{
+    mappingName_ = name;
+    mappingHandle_ = handle;
+    view_ = view;
+    viewSize_ = viewSize;
+    if (!view)
+        close();
+    return view != nullptr;
+}
+
 } // namespace tavu

@@ -34,6 +34,9 @@ public:
     std::string mappingName() const { return mappingName_; }
 
 private:
+    /// Takes over a new mapping; false, and closed, when \a view is null.
+    bool adopt(const std::string &name, intptr_t handle, void *view, uint64_t viewSize);
+
     std::string mappingName_;
     intptr_t mappingHandle_ = 0; ///< 0 when closed
     void *view_ = nullptr;

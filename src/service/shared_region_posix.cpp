@@ -1,5 +1,6 @@
 #include "service/shared_region.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -92,13 +93,7 @@ bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool
     }
     if (fd < 0)
         return false;
-    mappingName_ = name;
-    mappingHandle_ = fd + 1;
-    view_ = reserve(fd, size) ? mapObject(fd, size) : nullptr;
-    viewSize_ = size;
-    if (!view_)
-        close();
-    return view_ != nullptr;
+    return adopt(name, fd + 1, reserve(fd, size) ? mapObject(fd, size) : nullptr, size);
 }
 
 bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool /*global*/)
@@ -111,14 +106,9 @@ bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool /*gl
     const int fd = objectSize > 0 ? createObject(name) : -1;
     if (fd < 0)
         return false;
-    mappingName_ = name;
-    mappingHandle_ = fd + 1;
-    view_ = reserve(fd, objectSize) ? mapObject(fd, objectSize) : nullptr;
     // Never more than the view has, whatever was asked for.
-    viewSize_ = size < objectSize ? size : objectSize;
-    if (!view_)
-        close();
-    return view_ != nullptr;
+    return adopt(name, fd + 1, reserve(fd, objectSize) ? mapObject(fd, objectSize) : nullptr,
+                 std::min(size, objectSize));
 }
 
 bool SharedRegion::open(const std::string &name)

@@ -58,13 +58,7 @@ bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool
     }
     if (!mapping)
         return false;
-    mappingName_ = name;
-    mappingHandle_ = reinterpret_cast<intptr_t>(mapping);
-    view_ = mapWhole(mapping);
-    viewSize_ = size;
-    if (!view_)
-        close();
-    return view_ != nullptr;
+    return adopt(name, reinterpret_cast<intptr_t>(mapping), mapWhole(mapping), size);
 }
 
 bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool global)
@@ -78,13 +72,7 @@ bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool glob
     const HANDLE mapping = createMapping(wideText(fullName), high, high, security);
     if (!mapping)
         return false;
-    mappingName_ = fullName;
-    mappingHandle_ = reinterpret_cast<intptr_t>(mapping);
-    view_ = mapWhole(mapping);
-    viewSize_ = size;
-    if (!view_)
-        close();
-    return view_ != nullptr;
+    return adopt(fullName, reinterpret_cast<intptr_t>(mapping), mapWhole(mapping), size);
 }
 
 bool SharedRegion::open(const std::string &name)
