@@ -6,6 +6,7 @@
 
 #include <psapi.h>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
 namespace tavu::test {
@@ -64,6 +65,23 @@ Handle openForAppend(const std::string &path)
                        OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
+/// Suspended, so that it can be put into the group before it starts anything. A start can fail for
+/// a moment, while the system still clears up behind the process that ran the same file before.
+PROCESS_INFORMATION startSuspended(const std::wstring &program, std::wstring &line,
+                                   STARTUPINFOW &startup)
+{
+    constexpr int attempts = 20;
+    constexpr DWORD pause = 100; ///< milliseconds
+    PROCESS_INFORMATION process = {};
+    for (int i = 0; i < attempts; ++i) {
+        if (CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_SUSPENDED,
+                           nullptr, nullptr, &startup, &process))
+            return process;
+        Sleep(pause);
+    }
+    return {};
+}
+
 } // namespace
 
 void setVariable(const std::string &name, const std::optional<std::string> &value)
@@ -86,11 +104,10 @@ ChildProcess::ChildProcess(const std::string &program, const std::vector<std::st
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = output.get();
     startup.hStdError = error.get();
-    PROCESS_INFORMATION process = {};
-    // Suspended, so that it is in the group before it can start anything.
-    if (!CreateProcessW(wideText(program).c_str(), line.data(), nullptr, nullptr, TRUE,
-                        CREATE_SUSPENDED, nullptr, nullptr, &startup, &process))
-        throw std::runtime_error("can't start " + program);
+    const PROCESS_INFORMATION process = startSuspended(wideText(program), line, startup);
+    if (!process.hProcess)
+        throw std::runtime_error("can't start " + program + ": error " +
+                                 std::to_string(GetLastError()));
     AssignProcessToJobObject(processGroup(), process.hProcess);
     ResumeThread(process.hThread);
     CloseHandle(process.hThread);

@@ -17,4 +17,7 @@ bool enforcesOneInstance();
 /// Whether a region's name leads to it for as long as anybody has it mapped, we included.
 bool regionsStayForTheirUsers();
 
+/// Whether each read of a byte costs so much that tests had better have fewer of them.
+bool transfersAreSlow();
+
 } // namespace tavu::test

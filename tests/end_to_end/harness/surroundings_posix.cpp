@@ -29,4 +29,9 @@ bool regionsStayForTheirUsers()
     return false;
 }
 
+bool transfersAreSlow()
+{
+    return false;
+}
+
 } // namespace tavu::test

@@ -81,4 +81,9 @@ bool regionsStayForTheirUsers()
     return true;
 }
 
+bool transfersAreSlow()
+{
+    return runsUnderWine();
+}
+
 } // namespace tavu::test
