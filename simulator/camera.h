@@ -1,0 +1,57 @@
+#pragma once
+
+#include "description.h"
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace simulator {
+
+using Clock = std::chrono::steady_clock;
+
+/// The camera on a port: its memory, whether it sends, and when. Any thread.
+class Camera
+{
+public:
+    /// One frame that the camera sends.
+    struct Tick
+    {
+        uint64_t number = 0; ///< since the camera began to send
+        Clock::time_point due;
+    };
+
+    explicit Camera(const PortDescription &description);
+
+    /// A changed description takes effect at once. A camera that is plugged in anew has its first
+    /// memory again.
+    void describe(const PortDescription &description);
+
+    bool isPresent() const;
+    /// Frames a second that arrive; 0 while the camera is absent or silent.
+    double frameRate() const;
+    /// The first frame that is due after \a time; none while the camera sends nothing.
+    std::optional<Tick> nextTick(Clock::time_point time) const;
+
+    /// Start or stop to send.
+    void wake();
+    void silence();
+
+    /// Both raise Common::GeneralException when there is no camera or no such memory.
+    void readMemory(uint32_t address, void *target, uint64_t size) const;
+    void writeMemory(uint32_t address, const void *source, uint64_t size);
+
+private:
+    void restart();
+
+    mutable std::mutex mutex_;
+    PortDescription description_;
+    std::vector<uint8_t> memory_;
+    bool sending_ = false;
+    Clock::time_point origin_; ///< when frame 0 was due
+};
+
+} // namespace simulator
