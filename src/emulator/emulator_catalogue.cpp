@@ -1,32 +1,14 @@
 #include "emulator/tavu_device_emulator.h"
 
+#include "records/recording_name.h"
+
 #include <algorithm>
-#include <charconv>
 #include <mutex>
 #include <stdexcept>
-#include <string_view>
 
 namespace tavu {
 
 namespace {
-
-constexpr size_t kNoCandidate = ~size_t(0);
-
-/// The number of the candidate that \a name is: 0 for \a wanted itself, n for "wanted(n)".
-size_t candidateNumber(std::string_view name, std::string_view wanted)
-{
-    if (!name.starts_with(wanted))
-        return kNoCandidate;
-    name.remove_prefix(wanted.size());
-    if (name.empty())
-        return 0;
-    if (name.size() < 3 || name.front() != '(' || name.back() != ')' || name[1] == '0')
-        return kNoCandidate;
-    size_t number = 0;
-    const char *const end = name.data() + name.size() - 1;
-    const auto parsed = std::from_chars(name.data() + 1, end, number);
-    return parsed.ec == std::errc() && parsed.ptr == end ? number : kNoCandidate;
-}
 
 template <typename List>
 auto findById(List &list, uint32_t fileId)
@@ -58,19 +40,6 @@ TavuDeviceEmulator::OpenSlot &TavuDeviceEmulator::openSlot(uint32_t openFileId)
     if (!slot.file.isOpen())
         throw std::runtime_error("File not open");
     return slot;
-}
-
-std::string TavuDeviceEmulator::unusedName(const std::string &wanted) const
-{
-    // One pass, whatever the number of names: n of them leave one of the first n + 1 candidates.
-    std::vector<bool> taken(visibleFiles_.size() + 1);
-    for (const FileRecord &record : visibleFiles_) {
-        const size_t number = candidateNumber(record.name, wanted);
-        if (number < taken.size())
-            taken[number] = true;
-    }
-    const auto number = std::find(taken.begin(), taken.end(), false) - taken.begin();
-    return number == 0 ? wanted : wanted + "(" + std::to_string(number) + ")";
 }
 
 std::vector<FileRecord> TavuDeviceEmulator::listFiles()
@@ -121,7 +90,7 @@ std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const std
     const FileEntry entry = findFile(fileId);
     FileRecord &record = *entry.visible;
     // The record's own name counts as taken too.
-    record.name = unusedName(name);
+    record.name = unusedRecordingName(visibleFiles_, name);
     record.width = width;
     record.height = height;
     record.numFrames = numImages;

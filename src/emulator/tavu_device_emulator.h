@@ -132,7 +132,6 @@ private:
     static void checkPort(uint8_t port);
     /// Raises "Invalid fileId" when either list lacks the id.
     FileEntry findFile(uint32_t fileId);
-    std::string unusedName(const std::string &wanted) const;
     /// Raises "Invalid fileId" for a number never handed out and "File not open" for a free slot.
     OpenSlot &openSlot(uint32_t openFileId);
     uint32_t nextFileId() const;

@@ -3,9 +3,9 @@
 #include "encoding/message_writer.h"
 #include "platform/diagnostics.h"
 #include "protocol/commands.h"
+#include "registry/failure_text.h"
 
 #include <cstring>
-#include <exception>
 #include <stdexcept>
 
 namespace tavu {
@@ -81,10 +81,13 @@ void RequestLoop::run(const Command &command, const ObjectValue &request)
     Reply reply;
     try {
         reply = command.handler(session_, request);
-    } catch (const std::exception &error) {
+    } catch (...) {
+        const char *text = currentFailureText();
+        if (!text)
+            throw;
         if (command.echoesFailure)
-            printLine(stderr, "%s\n", error.what());
-        sendError(writer_, error.what());
+            printLine(stderr, "%s\n", text);
+        sendError(writer_, text);
         return;
     }
     reply.write(writer_);

@@ -1,6 +1,7 @@
 #include "registry/device_manager.h"
 
 #include "emulator/tavu_device_emulator.h"
+#include "hardware/quillon_library.h"
 #include "platform/environment.h"
 
 #include <stdexcept>
@@ -18,7 +19,7 @@ constexpr std::array<uint32_t, 4> kLibraryVersion = {2, 1, 0, 38};
 
 } // namespace
 
-DeviceManager::DeviceManager() : DeviceManager(std::make_unique<AbsentRecorderLibrary>()) {}
+DeviceManager::DeviceManager() : DeviceManager(std::make_unique<QuillonLibrary>()) {}
 
 DeviceManager::DeviceManager(std::unique_ptr<RecorderLibrary> library)
     : library_(std::move(library))

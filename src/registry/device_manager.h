@@ -27,7 +27,7 @@ namespace tavu {
 class DeviceManager
 {
 public:
-    /// A manager for a machine without recorder library.
+    /// A manager that drives recorders through the maker's library, where there is one.
     DeviceManager();
     explicit DeviceManager(std::unique_ptr<RecorderLibrary> library);
     DeviceManager(const DeviceManager &) = delete;

@@ -1,8 +1,25 @@
 #include "registry/failure_text.h"
 
+#include "hardware/binding/late_binding.h"
+#include "hardware/library/common.h"
+
 #include <exception>
 
 namespace tavu {
+
+namespace {
+
+/// Even this is a function of the library, which can lack it.
+const char *textOf(const Common::GeneralException &error) noexcept
+{
+    try {
+        return error.what();
+    } catch (...) {
+        return kLateBindingFailure;
+    }
+}
+
+} // namespace
 
 const char *currentFailureText() noexcept
 {
@@ -10,6 +27,8 @@ const char *currentFailureText() noexcept
         throw;
     } catch (const std::exception &error) {
         return error.what();
+    } catch (const Common::GeneralException &error) {
+        return textOf(error);
     } catch (...) {
         return nullptr;
     }

@@ -89,13 +89,4 @@ public:
                                                          bool flag, uint32_t scope) = 0;
 };
 
-/// The library on a machine without one.
-class AbsentRecorderLibrary : public RecorderLibrary
-{
-public:
-    /// Raises std::runtime_error "delayload failure".
-    std::shared_ptr<RecorderInstance> initialize(const std::string &applicationName, bool flag,
-                                                 uint32_t scope) override;
-};
-
 } // namespace tavu

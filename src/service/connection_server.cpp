@@ -1,11 +1,11 @@
 #include "service/connection_server.h"
 #include "platform/diagnostics.h"
 #include "protocol/request_loop.h"
+#include "registry/failure_text.h"
 #include "service/shared_region.h"
 
 #include <algorithm>
 #include <condition_variable>
-#include <exception>
 #include <thread>
 
 namespace tavu {
@@ -67,8 +67,11 @@ void ConnectionServer::run()
     removeStaleRegions(kRegionBaseName);
     try {
         devices_.start();
-    } catch (const std::exception &error) {
-        printLine(stdout, "caught exception: %s\n", error.what());
+    } catch (...) {
+        const char *text = currentFailureText();
+        if (!text)
+            throw;
+        printLine(stdout, "caught exception: %s\n", text);
         return;
     }
     // Whatever ends the accept loop ends the service.

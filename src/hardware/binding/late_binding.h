@@ -1,0 +1,12 @@
+#pragma once
+
+namespace tavu {
+
+// The functions of the recorder library are bound late: each one is looked up by its name when it
+// is called for the first time, and the service runs without the library. This folder has no
+// operation of its own: whoever calls a function of hardware/library gets there through it.
+
+/// Text of the std::runtime_error that a call raises when the library or the function is absent.
+inline constexpr const char *kLateBindingFailure = "delayload failure";
+
+} // namespace tavu

@@ -1,0 +1,26 @@
+#include "hardware/binding/late_binding.h"
+
+#include <stdexcept>
+
+#include <windows.h>
+
+#include <delayimp.h>
+
+namespace {
+
+/// Called by the late loader when it finds no library or no function, in the place of its own
+/// structured fault.
+FARPROC WINAPI failToLoad(unsigned notification, PDelayLoadInfo)
+{
+    if (notification == dliFailLoadLib || notification == dliFailGetProc)
+        throw std::runtime_error(tavu::kLateBindingFailure);
+    return nullptr;
+}
+
+} // namespace
+
+// The late loader's hook, by the name that it has there.
+extern "C" {
+extern const PfnDliHook __pfnDliFailureHook2;
+const PfnDliHook __pfnDliFailureHook2 = failToLoad;
+}

@@ -1,0 +1,159 @@
+#include "hardware/stavu_device.h"
+
+#include "hardware/binding/buffers.h"
+#include "hardware/binding/handles.h"
+
+#include <cstring>
+#include <stdexcept>
+
+namespace tavu {
+
+namespace {
+
+constexpr uint32_t kReceiveTimeLimit = 100;
+
+void requireEnabled(Quillon::SerialPort &serial)
+{
+    if (!serial.isEnabled())
+        throw std::runtime_error("Serial port not enabled.");
+}
+
+boost::shared_ptr<Common::Buffer> bufferOf(const void *data, uint32_t size)
+{
+    const auto buffer = allocateBuffer(size);
+    if (size > 0)
+        std::memcpy(buffer->data(), data, size);
+    return buffer;
+}
+
+void copyOut(void *target, Common::Buffer &buffer, uint32_t size)
+{
+    if (size > 0)
+        std::memcpy(target, buffer.data(), size);
+}
+
+} // namespace
+
+Quillon::SerialPort &STavuDevice::openChannel(const PortState &state)
+{
+    if (!state.serialPort)
+        throw std::runtime_error("Serial port not open.");
+    return *state.serialPort;
+}
+
+// A failure behind the storing of the channel leaves it open.
+void STavuDevice::serialOpen(uint8_t port, uint32_t baudRate, uint8_t parity, uint8_t stopBits)
+{
+    std::lock_guard guard(lock_);
+    PortState &state = portState(port);
+    if (state.serialPort)
+        throw std::runtime_error("Serial port already open.");
+    const auto camera = libraryPort(*device(), port);
+    if (!camera->hasSerial())
+        throw std::runtime_error("serial not supported on this device");
+    if (!camera->isCameraDetected())
+        throw std::runtime_error("camera not detected");
+    state.serialPort = camera->serial();
+    if (!state.serialPort)
+        throw std::runtime_error("failed to get serial port from camera port.");
+    Quillon::SerialPort &serial = *state.serialPort;
+    serial.setBaudRate(baudRate);
+    serial.setParity(parity);
+    serial.setStopBits(stopBits);
+    serial.setWatermark(serial.watermarkLimit() / 16);
+    serial.setEnabled(true);
+}
+
+uint32_t STavuDevice::serialGetBaudRate(uint8_t port)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    openChannel(state);
+    const auto portLock = handOver(deviceLock, state.portLock);
+    Quillon::SerialPort &serial = openChannel(state);
+    return serial.baudRate();
+}
+
+void STavuDevice::serialSetBaudRate(uint8_t port, uint32_t baudRate)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    openChannel(state);
+    const auto portLock = handOver(deviceLock, state.portLock);
+    Quillon::SerialPort &serial = openChannel(state);
+    serial.setEnabled(false);
+    serial.setBaudRate(baudRate);
+    serial.setEnabled(true);
+}
+
+// All or nothing: the full size is delivered, or the read fails.
+uint32_t STavuDevice::serialRead(uint8_t port, void *buffer, uint32_t size)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    openChannel(state);
+    const auto portLock = handOver(deviceLock, state.portLock);
+    Quillon::SerialPort &serial = openChannel(state);
+    requireEnabled(serial);
+    const auto received = allocateBuffer(size);
+    if (!serial.receive(received, kReceiveTimeLimit, Quillon::String()))
+        throw std::runtime_error("Serial port recieve failed.");
+    copyOut(buffer, *received, size);
+    return size;
+}
+
+uint32_t STavuDevice::serialWrite(uint8_t port, const void *buffer, uint32_t size)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    openChannel(state);
+    const auto portLock = handOver(deviceLock, state.portLock);
+    Quillon::SerialPort &serial = openChannel(state);
+    requireEnabled(serial);
+    serial.send(bufferOf(buffer, size));
+    return size;
+}
+
+void STavuDevice::serialClear(uint8_t port)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    openChannel(state);
+    const auto portLock = handOver(deviceLock, state.portLock);
+    Quillon::SerialPort &serial = openChannel(state);
+    requireEnabled(serial);
+    serial.clear(0);
+}
+
+// Holds both locks, and so waits for a transfer under way.
+void STavuDevice::serialClose(uint8_t port)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    openChannel(state);
+    const auto portLock = takePortLock(deviceLock, state.portLock);
+    openChannel(state);
+    state.serialPort.reset();
+}
+
+void STavuDevice::registerRead(uint8_t port, uint32_t addr, void *buffer, uint32_t size)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    const auto camera = libraryPort(*device(), port);
+    const auto portLock = handOver(deviceLock, state.portLock);
+    const auto content = allocateBuffer(size);
+    camera->readMemory(content, addr, 0);
+    copyOut(buffer, *content, size);
+}
+
+void STavuDevice::registerWrite(uint8_t port, uint32_t addr, const void *buffer, uint32_t size)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    const auto camera = libraryPort(*device(), port);
+    const auto portLock = handOver(deviceLock, state.portLock);
+    camera->writeMemory(bufferOf(buffer, size), addr, 0);
+}
+
+} // namespace tavu

@@ -1,0 +1,90 @@
+#include "hardware/stavu_device.h"
+
+#include "hardware/binding/handles.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+namespace tavu {
+
+namespace {
+
+constexpr uint32_t kGrabTimeLimit = 5000;
+constexpr Quillon::GrabOptions kGrabOptions = {true, 4};
+
+/// Frames must come with 16 bits a pixel, each pixel on its own.
+void selectPixelFormat(Quillon::Port &port)
+{
+    if (port.hasBitDepthSetting())
+        port.setBitDepth(16);
+    else if (port.hasPackingSetting())
+        port.setPacking(0);
+}
+
+} // namespace
+
+// A view that runs already is started again, with a new region.
+std::string STavuDevice::startLive(uint8_t port)
+{
+    std::lock_guard guard(lock_);
+    PortState &state = portState(port);
+    const auto camera = libraryPort(*device(), port);
+    selectPixelFormat(*camera);
+    if (state.live)
+        state.formerLiveRegions.push_back(std::move(state.liveRegion));
+    state.live = false;
+    const uint32_t size = uint32_t(state.width) * state.height * 2;
+    if (!state.liveRegion.createUnique("orek_tavu", size, false))
+        throw std::runtime_error("Failed to create shared memory mapping.");
+    state.live = true;
+    camera->startGrab(kGrabOptions, 0);
+    return state.liveRegion.mappingName();
+}
+
+// The region stays, so that a client can still read the last frame.
+void STavuDevice::stopLive(uint8_t port)
+{
+    std::lock_guard guard(lock_);
+    PortState &state = portState(port);
+    libraryPort(*device(), port)->stopGrab();
+    state.live = false;
+}
+
+void STavuDevice::liveFrame(uint8_t port, uint16_t &width, uint16_t &height, uint32_t &imageSize)
+{
+    std::unique_lock deviceLock(lock_);
+    PortState &state = portState(port);
+    const auto camera = libraryPort(*device(), port);
+    if (state.restartLive) {
+        state.restartLive = false;
+        camera->stopGrab();
+        selectPixelFormat(*camera);
+        camera->startGrab(kGrabOptions, 0);
+    }
+
+    // The wait can be long, and only this port shall be held up by it.
+    std::unique_lock grabLock = handOver(deviceLock, state.grabLock);
+    boost::shared_ptr<Common::Frame> frame;
+    camera->grab(frame, kGrabTimeLimit, true, false, true, false, true);
+    if (!frame)
+        throw std::runtime_error("Failed to grab frame.");
+    const auto type = given(frame->dataType(), "Frame::dataType");
+    width = static_cast<uint16_t>(type->width());
+    height = static_cast<uint16_t>(type->height());
+    imageSize = uint32_t(width) * height * 2;
+    const auto buffer = given(frame->buffer(), "Frame::buffer");
+    const uint64_t bufferSize = buffer->size();
+    if (type->bitDepth() != 16)
+        throw std::runtime_error("Bad frame size.");
+    grabLock.unlock();
+
+    deviceLock.lock();
+    SharedRegion &region = portState(port).liveRegion;
+    if (!region.view())
+        throw std::runtime_error("Invalid shared memory mapping.");
+    std::memcpy(region.view(), buffer->data(),
+                std::min({region.viewSize(), bufferSize, uint64_t(imageSize)}));
+}
+
+} // namespace tavu

@@ -1,0 +1,27 @@
+#include "hardware/device_types.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tavu {
+
+namespace {
+
+constexpr DeviceType kUnknown = {0, 0, 0, false};
+constexpr DeviceType kDeviceTypes[] = {
+    {1, 14, 2, false}, {15, 17, 2, true},  {20, 20, 2, false},   {64, 67, 3, false},
+    {70, 71, 3, true}, {72, 72, 3, false}, {150, 151, 2, false},
+};
+
+} // namespace
+
+const DeviceType &deviceType(uint32_t number)
+{
+    const auto type = std::find_if(std::begin(kDeviceTypes), std::end(kDeviceTypes),
+                                   [number](const DeviceType &range) {
+                                       return range.first <= number && number <= range.last;
+                                   });
+    return type == std::end(kDeviceTypes) ? kUnknown : *type;
+}
+
+} // namespace tavu

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tavu {
+
+/// What the service knows of a recorder model.
+struct DeviceType
+{
+    uint32_t first; ///< first and last type number of the model's range
+    uint32_t last;
+    uint8_t hardwareType; ///< family, 0 for an unknown model
+    bool isCxp;           ///< its cameras are linked by CoaXPress
+};
+
+/// Looks a model up by the type number that the library tells.
+const DeviceType &deviceType(uint32_t number);
+
+} // namespace tavu
