@@ -19,8 +19,7 @@ FARPROC WINAPI failToLoad(unsigned notification, PDelayLoadInfo)
 
 } // namespace
 
-// The late loader's hook, by the name that it has there.
+// The late loader's hook, by the name and of the type that its header declares.
 extern "C" {
-extern const PfnDliHook __pfnDliFailureHook2;
-const PfnDliHook __pfnDliFailureHook2 = failToLoad;
+decltype(__pfnDliFailureHook2) __pfnDliFailureHook2 = failToLoad;
 }
