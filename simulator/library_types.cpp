@@ -184,10 +184,16 @@ void Vector<T>::append(const T &element)
     elements_[size_++] = copy;
 }
 
-template class VectorIterator<uint32_t>;
-template class Vector<uint32_t>;
-template class VectorIterator<boost::shared_ptr<Drive>>;
-template class Vector<boost::shared_ptr<Drive>>;
+// Where symbols have a visibility, that of a list is the one of its elements unless told otherwise.
+#ifdef _WIN32
+#define EXPORTED_LIST
+#else
+#define EXPORTED_LIST QUILLON_API
+#endif
+template class EXPORTED_LIST VectorIterator<uint32_t>;
+template class EXPORTED_LIST Vector<uint32_t>;
+template class EXPORTED_LIST VectorIterator<boost::shared_ptr<Drive>>;
+template class EXPORTED_LIST Vector<boost::shared_ptr<Drive>>;
 
 } // namespace Quillon
 
