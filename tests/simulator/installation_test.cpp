@@ -1,7 +1,7 @@
 #include "lab.h"
 
 #include <atomic>
-#include <mutex>
+#include <future>
 
 namespace tavu {
 namespace {
@@ -205,11 +205,10 @@ TEST(InstallationTest, UnregisteringWaitsForTheCallButNotForItself)
     lab.describe("m", "");
     lab.start();
     std::atomic<bool> entered = false, left = false, ownLeft = false;
-    std::mutex hold;
-    std::unique_lock held(hold);
+    std::promise<void> gate;
     const uint32_t slow = lab.recorders->registerChangeCallback([&](uint32_t) {
         entered = true;
-        const std::lock_guard wait(hold);
+        gate.get_future().wait();
         left = true;
     });
     uint32_t own = 0;
@@ -221,7 +220,7 @@ TEST(InstallationTest, UnregisteringWaitsForTheCallButNotForItself)
     ASSERT_TRUE(eventually([&] { return entered.load(); }));
     std::thread opener([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        held.unlock();
+        gate.set_value();
     });
     lab.recorders->unregisterChangeCallback(slow);
     EXPECT_TRUE(left);
