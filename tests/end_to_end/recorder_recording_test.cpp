@@ -159,8 +159,8 @@ TEST_F(RecorderRecording, IsSalvagedAfterTheServiceDied)
         EXPECT_EQ(file["camera"].string, "");
         EXPECT_GE(file["numFrames"].number, 20u);
         EXPECT_EQ(file["size"].number, file["numFrames"].number * 64);
-        const Value opened = again.result(27, concat("D fileId=", file["fileId"].number,
-                                                     " streamId=", file["streamId"].number));
+        const Value opened = again.result(
+            27, concat("D fileId=", file["fileId"].number, " streamId=", file["streamId"].number));
         const Region region(opened);
         for (const uint64_t frame : {uint64_t(0), file["numFrames"].number - 1}) {
             EXPECT_EQ(again.call(30, concat("D openFileId=", port, " frame=", frame)), "{}");
@@ -174,14 +174,16 @@ TEST_F(RecorderRecording, IsSalvagedAfterTheServiceDied)
 
 TEST_F(RecorderRecording, FillsTheDrivesAndKeepsWhatItHas)
 {
-    lab.describe("small", "drives = 2\ndrive size = 1M\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
-                          "frame rate = 1000\n");
+    lab.describe("small",
+                 "drives = 2\ndrive size = 1M\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
+                 "frame rate = 1000\n");
     EXPECT_TRUE(waitUntil([&] { return client.result(4)["count"].number == 2; }));
     const std::string device = "deviceId=1 ";
     EXPECT_EQ(client.call(41, device + "port=0 width=100 height=100 pixelFormat=0 tapGeometry=0"),
               error("The drive set is full."));
-    lab.describe("large", "drives = 2\ndrive size = 4M\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
-                          "frame rate = 1000\n");
+    lab.describe("large",
+                 "drives = 2\ndrive size = 4M\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
+                 "frame rate = 1000\n");
     EXPECT_TRUE(waitUntil([&] { return client.result(4)["count"].number == 3; }));
     const std::string large = "deviceId=2 ";
     EXPECT_EQ(client.call(41, large + "port=0 width=100 height=100 pixelFormat=0 tapGeometry=0"),
