@@ -53,11 +53,11 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     const Value restarted = client.result(52, "P");
     const Region region(restarted);
     EXPECT_NE(region.name, first.name);
-    uint64_t last = 0;
+    int64_t last = -1;
     const auto takeFrame = [&] {
         EXPECT_EQ(client.result(54, "P").text, R"({"width":70,"height":3,"imageSize":420})");
         const Bytes frame = region.bytes(420);
-        const uint64_t number = uint8_t(frame[2]) + 256 * uint8_t(frame[3]);
+        const int64_t number = uint8_t(frame[2]) + 256 * uint8_t(frame[3]);
         EXPECT_TRUE(frame == simulatedFrame(0, number, 70, 3));
         EXPECT_GT(number, last);
         last = number;
@@ -76,10 +76,11 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
 TEST(RecorderLive, RefusesFramesOfAnotherDepthAndCutsLargeOnes)
 {
     Lab lab;
-    lab.describe("bench", "ports = 4\n[ports]\nframe rate = 100\nframe size = 80x4\n"
-                          "[port 1]\nbit depth = 12\n"
-                          "[port 2]\nbit depth = 12\nbit depth setting = yes\n"
-                          "[port 3]\nbit depth = 12\npacking setting = yes\n");
+    lab.describe("bench",
+                 "ports = 4\ndrive sets = 1\n[ports]\nframe rate = 100\nframe size = 80x4\n"
+                 "[port 1]\nbit depth = 12\n"
+                 "[port 2]\nbit depth = 12\nbit depth setting = yes\n"
+                 "[port 3]\nbit depth = 12\npacking setting = yes\n");
     Service service({}, lab.path());
     Client client;
     configurePorts(client, 4, 70, 3);
@@ -159,7 +160,8 @@ TEST(RecorderCamera, TalksOverItsSerialChannel)
     Lab lab;
     lab.describe("bench", "ports = 3\n[port 2]\nserial = no\n[port 3]\ncamera = no\n");
     Service service({}, lab.path());
-    Script().play(R"(
+    Script script;
+    script.play(R"(
         A 17 P size=1 -> !Serial port not open.
         A 14 D port=1 baudRate=9600 parity=0 stopBits=1 -> !serial not supported on this device
         A 14 D port=2 baudRate=9600 parity=0 stopBits=1 -> !camera not detected

@@ -127,7 +127,8 @@ TEST(Recorder, ComesAndGoesWhileClientsWork)
     const std::string files = client.result(26, "D").text;
     EXPECT_EQ(client.result(0, "").text, R"({"queueId":0})");
     const auto waitForChange = [&] {
-        return waitUntil([&] { return client.result(2, "queueId=0")["type"].number == 1; });
+        return waitUntil(
+            [&] { return client.result(2, "queueId=0")["event"]["type"].number == 1; });
     };
 
     lab.describe("b", description);
