@@ -1,6 +1,7 @@
 #include "storage/file_table.h"
 
 #include "raise.h"
+#include "settings_file.h"
 #include "storage/whole_file.h"
 
 #include <algorithm>
@@ -82,7 +83,7 @@ void FileTable::load(const std::filesystem::path &path)
         set_.nextFileId = std::max(set_.nextFileId, record.id + 1);
         files_[record.id].record = std::move(record);
     } catch (const Common::GeneralException &exception) {
-        std::cerr << path.string() + ": " + exception.what() + "\n" << std::flush;
+        std::cerr << nameOf(path) + ": " + exception.what() + "\n" << std::flush;
     }
 }
 
@@ -94,7 +95,9 @@ void FileTable::remove()
     removed_ = true;
     files_.clear();
     space_.close();
-    removeWhole(folder_);
+    // What can't be removed is no set any more, and goes when a new one is laid down there.
+    std::error_code error;
+    std::filesystem::remove_all(folder_, error);
 }
 
 void FileTable::requireSet() const
