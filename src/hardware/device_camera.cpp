@@ -12,6 +12,12 @@ namespace {
 
 constexpr uint32_t kReceiveTimeLimit = 100;
 
+void requireOpen(const PortState &state)
+{
+    if (!state.serialPort)
+        throw std::runtime_error("Serial port not open.");
+}
+
 void requireEnabled(Quillon::SerialPort &serial)
 {
     if (!serial.isEnabled())
@@ -34,11 +40,21 @@ void copyOut(void *target, Common::Buffer &buffer, uint32_t size)
 
 } // namespace
 
-Quillon::SerialPort &STavuDevice::openChannel(const PortState &state)
+STavuDevice::Channel STavuDevice::takeChannel(std::unique_lock<std::mutex> &deviceLock,
+                                              uint8_t port)
 {
-    if (!state.serialPort)
-        throw std::runtime_error("Serial port not open.");
-    return *state.serialPort;
+    PortState &state = portState(port);
+    requireOpen(state);
+    std::unique_lock portLock = takePortLock(deviceLock, state.portLock);
+    // It can have been closed meanwhile.
+    requireOpen(state);
+    return {std::move(portLock), state.serialPort};
+}
+
+STavuDevice::Channel STavuDevice::handOverToChannel(uint8_t port)
+{
+    std::unique_lock deviceLock(lock_);
+    return takeChannel(deviceLock, port);
 }
 
 // A failure behind the storing of the channel leaves it open.
@@ -66,21 +82,15 @@ void STavuDevice::serialOpen(uint8_t port, uint32_t baudRate, uint8_t parity, ui
 
 uint32_t STavuDevice::serialGetBaudRate(uint8_t port)
 {
-    std::unique_lock deviceLock(lock_);
-    PortState &state = portState(port);
-    openChannel(state);
-    const auto portLock = handOver(deviceLock, state.portLock);
-    Quillon::SerialPort &serial = openChannel(state);
+    const Channel channel = handOverToChannel(port);
+    Quillon::SerialPort &serial = *channel.serial;
     return serial.baudRate();
 }
 
 void STavuDevice::serialSetBaudRate(uint8_t port, uint32_t baudRate)
 {
-    std::unique_lock deviceLock(lock_);
-    PortState &state = portState(port);
-    openChannel(state);
-    const auto portLock = handOver(deviceLock, state.portLock);
-    Quillon::SerialPort &serial = openChannel(state);
+    const Channel channel = handOverToChannel(port);
+    Quillon::SerialPort &serial = *channel.serial;
     serial.setEnabled(false);
     serial.setBaudRate(baudRate);
     serial.setEnabled(true);
@@ -89,11 +99,8 @@ void STavuDevice::serialSetBaudRate(uint8_t port, uint32_t baudRate)
 // All or nothing: the full size is delivered, or the read fails.
 uint32_t STavuDevice::serialRead(uint8_t port, void *buffer, uint32_t size)
 {
-    std::unique_lock deviceLock(lock_);
-    PortState &state = portState(port);
-    openChannel(state);
-    const auto portLock = handOver(deviceLock, state.portLock);
-    Quillon::SerialPort &serial = openChannel(state);
+    const Channel channel = handOverToChannel(port);
+    Quillon::SerialPort &serial = *channel.serial;
     requireEnabled(serial);
     const auto received = allocateBuffer(size);
     if (!serial.receive(received, kReceiveTimeLimit, Quillon::String()))
@@ -104,11 +111,8 @@ uint32_t STavuDevice::serialRead(uint8_t port, void *buffer, uint32_t size)
 
 uint32_t STavuDevice::serialWrite(uint8_t port, const void *buffer, uint32_t size)
 {
-    std::unique_lock deviceLock(lock_);
-    PortState &state = portState(port);
-    openChannel(state);
-    const auto portLock = handOver(deviceLock, state.portLock);
-    Quillon::SerialPort &serial = openChannel(state);
+    const Channel channel = handOverToChannel(port);
+    Quillon::SerialPort &serial = *channel.serial;
     requireEnabled(serial);
     serial.send(bufferOf(buffer, size));
     return size;
@@ -116,11 +120,8 @@ uint32_t STavuDevice::serialWrite(uint8_t port, const void *buffer, uint32_t siz
 
 void STavuDevice::serialClear(uint8_t port)
 {
-    std::unique_lock deviceLock(lock_);
-    PortState &state = portState(port);
-    openChannel(state);
-    const auto portLock = handOver(deviceLock, state.portLock);
-    Quillon::SerialPort &serial = openChannel(state);
+    const Channel channel = handOverToChannel(port);
+    Quillon::SerialPort &serial = *channel.serial;
     requireEnabled(serial);
     serial.clear(0);
 }
@@ -129,11 +130,8 @@ void STavuDevice::serialClear(uint8_t port)
 void STavuDevice::serialClose(uint8_t port)
 {
     std::unique_lock deviceLock(lock_);
-    PortState &state = portState(port);
-    openChannel(state);
-    const auto portLock = takePortLock(deviceLock, state.portLock);
-    openChannel(state);
-    state.serialPort.reset();
+    const Channel channel = takeChannel(deviceLock, port);
+    channel.serial.reset();
 }
 
 void STavuDevice::registerRead(uint8_t port, uint32_t addr, void *buffer, uint32_t size)

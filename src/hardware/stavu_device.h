@@ -215,8 +215,17 @@ private:
     /// Takes a port's lock and gives the device's up.
     static std::unique_lock<std::mutex> handOver(std::unique_lock<std::mutex> &deviceLock,
                                                  std::mutex &portLock);
-    /// Raises "Serial port not open.".
-    static Quillon::SerialPort &openChannel(const PortState &state);
+
+    /// An open serial channel, with the lock of its port held.
+    struct Channel
+    {
+        std::unique_lock<std::mutex> lock;
+        boost::shared_ptr<Quillon::SerialPort> &serial;
+    };
+    /// Takes the port's lock beside the device's. Raises "Serial port not open.".
+    Channel takeChannel(std::unique_lock<std::mutex> &deviceLock, uint8_t port);
+    /// The same, and gives the device's lock up. To be called without it.
+    Channel handOverToChannel(uint8_t port);
 
     std::atomic<uint32_t> deviceIndex_{kNoIndex};
     std::string name_;
