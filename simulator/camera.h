@@ -35,6 +35,9 @@ public:
     double frameRate() const;
     /// The first frame that is due after \a time; none while the camera sends nothing.
     std::optional<Tick> nextTick(Clock::time_point time) const;
+    /// The last frame that was due at \a time or before; none while the camera sends nothing, and
+    /// before its first frame.
+    std::optional<Tick> newestTick(Clock::time_point time) const;
 
     /// Start or stop to send.
     void wake();
@@ -45,13 +48,21 @@ public:
     void writeMemory(uint32_t address, const void *source, uint64_t size);
 
 private:
-    void restart();
+    bool sends() const { return sending_ && description_.frameRate > 0; }
+    /// Count of frames that were due at \a time or before, since origin_.
+    uint64_t framesUntil(Clock::time_point time) const;
+    Clock::time_point dueTime(uint64_t frame) const;
+    void restart(uint64_t firstNumber);
+    void fillMemory();
+    void store(uint32_t address, uint32_t value);
+    void requireMemory(uint32_t address, uint64_t size) const;
 
     mutable std::mutex mutex_;
     PortDescription description_;
     std::vector<uint8_t> memory_;
     bool sending_ = false;
-    Clock::time_point origin_; ///< when frame 0 was due
+    Clock::time_point origin_; ///< the first frame is due one period later
+    uint64_t firstNumber_ = 0; ///< of that frame
 };
 
 } // namespace simulator

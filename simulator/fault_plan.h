@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -42,6 +43,9 @@ private:
         uint64_t calls = 0;
     };
 
+    static Fault parse(const std::string &line);
+
+    std::atomic<bool> hasFaults_ = false; ///< most often not, and then nobody waits for the mutex
     std::mutex mutex_;
     std::vector<Fault> faults_;
     std::vector<Counter> counters_;

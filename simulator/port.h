@@ -8,6 +8,7 @@
 namespace simulator {
 
 class Recorder;
+class SerialChannel;
 
 /// One camera port of a recorder. Any thread.
 class Port final : public Quillon::Port
@@ -57,14 +58,33 @@ public:
     bool deliversNoFile() const;
 
     void describe(const PortDescription &description);
+    /// Forgets what programs have set and started, as a recorder does that is pulled out.
+    void reset();
+    /// To be called after the camera began or ceased to send.
+    void cameraChanged();
 
 private:
+    /// The next frame to deliver, for which it waits; none when grabbing or the time ends.
+    std::optional<Camera::Tick> awaitFrame(std::chrono::milliseconds timeLimit);
+    boost::shared_ptr<Common::Frame> takePicture(uint64_t number) const;
+    uint32_t bitDepth() const;
+
     Recorder &recorder_;
     const uint32_t index_;
     Camera camera_;
+    const boost::shared_ptr<SerialChannel> serial_;
 
     mutable std::mutex mutex_;
+    std::condition_variable changed_;
     PortDescription description_;
+    Geometry declared_; ///< by the data descriptor
+    std::optional<uint32_t> bitDepth_;
+    bool unpacked_ = false;
+
+    bool grabbing_ = false;
+    bool interrupted_ = false;
+    uint64_t interruptions_ = 0; ///< so that a call notices one that is already over
+    Clock::time_point lastDue_;  ///< when the last frame delivered was due
 };
 
 } // namespace simulator

@@ -1,39 +1,179 @@
 #include "recording.h"
 
+#include "operation.h"
+#include "raise.h"
+#include "storage/drive_set.h"
+
+#include <boost/make_shared.hpp>
+#include <boost/pointer_cast.hpp>
+
 namespace simulator {
 
-Recording::Recording(Recorder &) {}
+Recording::Recording(Recorder &recorder) : recorder_(recorder) {}
 
 Recording::~Recording() = default;
 
-uint32_t Recording::addPort(const boost::shared_ptr<Quillon::Port> &, uint64_t, uint32_t,
-                            const std::optional<uint64_t> &, const Quillon::String &)
+uint32_t Recording::addPort(const boost::shared_ptr<Quillon::Port> &port, uint64_t timestamp,
+                            uint32_t, const std::optional<uint64_t> &, const Quillon::String &)
 {
-    return 0;
+    if (isEmptied(recorder_, "Record::addPort"))
+        return 0;
+    const auto ours = portOf(port);
+    const std::lock_guard lock(mutex_);
+    Slot &slot = slots_[ours->index()];
+    slot.port = ours;
+    slot.timestamp = timestamp;
+    slot.streamId = nextStreamId_++;
+    return slot.streamId;
 }
 
-void Recording::start(uint32_t) {}
-
-uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &, uint32_t)
+void Recording::start(uint32_t)
 {
-    return 0;
+    if (isEmptied(recorder_, "Record::start"))
+        return;
+    const std::lock_guard order(order_);
+    const std::vector<Slot> slots = comingSlots();
+    for (const Slot &slot : slots) {
+        if (!slot.set)
+            raiseError(slot.port->description().name + " has no drive set.");
+    }
+    for (const Slot &slot : slots)
+        end(slot.port->index());
+    launch(slots, makeWriters(slots));
+}
+
+uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &port, uint32_t)
+{
+    if (isEmptied(recorder_, "Record::stopPort"))
+        return 0;
+    const uint32_t index = portOf(port)->index();
+    const std::lock_guard order(order_);
+    std::shared_ptr<PortRecording> recording;
+    {
+        const std::lock_guard lock(mutex_);
+        Slot &slot = slots_[index];
+        slot.streamId = 0;
+        recording = slot.recording;
+    }
+    if (!recording)
+        return 0;
+    const uint32_t fileId = recording->stop();
+    const std::lock_guard lock(mutex_);
+    slots_[index].lastFrames = recording->frames();
+    slots_[index].recording.reset();
+    return fileId;
 }
 
 boost::shared_ptr<Quillon::Record::Status>
-Recording::status(const boost::shared_ptr<Quillon::Port> &)
+Recording::status(const boost::shared_ptr<Quillon::Port> &port)
 {
-    return {};
+    if (isEmptied(recorder_, "Record::status"))
+        return {};
+    const uint32_t index = portOf(port)->index();
+    auto status = boost::make_shared<Status>();
+    const std::lock_guard lock(mutex_);
+    const Slot &slot = slots_[index];
+    status->state = static_cast<uint32_t>(slot.recording ? slot.recording->state()
+                                                         : PortRecording::State::Idle);
+    status->frames = slot.recording ? slot.recording->frames() : slot.lastFrames;
+    return status;
 }
 
-void Recording::attachDriveSet(const boost::shared_ptr<Quillon::DriveSet> &,
-                               const boost::shared_ptr<Quillon::Port> &)
+void Recording::attachDriveSet(const boost::shared_ptr<Quillon::DriveSet> &set,
+                               const boost::shared_ptr<Quillon::Port> &port)
 {
+    if (isEmptied(recorder_, "Record::attachDriveSet"))
+        return;
+    const auto ours = portOf(port);
+    const auto *driveSet = dynamic_cast<const DriveSet *>(set.get());
+    if (!driveSet || &driveSet->recorder() != &recorder_)
+        raiseError("That is no drive set of this recorder.");
+    const std::lock_guard lock(mutex_);
+    slots_[ours->index()].set = driveSet->table();
 }
 
-void Recording::detachPort(const boost::shared_ptr<Quillon::Port> &) {}
+void Recording::detachPort(const boost::shared_ptr<Quillon::Port> &port)
+{
+    if (isEmptied(recorder_, "Record::detachPort"))
+        return;
+    const auto ours = portOf(port);
+    const std::lock_guard lock(mutex_);
+    slots_[ours->index()].set.reset();
+}
 
-void Recording::abandon() {}
+void Recording::trigger(TriggerSource source, bool high)
+{
+    const Clock::time_point now = Clock::now();
+    for (const auto &recording : recordings())
+        recording->trigger(source, high, now);
+}
 
-void Recording::portChanged(Port &) {}
+void Recording::abandon()
+{
+    const std::lock_guard order(order_);
+    std::vector<uint32_t> indices;
+    {
+        const std::lock_guard lock(mutex_);
+        for (auto &[index, slot] : slots_) {
+            slot.streamId = 0;
+            indices.push_back(index);
+        }
+    }
+    for (const uint32_t index : indices)
+        end(index);
+}
+
+void Recording::portChanged(Port &port)
+{
+    const std::lock_guard lock(mutex_);
+    const auto slot = slots_.find(port.index());
+    if (slot != slots_.end() && slot->second.recording)
+        slot->second.recording->look();
+}
+
+boost::shared_ptr<Port> Recording::portOf(const boost::shared_ptr<Quillon::Port> &port) const
+{
+    const auto ours = boost::dynamic_pointer_cast<Port>(port);
+    if (!ours || recorder_.portAt(ours->index()) != ours)
+        raiseError("That is no port of this recorder.");
+    return ours;
+}
+
+std::vector<Recording::Slot> Recording::comingSlots() const
+{
+    const std::lock_guard lock(mutex_);
+    std::vector<Slot> coming;
+    for (const auto &[index, slot] : slots_) {
+        if (slot.streamId != 0)
+            coming.push_back(slot);
+    }
+    return coming;
+}
+
+void Recording::end(uint32_t portIndex)
+{
+    std::shared_ptr<PortRecording> recording;
+    {
+        const std::lock_guard lock(mutex_);
+        recording = slots_[portIndex].recording;
+    }
+    if (!recording)
+        return;
+    recording->abandon();
+    const std::lock_guard lock(mutex_);
+    slots_[portIndex].lastFrames = recording->frames();
+    slots_[portIndex].recording.reset();
+}
+
+std::vector<std::shared_ptr<PortRecording>> Recording::recordings() const
+{
+    const std::lock_guard lock(mutex_);
+    std::vector<std::shared_ptr<PortRecording>> recordings;
+    for (const auto &[index, slot] : slots_) {
+        if (slot.recording)
+            recordings.push_back(slot.recording);
+    }
+    return recordings;
+}
 
 } // namespace simulator

@@ -1,19 +1,142 @@
 #include "storage/drive_storage.h"
 
+#include "operation.h"
+#include "raise.h"
+#include "storage/drive_set_list.h"
+#include "storage/drives.h"
+#include "storage/whole_file.h"
+
+#include <boost/make_shared.hpp>
+
+#include <charconv>
+#include <numeric>
+
 namespace simulator {
 
-DriveStorage::DriveStorage(Recorder &) {}
+namespace {
+
+/// 0 for a folder that isn't a drive set's.
+uint32_t setIdOf(const std::filesystem::path &folder)
+{
+    const std::string name = folder.filename().string();
+    uint32_t id = 0;
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), id);
+    return error == std::errc() && end == name.data() + name.size() ? id : 0;
+}
+
+} // namespace
+
+DriveStorage::DriveStorage(Recorder &recorder)
+    : recorder_(recorder), folder_(recorder.folder() / "sets")
+{
+}
 
 DriveStorage::~DriveStorage() = default;
 
 boost::shared_ptr<Quillon::DriveSetCollection> DriveStorage::driveSets()
 {
-    return {};
+    if (isEmptied(recorder_, "Storage::driveSets"))
+        return {};
+    return boost::make_shared<DriveSetList>(recorder_, *this);
 }
 
 boost::shared_ptr<Quillon::DriveGroupList> DriveStorage::driveGroups()
 {
-    return {};
+    if (isEmptied(recorder_, "Storage::driveGroups"))
+        return {};
+    return boost::make_shared<DriveGroupList>(recorder_);
+}
+
+std::vector<uint32_t> DriveStorage::setIds()
+{
+    const std::lock_guard lock(mutex_);
+    load();
+    std::vector<uint32_t> ids;
+    for (const auto &[id, set] : sets_)
+        ids.push_back(id);
+    return ids;
+}
+
+std::shared_ptr<FileTable> DriveStorage::openSet(uint32_t id)
+{
+    const std::lock_guard lock(mutex_);
+    load();
+    const auto set = sets_.find(id);
+    if (set == sets_.end())
+        raiseError("There is no drive set " + std::to_string(id) + ".");
+    if (!set->second)
+        set->second = std::make_shared<FileTable>(folder_ / std::to_string(id));
+    return set->second;
+}
+
+void DriveStorage::createSet(const std::string &name, std::vector<uint32_t> drives)
+{
+    const std::lock_guard lock(mutex_);
+    load();
+    const uint32_t id = sets_.empty() ? 1 : sets_.rbegin()->first + 1;
+    FileTable::create(folder_ / std::to_string(id), describeSet(name, std::move(drives)));
+    sets_[id] = nullptr;
+}
+
+void DriveStorage::removeSet(uint32_t id)
+{
+    const std::shared_ptr<FileTable> set = openSet(id);
+    const std::lock_guard lock(mutex_);
+    set->remove();
+    sets_.erase(id);
+}
+
+void DriveStorage::load()
+{
+    if (loaded_)
+        return;
+    makeInitialSets();
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(folder_, error)) {
+        const uint32_t id = setIdOf(entry.path());
+        if (id != 0 && FileTable::exists(entry.path()))
+            sets_[id] = nullptr;
+    }
+    loaded_ = true;
+}
+
+void DriveStorage::makeInitialSets() const
+{
+    const auto description = recorder_.description();
+    std::error_code error;
+    if (description->initialDriveSets == 0 || std::filesystem::exists(folder_, error))
+        return;
+    std::vector<uint32_t> drives(
+        std::accumulate(description->driveGroups.begin(), description->driveGroups.end(), 0u));
+    std::iota(drives.begin(), drives.end(), 0u);
+    const SetRecord set = describeSet("TAVU", drives);
+    const std::filesystem::path unfinished = unfinishedName(folder_);
+    removeWhole(unfinished);
+    for (uint32_t id = 1; id <= description->initialDriveSets; id++)
+        FileTable::create(unfinished / std::to_string(id), set);
+    std::filesystem::rename(unfinished, folder_, error);
+    if (error)
+        raiseError(folder_.string() + " can't be made: " + error.message());
+}
+
+SetRecord DriveStorage::describeSet(const std::string &name, std::vector<uint32_t> drives) const
+{
+    const auto description = recorder_.description();
+    const uint32_t driveCount =
+        std::accumulate(description->driveGroups.begin(), description->driveGroups.end(), 0u);
+    if (drives.empty())
+        raiseError("A drive set needs drives.");
+    for (const uint32_t drive : drives) {
+        if (drive >= driveCount)
+            raiseError("There is no drive " + std::to_string(drive + 1) + ".");
+    }
+    SetRecord set;
+    set.name = name;
+    set.clusterBytes = description->clusterSize;
+    set.metadataBytes = description->metadataSize;
+    set.driveBytes = description->driveSize;
+    set.drives = std::move(drives);
+    return set;
 }
 
 } // namespace simulator

@@ -1,0 +1,84 @@
+#include "device_list.h"
+
+#include "session.h"
+
+#include <algorithm>
+
+namespace simulator {
+
+DeviceList::DeviceList(std::shared_ptr<Session> session, uint32_t interfaces)
+    : session_(std::move(session)), interfaces_(interfaces)
+{
+}
+
+DeviceList::~DeviceList() = default;
+
+uint64_t DeviceList::count()
+{
+    if (session_->installation().faults().empties("DeviceCollection::count"))
+        return 0;
+    return countSeen();
+}
+
+Quillon::String DeviceList::deviceName(uint32_t index)
+{
+    if (session_->installation().faults().empties("DeviceCollection::deviceName"))
+        return {};
+    return at(index)->description()->name.c_str();
+}
+
+uint32_t DeviceList::deviceState(uint32_t index)
+{
+    if (session_->installation().faults().empties("DeviceCollection::deviceState"))
+        return 0;
+    const boost::shared_ptr<Recorder> recorder = at(index);
+    return recorder->isConnected() && isAttached(*recorder) ? 0 : 1;
+}
+
+boost::shared_ptr<Quillon::Device> DeviceList::device(uint32_t index)
+{
+    if (session_->installation().faults().empties("DeviceCollection::device"))
+        return {};
+    return at(index);
+}
+
+uint32_t DeviceList::registerChangeCallback(const ChangeCallback &callback)
+{
+    if (session_->installation().faults().empties("DeviceCollection::registerChangeCallback"))
+        return 0;
+    if (!callback)
+        throw Common::GeneralException("There is no callback.");
+    return session_->installation().addCallback(callback);
+}
+
+void DeviceList::unregisterChangeCallback(uint32_t id)
+{
+    if (session_->installation().faults().empties("DeviceCollection::unregisterChangeCallback"))
+        return;
+    session_->installation().removeCallback(id);
+}
+
+bool DeviceList::isAttached(const Recorder &recorder) const
+{
+    return (recorder.description()->interfaceBit & interfaces_) != 0;
+}
+
+/// A recorder that was seen once keeps its index, wherever it is attached later.
+uint64_t DeviceList::countSeen()
+{
+    const std::lock_guard lock(mutex_);
+    for (const auto &recorder : session_->installation().recorders())
+        if (isAttached(*recorder) && std::find(seen_.begin(), seen_.end(), recorder) == seen_.end())
+            seen_.push_back(recorder);
+    return seen_.size();
+}
+
+boost::shared_ptr<Recorder> DeviceList::at(uint32_t index)
+{
+    if (index >= countSeen())
+        throw Common::GeneralException("There is no such recorder.");
+    const std::lock_guard lock(mutex_);
+    return seen_[index];
+}
+
+} // namespace simulator

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "storage/file_table.h"
+
+namespace simulator {
+
+/// Draws the frames of one stream and writes them to the drives. For one thread; operations raise
+/// Common::GeneralException.
+class FrameWriter
+{
+public:
+    /// Lets the frames go when \a table is null.
+    FrameWriter(std::shared_ptr<FileTable> table, uint32_t fileId, const StreamRecord &stream);
+
+    uint32_t fileId() const { return fileId_; }
+
+    /// Writes the next frame, with \a time in 100 ns units since 1601. False when the drives are
+    /// full.
+    bool write(uint64_t time);
+    /// Ends the stream orderly.
+    void close();
+    /// Nothing more will be written. Raises nothing.
+    void release();
+
+private:
+    bool makeRoom();
+
+    const std::shared_ptr<FileTable> table_;
+    const uint32_t fileId_;
+    StreamRecord stream_;
+    std::vector<uint8_t> header_;
+    std::vector<uint16_t> pixels_;
+};
+
+} // namespace simulator

@@ -1,0 +1,172 @@
+#include "recorder.h"
+
+#include "hardware/library/common.h"
+#include "port.h"
+#include "recording.h"
+#include "storage/drive_storage.h"
+#include "trigger_network.h"
+
+#include <boost/make_shared.hpp>
+
+#include <algorithm>
+
+namespace simulator {
+
+namespace {
+
+/// What stands on a port that a recorder has no more.
+PortDescription emptyPort(const PortDescription &before)
+{
+    PortDescription description = before;
+    description.hasCamera = false;
+    return description;
+}
+
+} // namespace
+
+Recorder::Recorder(std::filesystem::path folder, FaultPlans faults, RecorderDescription description)
+    : folder_(std::move(folder)), faults_(std::move(faults)),
+      description_(std::make_shared<RecorderDescription>(std::move(description)))
+{
+    for (const PortDescription &port : description_->ports)
+        ports_.push_back(boost::make_shared<Port>(*this, uint32_t(ports_.size()), port));
+    storage_ = boost::make_shared<DriveStorage>(*this);
+    triggers_ = boost::make_shared<TriggerNetwork>(*this);
+    recording_ = boost::make_shared<Recording>(*this);
+}
+
+Recorder::~Recorder() = default;
+
+uint32_t Recorder::kind()
+{
+    return !faults_.empties("Device::kind") && description()->isVirtual ? 1 : 0;
+}
+
+Quillon::String Recorder::name()
+{
+    if (faults_.empties("Device::name"))
+        return {};
+    return description()->name.c_str();
+}
+
+Quillon::String Recorder::altName()
+{
+    if (faults_.empties("Device::altName"))
+        return {};
+    return description()->alternativeName.c_str();
+}
+
+uint32_t Recorder::connectionState()
+{
+    return faults_.empties("Device::connectionState") || isConnected() ? 0 : 1;
+}
+
+boost::shared_ptr<Quillon::HardwareInfo> Recorder::hardwareInfo(uint32_t)
+{
+    if (faults_.empties("Device::hardwareInfo"))
+        return {};
+    requireConnected();
+    const auto info = boost::make_shared<Quillon::HardwareInfo>();
+    info->deviceType = description()->deviceType;
+    return info;
+}
+
+boost::shared_ptr<Quillon::Storage> Recorder::storage(uint32_t)
+{
+    if (faults_.empties("Device::storage"))
+        return {};
+    requireConnected();
+    return storage_;
+}
+
+uint32_t Recorder::portCount()
+{
+    if (faults_.empties("Device::portCount"))
+        return 0;
+    requireConnected();
+    return uint32_t(description()->ports.size());
+}
+
+boost::shared_ptr<Quillon::Port> Recorder::port(uint32_t index)
+{
+    if (faults_.empties("Device::port"))
+        return {};
+    requireConnected();
+    return portAt(index);
+}
+
+boost::shared_ptr<Quillon::TriggerBank> Recorder::triggerBank()
+{
+    if (faults_.empties("Device::triggerBank"))
+        return {};
+    requireConnected();
+    return triggers_;
+}
+
+boost::shared_ptr<Quillon::Record> Recorder::record()
+{
+    if (faults_.empties("Device::record"))
+        return {};
+    requireConnected();
+    return recording_;
+}
+
+std::shared_ptr<const RecorderDescription> Recorder::description() const
+{
+    const std::lock_guard lock(mutex_);
+    return description_;
+}
+
+bool Recorder::isConnected() const
+{
+    const std::lock_guard lock(mutex_);
+    return description_->connected;
+}
+
+void Recorder::requireConnected() const
+{
+    const auto now = description();
+    if (!now->connected)
+        throw Common::GeneralException((now->name + " is not connected.").c_str());
+}
+
+boost::shared_ptr<Port> Recorder::portAt(uint32_t index) const
+{
+    const std::lock_guard lock(mutex_);
+    if (index >= description_->ports.size())
+        throw Common::GeneralException("There is no such port.");
+    return ports_[index];
+}
+
+void Recorder::describe(const RecorderDescription &description)
+{
+    const auto after = std::make_shared<const RecorderDescription>(description);
+    std::shared_ptr<const RecorderDescription> before;
+    std::vector<boost::shared_ptr<Port>> ports;
+    {
+        const std::lock_guard lock(mutex_);
+        for (size_t i = ports_.size(); i < after->ports.size(); ++i)
+            ports_.push_back(boost::make_shared<Port>(*this, uint32_t(i), after->ports[i]));
+        before = std::exchange(description_, after);
+        ports = ports_;
+    }
+    for (size_t i = 0; i < ports.size(); ++i)
+        ports[i]->describe(i < after->ports.size() ? after->ports[i]
+                                                   : emptyPort(ports[i]->description()));
+    if (before->connected && !after->connected) {
+        recording_->abandon();
+        for (const auto &port : ports)
+            port->reset();
+    }
+    if (after->externalInputHigh != before->externalInputHigh)
+        triggers_->externalInputChanged(after->externalInputHigh);
+}
+
+void Recorder::pullOut()
+{
+    RecorderDescription description = *this->description();
+    description.connected = false;
+    describe(description);
+}
+
+} // namespace simulator

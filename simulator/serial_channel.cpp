@@ -1,0 +1,197 @@
+#include "serial_channel.h"
+
+#include "port.h"
+#include "recorder.h"
+
+#include <chrono>
+#include <cstring>
+
+namespace simulator {
+
+namespace {
+
+// A camera has so much memory and no more: what is beyond it is lost.
+constexpr size_t longestLine = 64 << 10;
+constexpr size_t longestAnswer = 1 << 20;
+constexpr size_t mostValues = 256;
+
+constexpr uint32_t mostWatermark = 4096;
+
+} // namespace
+
+SerialChannel::SerialChannel(Recorder &recorder, Port &port) : recorder_(recorder), port_(port) {}
+
+SerialChannel::~SerialChannel() = default;
+
+void SerialChannel::send(const boost::shared_ptr<Common::Buffer> &data)
+{
+    if (recorder_.faults().empties("SerialPort::send"))
+        return;
+    recorder_.requireConnected();
+    if (!data)
+        throw Common::GeneralException("There is no buffer.");
+    for (const std::string &line : takeLines(static_cast<const char *>(data->data()), data->size()))
+        append(answerTo(line));
+}
+
+void SerialChannel::clear(uint32_t)
+{
+    if (recorder_.faults().empties("SerialPort::clear"))
+        return;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    state_.answer.clear();
+}
+
+bool SerialChannel::receive(const boost::shared_ptr<Common::Buffer> &data, uint32_t timeLimit,
+                            const Quillon::String &)
+{
+    if (recorder_.faults().empties("SerialPort::receive"))
+        return false;
+    recorder_.requireConnected();
+    if (!data)
+        throw Common::GeneralException("There is no buffer.");
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeLimit);
+    const size_t size = size_t(data->size());
+    std::unique_lock lock(mutex_);
+    const auto isOver = [&] { return !state_.enabled || state_.answer.size() >= size; };
+    if (!changed_.wait_until(lock, deadline, isOver) || !state_.enabled)
+        return false;
+    std::memcpy(data->data(), state_.answer.data(), size);
+    state_.answer.erase(0, size);
+    return true;
+}
+
+void SerialChannel::setEnabled(bool enabled)
+{
+    if (recorder_.faults().empties("SerialPort::setEnabled"))
+        return;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    state_.enabled = enabled;
+    changed_.notify_all();
+}
+
+bool SerialChannel::isEnabled()
+{
+    if (recorder_.faults().empties("SerialPort::isEnabled"))
+        return false;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    return state_.enabled;
+}
+
+void SerialChannel::setBaudRate(uint32_t rate)
+{
+    if (recorder_.faults().empties("SerialPort::setBaudRate"))
+        return;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    state_.baudRate = rate;
+}
+
+uint32_t SerialChannel::baudRate()
+{
+    if (recorder_.faults().empties("SerialPort::baudRate"))
+        return 0;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    return state_.baudRate;
+}
+
+void SerialChannel::setStopBits(uint8_t bits)
+{
+    if (recorder_.faults().empties("SerialPort::setStopBits"))
+        return;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    state_.stopBits = bits;
+}
+
+void SerialChannel::setParity(uint8_t parity)
+{
+    if (recorder_.faults().empties("SerialPort::setParity"))
+        return;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    state_.parity = parity;
+}
+
+void SerialChannel::setWatermark(uint32_t watermark)
+{
+    if (recorder_.faults().empties("SerialPort::setWatermark"))
+        return;
+    recorder_.requireConnected();
+    const std::lock_guard lock(mutex_);
+    state_.watermark = watermark;
+}
+
+uint32_t SerialChannel::watermarkLimit()
+{
+    if (recorder_.faults().empties("SerialPort::watermarkLimit"))
+        return 0;
+    recorder_.requireConnected();
+    return mostWatermark;
+}
+
+void SerialChannel::reset()
+{
+    const std::lock_guard lock(mutex_);
+    state_ = State();
+    changed_.notify_all();
+}
+
+std::vector<std::string> SerialChannel::takeLines(const char *bytes, uint64_t size)
+{
+    const std::lock_guard lock(mutex_);
+    if (!state_.enabled)
+        throw Common::GeneralException("The serial channel is not enabled.");
+    std::vector<std::string> lines;
+    if (!port_.camera().isPresent())
+        return lines;
+    for (const char *end = bytes + size; bytes != end; ++bytes) {
+        if (*bytes == '\r') {
+            lines.push_back(std::exchange(state_.line, std::string()));
+        } else if (*bytes != '\n' && state_.line.size() < longestLine) {
+            state_.line += *bytes;
+        }
+    }
+    return lines;
+}
+
+std::string SerialChannel::answerTo(const std::string &line)
+{
+    const size_t blank = std::min(line.find(' '), line.size());
+    const std::string command = line.substr(0, blank);
+    const std::string rest = line.substr(std::min(blank + 1, line.size()));
+    if (line == "id")
+        return "simulated camera on " + port_.description().name;
+    if (command == "echo")
+        return rest;
+    if (line == "start" || line == "stop") {
+        line == "start" ? port_.camera().wake() : port_.camera().silence();
+        port_.cameraChanged();
+        return "ok";
+    }
+
+    const std::lock_guard lock(mutex_);
+    if (command == "get" && values_.count(rest) > 0)
+        return values_[rest];
+    const size_t space = rest.find(' ');
+    if (command == "set" && space != std::string::npos && space > 0 &&
+        (values_.size() < mostValues || values_.count(rest.substr(0, space)) > 0)) {
+        values_[rest.substr(0, space)] = rest.substr(space + 1);
+        return "ok";
+    }
+    return "?";
+}
+
+void SerialChannel::append(const std::string &answer)
+{
+    const std::lock_guard lock(mutex_);
+    if (state_.answer.size() + answer.size() < longestAnswer)
+        state_.answer += answer + '\r';
+    changed_.notify_all();
+}
+
+} // namespace simulator

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "hardware/library/port.h"
+
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+
+namespace simulator {
+
+class Port;
+class Recorder;
+
+/// The serial channel of a port, with the camera's command line at its other end. Any thread.
+class SerialChannel final : public Quillon::SerialPort
+{
+public:
+    SerialChannel(Recorder &recorder, Port &port);
+    SerialChannel(const SerialChannel &) = delete;
+    SerialChannel &operator=(const SerialChannel &) = delete;
+    virtual ~SerialChannel();
+
+    void send(const boost::shared_ptr<Common::Buffer> &data) override;
+    void clear(uint32_t flags) override;
+    bool receive(const boost::shared_ptr<Common::Buffer> &data, uint32_t timeLimit,
+                 const Quillon::String &terminator) override;
+    void setEnabled(bool enabled) override;
+    bool isEnabled() override;
+    void setBaudRate(uint32_t rate) override;
+    uint32_t baudRate() override;
+    void setStopBits(uint8_t bits) override;
+    void setParity(uint8_t parity) override;
+    void setWatermark(uint32_t watermark) override;
+    uint32_t watermarkLimit() override;
+
+    /// As it was before anyone used it.
+    void reset();
+
+private:
+    struct State
+    {
+        bool enabled = false;
+        uint32_t baudRate = 9600;
+        uint8_t stopBits = 1;
+        uint8_t parity = 0;
+        uint32_t watermark = 0;
+        std::string line;   ///< that the camera has got so far
+        std::string answer; ///< bytes on their way from the camera
+    };
+
+    /// The whole lines that arrive with \a bytes.
+    std::vector<std::string> takeLines(const char *bytes, uint64_t size);
+    std::string answerTo(const std::string &line);
+    void append(const std::string &answer);
+
+    Recorder &recorder_;
+    Port &port_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    State state_;
+    std::map<std::string, std::string> values_; ///< the camera's, which outlive the channel's state
+};
+
+} // namespace simulator

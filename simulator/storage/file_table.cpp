@@ -1,0 +1,267 @@
+#include "storage/file_table.h"
+
+#include "raise.h"
+#include "storage/whole_file.h"
+
+#include <algorithm>
+#include <iostream>
+
+namespace simulator {
+
+namespace {
+
+const char setName[] = "set.conf";
+
+SetRecord readSet(const std::filesystem::path &folder)
+{
+    return parseSetRecord(readWholeFile(folder / setName));
+}
+
+std::vector<std::filesystem::path> drivePaths(const std::filesystem::path &folder,
+                                              const SetRecord &set)
+{
+    std::vector<std::filesystem::path> paths;
+    for (const uint32_t drive : set.drives)
+        paths.push_back(folder / ("drive-" + std::to_string(drive + 1) + ".bin"));
+    return paths;
+}
+
+} // namespace
+
+void FileTable::create(const std::filesystem::path &folder, const SetRecord &set)
+{
+    removeWhole(folder);
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    replaceFile(folder / setName, formatSetRecord(set));
+}
+
+bool FileTable::exists(const std::filesystem::path &folder)
+{
+    std::error_code error;
+    return std::filesystem::exists(folder / setName, error);
+}
+
+FileTable::FileTable(std::filesystem::path folder)
+    : folder_(std::move(folder)), set_(readSet(folder_)),
+      space_(drivePaths(folder_, set_), set_.clusterBytes),
+      allocator_(set_.driveBytes / set_.clusterBytes)
+{
+    std::vector<std::filesystem::path> paths;
+    std::error_code error;
+    for (const auto &entry : std::filesystem::directory_iterator(folder_, error))
+        paths.push_back(entry.path());
+    for (const auto &path : paths) {
+        if (path.extension() == ".file")
+            load(path);
+        else if (path.extension() == ".new")
+            removeWhole(path);
+    }
+    for (const auto &path : paths) {
+        if (path.extension() != ".meta")
+            continue;
+        const auto file = std::find_if(files_.begin(), files_.end(), [&path](const auto &each) {
+            return path.stem() == std::to_string(each.first);
+        });
+        if (file != files_.end())
+            file->second.hasMetadata = true;
+        else
+            removeWhole(path);
+    }
+}
+
+void FileTable::load(const std::filesystem::path &path)
+{
+    try {
+        FileRecord record = parseFileRecord(readWholeFile(path));
+        Extents extents = record.extents;
+        for (const StreamRecord &stream : record.streams)
+            append(extents, stream.extents);
+        if (path.stem() != std::to_string(record.id) || !allocator_.reserve(extents))
+            raiseError("It contradicts the others.");
+        set_.nextFileId = std::max(set_.nextFileId, record.id + 1);
+        files_[record.id].record = std::move(record);
+    } catch (const Common::GeneralException &exception) {
+        std::cerr << path.string() + ": " + exception.what() + "\n" << std::flush;
+    }
+}
+
+void FileTable::remove()
+{
+    const std::lock_guard lock(mutex_);
+    requireSet();
+    removeWhole(folder_ / setName);
+    removed_ = true;
+    files_.clear();
+    space_.close();
+    removeWhole(folder_);
+}
+
+void FileTable::requireSet() const
+{
+    if (removed_)
+        raiseError("The drive set was removed.");
+}
+
+const FileTable::File &FileTable::at(uint32_t fileId) const
+{
+    requireSet();
+    const auto file = files_.find(fileId);
+    if (file == files_.end())
+        raiseError("There is no file " + std::to_string(fileId) + ".");
+    return file->second;
+}
+
+FileTable::File &FileTable::at(uint32_t fileId)
+{
+    return const_cast<File &>(std::as_const(*this).at(fileId));
+}
+
+StreamRecord &FileTable::streamAt(File &file, uint32_t streamId) const
+{
+    StreamRecord *stream = file.record.stream(streamId);
+    if (!stream)
+        raiseError("There is no stream " + std::to_string(streamId) + " in file " +
+                   std::to_string(file.record.id) + ".");
+    return *stream;
+}
+
+uint64_t FileTable::totalBytes() const
+{
+    return set_.driveBytes / set_.clusterBytes * space_.stripeBytes();
+}
+
+uint64_t FileTable::usedBytes() const
+{
+    const std::lock_guard lock(mutex_);
+    requireSet();
+    return totalBytes() - allocator_.freeStripes() * space_.stripeBytes();
+}
+
+std::vector<uint32_t> FileTable::listedIds() const
+{
+    const std::lock_guard lock(mutex_);
+    requireSet();
+    std::vector<uint32_t> ids;
+    bool hasIncomplete = false;
+    for (const auto &[id, file] : files_) {
+        const bool isFirstIncomplete = file.isIncomplete() && !hasIncomplete;
+        hasIncomplete |= isFirstIncomplete;
+        if (file.record.name.empty() && (file.hasMetadata || isFirstIncomplete))
+            ids.push_back(id);
+    }
+    return ids;
+}
+
+uint32_t FileTable::find(const std::string &name) const
+{
+    const std::lock_guard lock(mutex_);
+    requireSet();
+    return idOf(name);
+}
+
+uint32_t FileTable::idOf(const std::string &name) const
+{
+    for (const auto &[id, file] : files_) {
+        if (!name.empty() && file.record.name == name)
+            return id;
+    }
+    return 0;
+}
+
+uint32_t FileTable::incompleteId() const
+{
+    const std::lock_guard lock(mutex_);
+    requireSet();
+    for (const auto &[id, file] : files_) {
+        if (file.isIncomplete())
+            return id;
+    }
+    return 0;
+}
+
+bool FileTable::isIncomplete(uint32_t fileId) const
+{
+    const std::lock_guard lock(mutex_);
+    return at(fileId).isIncomplete();
+}
+
+void FileTable::requireFile(uint32_t fileId) const
+{
+    const std::lock_guard lock(mutex_);
+    at(fileId);
+}
+
+FileRecord FileTable::file(uint32_t fileId) const
+{
+    const std::lock_guard lock(mutex_);
+    return at(fileId).record;
+}
+
+StreamRecord FileTable::stream(uint32_t fileId, uint32_t streamId) const
+{
+    const std::lock_guard lock(mutex_);
+    return streamAt(const_cast<File &>(at(fileId)), streamId);
+}
+
+uint32_t FileTable::createNamed(const std::string &name, uint64_t stripes, uint64_t created)
+{
+    if (name.empty())
+        raiseError("A file needs a name.");
+    const std::lock_guard lock(mutex_);
+    requireSet();
+    if (idOf(name) != 0)
+        raiseError("There is a file \"" + name + "\" already.");
+    if (stripes > allocator_.freeStripes())
+        raiseError("The drive set is full.");
+    File file;
+    file.record.name = name;
+    file.record.created = created;
+    file.record.extents = allocator_.allocate(stripes);
+    return addFile(std::move(file));
+}
+
+uint32_t FileTable::addFile(File file)
+{
+    // An id is used up before it is used, so that none comes back.
+    file.record.id = set_.nextFileId;
+    try {
+        SetRecord set = set_;
+        set.nextFileId++;
+        replaceFile(folder_ / setName, formatSetRecord(set));
+        set_.nextFileId++;
+        save(file.record);
+    } catch (...) {
+        allocator_.release(file.record.extents);
+        throw;
+    }
+    const uint32_t id = file.record.id;
+    files_.emplace(id, std::move(file));
+    return id;
+}
+
+void FileTable::removeFile(uint32_t fileId)
+{
+    const std::lock_guard lock(mutex_);
+    const File &file = at(fileId);
+    if (file.recordedStreams > 0)
+        raiseError("File " + std::to_string(fileId) + " is being recorded.");
+    removeWhole(filePath(fileId, ".file"));
+    removeWhole(filePath(fileId, ".meta"));
+    allocator_.release(file.record.extents);
+    for (const StreamRecord &stream : file.record.streams)
+        allocator_.release(stream.extents);
+    files_.erase(fileId);
+}
+
+void FileTable::save(const FileRecord &record) const
+{
+    replaceFile(filePath(record.id, ".file"), formatFileRecord(record));
+}
+
+std::filesystem::path FileTable::filePath(uint32_t fileId, const char *extension) const
+{
+    return folder_ / (std::to_string(fileId) + extension);
+}
+
+} // namespace simulator

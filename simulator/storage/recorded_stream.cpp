@@ -1,0 +1,75 @@
+#include "storage/recorded_stream.h"
+
+#include "frame.h"
+#include "operation.h"
+#include "storage/frame_layout.h"
+
+#include <boost/make_shared.hpp>
+
+namespace simulator {
+
+namespace {
+
+const uint32_t bitDepth = 16;
+
+} // namespace
+
+RecordedStream::RecordedStream(Recorder &recorder, std::shared_ptr<FileTable> table,
+                               uint32_t fileId, const StreamRecord &stream)
+    : recorder_(recorder), table_(std::move(table)), fileId_(fileId), streamId_(stream.id),
+      portName_(stream.portName)
+{
+}
+
+Quillon::String RecordedStream::portName()
+{
+    return isEmptied(recorder_, "RecordedStream::portName") ? "" : portName_.c_str();
+}
+
+boost::shared_ptr<Quillon::FrameSequence> RecordedStream::frames(uint64_t, uint64_t, bool, bool)
+{
+    if (isEmptied(recorder_, "RecordedStream::frames"))
+        return {};
+    return boost::make_shared<FrameSequence>(recorder_, table_, fileId_, streamId_);
+}
+
+FrameSequence::FrameSequence(Recorder &recorder, std::shared_ptr<FileTable> table, uint32_t fileId,
+                             uint32_t streamId)
+    : recorder_(recorder), table_(std::move(table)), fileId_(fileId), streamId_(streamId)
+{
+}
+
+boost::shared_ptr<Common::DataType> FrameSequence::dataType()
+{
+    if (isEmptied(recorder_, "FrameSequence::dataType"))
+        return {};
+    const StreamRecord stream = table_->stream(fileId_, streamId_);
+    return makeDataType(stream.width, stream.height, bitDepth);
+}
+
+uint64_t FrameSequence::frameCount()
+{
+    if (isEmptied(recorder_, "FrameSequence::frameCount"))
+        return 0;
+    return table_->stream(fileId_, streamId_).frames;
+}
+
+void FrameSequence::readFrames(boost::shared_ptr<Common::Frame> &frame, const uint64_t &index,
+                               uint32_t)
+{
+    frame.reset();
+    if (isEmptied(recorder_, "FrameSequence::readFrames"))
+        return;
+    const StreamRecord stream = table_->stream(fileId_, streamId_);
+    if (index >= stream.frames)
+        return;
+    const uint64_t bytes = pixelBytes(stream);
+    const auto buffer = Common::Buffer::create(nullptr, bytes);
+    table_->space().read(stream.extents, index * frameStride(stream) + frameHeaderBytes,
+                         buffer->data(), bytes);
+    // Meanwhile the file can have gone, and another one can lie in its place.
+    table_->requireFile(fileId_);
+    frame = makeFrame(stream.width, stream.height, bitDepth, buffer);
+}
+
+} // namespace simulator

@@ -1,0 +1,52 @@
+#include "storage/whole_file.h"
+
+#include "raise.h"
+
+#include <fstream>
+#include <iterator>
+
+namespace simulator {
+
+std::filesystem::path unfinishedName(const std::filesystem::path &path)
+{
+    std::filesystem::path name = path;
+    name += ".new";
+    return name;
+}
+
+void replaceFile(const std::filesystem::path &path, const void *data, uint64_t size)
+{
+    const std::filesystem::path unfinished = unfinishedName(path);
+    std::ofstream file(unfinished, std::ios::binary);
+    file.write(static_cast<const char *>(data), static_cast<std::streamsize>(size));
+    file.close();
+    std::error_code error;
+    if (file)
+        std::filesystem::rename(unfinished, path, error);
+    if (!file || error)
+        raiseError(path.string() + " can't be written.");
+}
+
+void replaceFile(const std::filesystem::path &path, const std::string &text)
+{
+    replaceFile(path, text.data(), text.size());
+}
+
+std::string readWholeFile(const std::filesystem::path &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string text(std::istreambuf_iterator<char>(file), {});
+    if (!file.is_open() || file.bad())
+        raiseError(path.string() + " can't be read.");
+    return text;
+}
+
+void removeWhole(const std::filesystem::path &path)
+{
+    std::error_code error;
+    std::filesystem::remove_all(path, error);
+    if (error)
+        raiseError(path.string() + " can't be removed: " + error.message());
+}
+
+} // namespace simulator

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace simulator {
+
+// Files that are read and replaced as a whole. All raise Common::GeneralException.
+
+/// The new file is written beside the old one and takes its place, so that a process that dies
+/// leaves one of the two.
+void replaceFile(const std::filesystem::path &path, const void *data, uint64_t size);
+void replaceFile(const std::filesystem::path &path, const std::string &text);
+
+std::string readWholeFile(const std::filesystem::path &path);
+
+/// Removes a file or a folder with all it holds, if it is there.
+void removeWhole(const std::filesystem::path &path);
+
+/// How replaceFile() calls the new file meanwhile.
+std::filesystem::path unfinishedName(const std::filesystem::path &path);
+
+} // namespace simulator
