@@ -114,6 +114,15 @@ std::string picturePath(const std::string &path, uint64_t number)
     return path.substr(0, place.begin) + digits + path.substr(place.end);
 }
 
+std::string portPath(const std::string &path, uint32_t port)
+{
+    std::string result = path;
+    const std::string digits = std::to_string(port);
+    for (size_t at = result.find("%p"); at != std::string::npos; at = result.find("%p", at))
+        result.replace(at, 2, digits);
+    return result;
+}
+
 std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
                                         bool severalFrames)
 {

@@ -51,6 +51,9 @@ std::optional<FrameFormat> frameFormatOf(std::string_view path);
 /// where \a path has neither, "-<number>" comes before the ending.
 std::string picturePath(const std::string &path, uint64_t number);
 
+/// The path for one of several ports: "%p" stands for the port.
+std::string portPath(const std::string &path, uint32_t port);
+
 /// A sink that makes one picture a frame, or, with raw, one file of all. \a severalFrames tells
 /// whether there will be more than one. Raises Failure when a file can't be made.
 std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,

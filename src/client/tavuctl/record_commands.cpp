@@ -1,6 +1,7 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
+#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
 #include "client/tavuctl/progress.h"
@@ -156,14 +157,8 @@ void showRecorded(const Session &session, const std::vector<client::FileEntry> &
         printJson(list);
         return;
     }
-    for (const client::FileEntry &file : files) {
-        const std::string stream = file.streamId ? ":" + std::to_string(file.streamId) : "";
-        const std::string dropped =
-            file.numDroppedFrames ? ", " + std::to_string(file.numDroppedFrames) + " dropped" : "";
-        printLine("recorded file " + std::to_string(file.fileId) + stream + ": " +
-                  counted(file.numFrames, "frame") + dropped + " of " + std::to_string(file.width) +
-                  "x" + std::to_string(file.height) + ", " + sizeText(file.size));
-    }
+    for (const client::FileEntry &file : files)
+        printLine("recorded " + fileSummary(file));
 }
 
 void stopRecording(RunningRecording &recording, const RecordOptions &options)
