@@ -46,8 +46,9 @@ void Camera::describe(const PortDescription &description)
     if (!description.hasCamera) {
         sending_ = false;
     } else if (pluggedIn || description.silent != before.silent) {
+        const bool goesOn = sending_ && !description.silent && !pluggedIn;
         sending_ = !description.silent;
-        restart(0);
+        restart(goesOn ? sent : 0);
     } else if (description.frameRate != before.frameRate) {
         restart(sent);
     }

@@ -67,6 +67,7 @@ void FrameWriter::release()
     } catch (const Common::GeneralException &) {
         // The set is gone, and the file with it.
     }
+    table_.reset();
 }
 
 } // namespace simulator

@@ -25,7 +25,7 @@ public:
 private:
     bool makeRoom();
 
-    const std::shared_ptr<FileTable> table_;
+    std::shared_ptr<FileTable> table_; ///< until released
     const uint32_t fileId_;
     StreamRecord stream_;
     std::vector<uint8_t> header_;

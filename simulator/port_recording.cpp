@@ -29,9 +29,9 @@ void report(const char *event, const char *reason)
 } // namespace
 
 PortRecording::PortRecording(boost::shared_ptr<Port> port, const RecordControl &control,
-                             FrameWriter writer, Clock::time_point time)
-    : port_(std::move(port)), control_(control), armed_(time),
-      armedTime_(Common::TimestampHelper::universalTime()), writer_(std::move(writer)),
+                             FrameWriter writer, Clock::time_point time, uint64_t timestamp)
+    : port_(std::move(port)), control_(control), armed_(time), timestamp_(timestamp),
+      writer_(std::move(writer)),
       state_(control.pretriggerEnable ? State::FillingLoop : State::Waiting), lastTick_(time)
 {
     if (!control_.startEnable)
@@ -205,7 +205,7 @@ bool PortRecording::writeFrame(Clock::time_point due)
     using Units = std::chrono::duration<uint64_t, std::ratio<1, 10'000'000>>;
     try {
         const auto sinceArmed = std::chrono::duration_cast<Units>(due - armed_);
-        return writer_.write(armedTime_ + sinceArmed.count());
+        return writer_.write(timestamp_ + sinceArmed.count());
     } catch (const Common::GeneralException &exception) {
         report("A recording ends", exception.what());
     } catch (const std::exception &exception) {

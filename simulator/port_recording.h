@@ -25,9 +25,10 @@ public:
         Ended = 4
     };
 
-    /// Armed at \a time, or recording from then on, as \a control says.
+    /// Armed at \a time, or recording from then on, as \a control says. \a timestamp is about the
+    /// same time, in 100 ns units since 1601.
     PortRecording(boost::shared_ptr<Port> port, const RecordControl &control, FrameWriter writer,
-                  Clock::time_point time);
+                  Clock::time_point time, uint64_t timestamp);
 
     /// Raises std::system_error when no thread can be had.
     static void start(const std::shared_ptr<PortRecording> &recording);
@@ -64,8 +65,8 @@ private:
     const boost::shared_ptr<Port> port_;
     const RecordControl control_;
     const Clock::time_point armed_;
-    const uint64_t armedTime_; ///< the same in 100 ns units since 1601
-    FrameWriter writer_;       ///< for the thread alone until it is over
+    const uint64_t timestamp_;
+    FrameWriter writer_; ///< for the thread alone until it is over
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;

@@ -155,6 +155,7 @@ void Recorder::describe(const RecorderDescription &description)
                                                    : emptyPort(ports[i]->description()));
     if (before->connected && !after->connected) {
         recording_->abandon();
+        storage_->close();
         for (const auto &port : ports)
             port->reset();
     }

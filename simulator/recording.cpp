@@ -114,13 +114,13 @@ void Recording::abandon()
     std::vector<uint32_t> indices;
     {
         const std::lock_guard lock(mutex_);
-        for (auto &[index, slot] : slots_) {
-            slot.streamId = 0;
+        for (const auto &[index, slot] : slots_)
             indices.push_back(index);
-        }
     }
     for (const uint32_t index : indices)
         end(index);
+    const std::lock_guard lock(mutex_);
+    slots_.clear();
 }
 
 void Recording::portChanged(Port &port)
@@ -177,3 +177,14 @@ std::vector<std::shared_ptr<PortRecording>> Recording::recordings() const
 }
 
 } // namespace simulator
+
+namespace Quillon {
+
+bool Record::Status::isRecordingFinished() const
+{
+    using State = simulator::PortRecording::State;
+    return state == static_cast<uint32_t>(State::Idle) ||
+           state == static_cast<uint32_t>(State::Ended);
+}
+
+} // namespace Quillon

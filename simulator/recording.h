@@ -32,7 +32,8 @@ public:
 
     /// A source of the trigger network fires; its level becomes \a high.
     void trigger(TriggerSource source, bool high);
-    /// The recorder is pulled out: running recordings end, and their files stay incomplete.
+    /// The recorder is pulled out: running recordings end, and their files stay incomplete. What
+    /// programs have attached and added is forgotten.
     void abandon();
     /// The camera on \a port began or ceased to send, or sends otherwise.
     void portChanged(Port &port);

@@ -86,8 +86,8 @@ void Recording::launch(const std::vector<Slot> &slots, const std::vector<FrameWr
     const Clock::time_point now = Clock::now();
     std::vector<std::shared_ptr<PortRecording>> recordings;
     for (size_t i = 0; i < slots.size(); i++)
-        recordings.push_back(
-            std::make_shared<PortRecording>(slots[i].port, control, writers[i], now));
+        recordings.push_back(std::make_shared<PortRecording>(slots[i].port, control, writers[i],
+                                                             now, slots[i].timestamp));
 
     // All are there before one runs, so that a trigger finds all of them.
     {

@@ -60,13 +60,22 @@ std::vector<uint32_t> DriveStorage::setIds()
 std::shared_ptr<FileTable> DriveStorage::openSet(uint32_t id)
 {
     const std::lock_guard lock(mutex_);
+    return setAt(id).table;
+}
+
+DriveStorage::Set &DriveStorage::setAt(uint32_t id)
+{
     load();
-    const auto set = sets_.find(id);
-    if (set == sets_.end())
+    const auto found = sets_.find(id);
+    if (found == sets_.end())
         raiseError("There is no drive set " + std::to_string(id) + ".");
-    if (!set->second)
-        set->second = std::make_shared<FileTable>(folder_ / std::to_string(id));
-    return set->second;
+    Set &set = found->second;
+    if (!set.table)
+        set.table = set.used.lock();
+    if (!set.table)
+        set.table = std::make_shared<FileTable>(folder_ / std::to_string(id));
+    set.used = set.table;
+    return set;
 }
 
 void DriveStorage::createSet(const std::string &name, std::vector<uint32_t> drives)
@@ -75,15 +84,21 @@ void DriveStorage::createSet(const std::string &name, std::vector<uint32_t> driv
     load();
     const uint32_t id = sets_.empty() ? 1 : sets_.rbegin()->first + 1;
     FileTable::create(folder_ / std::to_string(id), describeSet(name, std::move(drives)));
-    sets_[id] = nullptr;
+    sets_[id];
 }
 
 void DriveStorage::removeSet(uint32_t id)
 {
-    const std::shared_ptr<FileTable> set = openSet(id);
     const std::lock_guard lock(mutex_);
-    set->remove();
+    setAt(id).table->remove();
     sets_.erase(id);
+}
+
+void DriveStorage::close()
+{
+    const std::lock_guard lock(mutex_);
+    for (auto &[id, set] : sets_)
+        set.table.reset();
 }
 
 void DriveStorage::load()
@@ -95,7 +110,7 @@ void DriveStorage::load()
     for (const auto &entry : std::filesystem::directory_iterator(folder_, error)) {
         const uint32_t id = setIdOf(entry.path());
         if (id != 0 && FileTable::exists(entry.path()))
-            sets_[id] = nullptr;
+            sets_[id];
     }
     loaded_ = true;
 }

@@ -25,8 +25,17 @@ public:
     std::shared_ptr<FileTable> openSet(uint32_t id);
     void createSet(const std::string &name, std::vector<uint32_t> drives);
     void removeSet(uint32_t id);
+    /// The recorder is pulled out: sets that nobody uses let go of their files.
+    void close();
 
 private:
+    struct Set
+    {
+        std::shared_ptr<FileTable> table; ///< once somebody has opened it
+        std::weak_ptr<FileTable> used;    ///< the same, which handles can hold longer
+    };
+
+    Set &setAt(uint32_t id);
     void load();
     void makeInitialSets() const;
     SetRecord describeSet(const std::string &name, std::vector<uint32_t> drives) const;
@@ -36,8 +45,7 @@ private:
 
     std::mutex mutex_;
     bool loaded_ = false;
-    /// Null while nobody has opened the set.
-    std::map<uint32_t, std::shared_ptr<FileTable>> sets_;
+    std::map<uint32_t, Set> sets_;
 };
 
 } // namespace simulator

@@ -60,11 +60,14 @@ TemporaryFolder::~TemporaryFolder()
     fs::remove_all(path, ignored);
 }
 
-Service::Service(const std::vector<std::string> &arguments)
+Service::Service(const std::vector<std::string> &arguments, const std::string &labFolder)
     : emulatorFolder(separate(folder.path) + "/OREK Systems/TAVU/Emulator/"), arguments_(arguments)
 {
-    setVariable("QUILLON_PATH_X64", std::nullopt);
-    setVariable("TAVUSRV_ENABLE_EMULATOR", "1");
+    using Variable = std::optional<std::string>;
+    const bool simulated = !labFolder.empty();
+    setVariable("QUILLON_PATH_X64", simulated ? Variable(SIMULATOR_PATH) : std::nullopt);
+    setVariable("QUILLON_SIMULATOR_FOLDER", labFolder);
+    setVariable("TAVUSRV_ENABLE_EMULATOR", simulated ? std::nullopt : Variable("1"));
     start();
     watchdog_ = std::jthread([this](std::stop_token stop) {
         std::unique_lock lock(mutex_);

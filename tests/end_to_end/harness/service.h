@@ -39,7 +39,9 @@ struct TemporaryFolder
 class Service
 {
 public:
-    explicit Service(const std::vector<std::string> &arguments = {});
+    /// With a folder of simulated recorders it has those instead of the emulated device.
+    explicit Service(const std::vector<std::string> &arguments = {},
+                     const std::string &labFolder = "");
     ~Service();
 
     /// Starts it again in the same folder, after its end.
