@@ -94,7 +94,9 @@ void FileTable::remove()
     removed_ = true;
     files_.clear();
     space_.close();
-    removeWhole(folder_);
+    // What can't be removed is no set any more, and goes when a new one is laid down there.
+    std::error_code error;
+    std::filesystem::remove_all(folder_, error);
 }
 
 void FileTable::requireSet() const
