@@ -3,6 +3,7 @@
 #include "session.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace simulator {
 

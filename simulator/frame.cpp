@@ -2,6 +2,8 @@
 
 #include <boost/make_shared.hpp>
 
+#include <utility>
+
 namespace simulator {
 
 namespace {

@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>

@@ -10,6 +10,7 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <vector>
 
 namespace simulator {
 

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 namespace simulator {
 
