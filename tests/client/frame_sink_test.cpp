@@ -33,6 +33,7 @@ TEST(FrameSink, PathsTakeTheNumberWhereTheySay)
         {"%%d", 7, "%7"}};
     for (const auto &[path, number, result] : cases)
         EXPECT_EQ(picturePath(path, number), result);
+    EXPECT_EQ(portPath("p%p/%p-%d.png", 12), "p12/12-%d.png");
 }
 
 TEST(FrameSink, FormatsGoByTheEnding)

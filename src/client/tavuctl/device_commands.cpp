@@ -98,6 +98,11 @@ std::string typeText(uint8_t type)
     return type < kTypes.size() ? kTypes[type] : "recorder of family " + std::to_string(type);
 }
 
+std::string deviceOption(const DeviceStatus &status)
+{
+    return status.number == 0 ? "" : " --device " + std::to_string(status.number);
+}
+
 /// What an incomplete file means, and what to do about it. Nothing when there is none.
 std::string incompleteText(const DeviceStatus &status)
 {
@@ -105,8 +110,7 @@ std::string incompleteText(const DeviceStatus &status)
         return {};
     if (!status.recordingDone.value.value_or(true))
         return "a recording is under way";
-    const std::string device =
-        status.number == 0 ? "" : " --device " + std::to_string(status.number);
+    const std::string device = deviceOption(status);
     const bool emulated = status.hardwareType.value == client::kEmulatedDevice;
     return std::string("a recording was cut off (`tavuctl recover ") +
            (emulated ? "discard" : "start") + device + "`), or has come to its end (`tavuctl stop" +
@@ -141,8 +145,11 @@ std::string deviceText(const DeviceStatus &status)
     if (status.hardwareType.value != client::kEmulatedDevice)
         rows.push_back({"  CoaXPress", status.isCxp.text(yesNo)});
     rows.push_back({"  connected", yesNo(status.connected)});
+    const bool prepared = status.percentUsed.error != "No drive set.";
     rows.push_back(
-        {"  storage", status.percentUsed.text(percent) + ", " + status.fileCount.text(files)});
+        {"  storage", prepared
+                          ? status.percentUsed.text(percent) + ", " + status.fileCount.text(files)
+                          : "not prepared (`tavuctl setup" + deviceOption(status) + "`)"});
     if (const std::string incomplete = incompleteText(status); !incomplete.empty())
         rows.push_back({"  incomplete", incomplete});
     for (const PortStatus &port : status.ports)

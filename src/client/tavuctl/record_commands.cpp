@@ -107,8 +107,12 @@ bool watchRecording(Session &session, const RecordOptions &options)
         std::optional<double> fraction;
         if (options.time)
             fraction = done ? 1.0 : double(passed) / double(std::max<uint64_t>(*options.time, 1));
-        progress.update(state.numFrames, state.inPretrigger ? "waiting for the trigger" : "",
-                        fraction);
+        // What is in the pre-trigger loop isn't recorded before the trigger.
+        if (state.inPretrigger)
+            progress.update(0,
+                            counted(state.numFrames, "frame") + " seen, waiting for the trigger");
+        else
+            progress.update(state.numFrames, {}, fraction);
         if (done)
             return true;
         if (interrupted())

@@ -22,8 +22,8 @@ constexpr unsigned kPollMilliseconds = 200;
 std::string statusText(RecoveryStatus status)
 {
     static constexpr std::array<const char *, 5> kTexts = {
-        "no recovery has run", "the recovery is running", "the recovery failed",
-        "the recovery is done, to be finished", "the recovery was cancelled"};
+        "no recovery has run", "a recovery is running", "the last recovery failed",
+        "the last recovery succeeded", "the last recovery was cancelled"};
     const auto number = static_cast<uint32_t>(status);
     return number < kTexts.size() ? kTexts[number] : "state " + std::to_string(number);
 }
@@ -51,6 +51,9 @@ int showStatus(Session &session)
                          : "there is no incomplete recording");
     const bool failed = status == RecoveryStatus::Failed && !error.empty();
     printLine(text + (failed ? ": " + printable(error) : ""));
+    if (status == RecoveryStatus::Done)
+        note("unless that was done, `tavuctl recover finish" + session.deviceOption() +
+             "` puts the recording into the list");
     return kSuccess;
 }
 
@@ -120,6 +123,9 @@ int finish(Session &session)
         printLine("recovered " + fileSummary(files[i]));
     if (files.size() <= known)
         printLine("there were no frames to recover");
+    // Ports that don't share a file leave one each.
+    if (service.hasIncompleteFile(session.device) && service.isRecordingDone(session.device))
+        note("there is a further one: `tavuctl recover start" + session.deviceOption() + "`");
     return kSuccess;
 }
 
