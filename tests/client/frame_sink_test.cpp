@@ -72,6 +72,24 @@ TEST(FrameSink, DrawingFitsAndUsesTheWholeScale)
     EXPECT_NE(drawFrame({0, 5, {}}, 80, 20), "");
 }
 
+TEST(FrameSink, LevelsSpreadAndClip)
+{
+    const std::vector<uint16_t> few = {0, 100, 150, 200, 65535};
+    EXPECT_EQ(spread({5, 1, few}, parseLevels("100-200")({5, 1, few})),
+              (std::vector<uint16_t>{0, 0, 32767, 65535, 65535}));
+    std::vector<uint16_t> many(2000, 500);
+    many[0] = 0;
+    many[1] = 9;
+    many[7] = 65535;
+    many[8] = 700;
+    many[9] = 600;
+    const Levels levels = levelsOf({2000, 1, many});
+    EXPECT_EQ(std::pair(levels.black, levels.white), std::pair(uint16_t(500), uint16_t(600)));
+    EXPECT_EQ(spread({5, 1, few}, {7, 7}).back(), 0);
+    for (const char *text : {"", "5", "5-5", "9-5", "-5", "5-", "0-65536", "automatic"})
+        EXPECT_THROW(parseLevels(text), UsageError) << text;
+}
+
 TEST(FrameSink, SaysWhyAFileCannotBeMade)
 {
     const std::vector<uint16_t> pixels = {1};

@@ -209,6 +209,16 @@ void addDurationOption(CLI::App &command, const std::string &name,
         ->type_name("DURATION");
 }
 
+void addLevelsOption(CLI::App &command, LevelsOf &levels)
+{
+    command
+        .add_option_function<std::string>(
+            "--levels", [&levels](const std::string &text) { levels = parseLevels(text); },
+            "Pixel values that become black and white in pictures, like 4096-8191; auto spreads "
+            "each picture over the whole range")
+        ->type_name("LEVELS");
+}
+
 void addExamples(CLI::App &command, const std::vector<std::string> &lines)
 {
     std::string footer = "Examples:\n";

@@ -26,6 +26,7 @@ struct LiveOptions
     std::string output;
     std::string format;
     std::optional<double> rate;
+    LevelsOf levels;
     bool check = false;
 };
 
@@ -86,7 +87,8 @@ public:
         if (plan.format == FrameFormat::Terminal)
             sink_ = makeTerminalSink();
         else if (plan.format)
-            sink_ = makeFileSink(*plan.format, portPath(options.output, port), plan.frames > 1);
+            sink_ = makeFileSink(*plan.format, portPath(options.output, port), plan.frames > 1,
+                                 options.levels);
         if (options.check)
             check_.emplace(
                 [this](uint64_t, const client::FrameView &frame) { return faultOf(frame); });
@@ -287,14 +289,15 @@ void addLiveCommand(CLI::App &app, Session &session)
         ->type_name("PATH");
     command->add_option("--format", options->format, "png, pgm, raw, or terminal")
         ->check(CLI::IsMember({"png", "pgm", "raw", "terminal"}));
+    addLevelsOption(*command, options->levels);
     command->add_option("--rate", options->rate, "At most this many frames a second of each port")
         ->type_name("N")
         ->check(numberIn(0.01, 1000.0));
     command->add_flag("--check", options->check,
                       "Check all pixels of the frames of a simulated recorder");
-    addExamples(*command,
-                {"live", "live -o now.png", "live --frames 10 -o live-%02d.pgm --rate 2",
-                 "live --port 0,1 --frames 50 --check", "live --port 0,1 -o port-%p.png"});
+    addExamples(*command, {"live", "live -o now.png", "live --frames 10 -o live-%02d.pgm --rate 2",
+                           "live --port 0,1 --frames 50 --check",
+                           "live --port 0,1 -o port-%p.png --levels auto"});
     command->callback([&session, options] {
         session.action = [&session, options] { return showLive(session, *options); };
     });

@@ -24,6 +24,7 @@ struct PlayOptions
     std::string format;
     bool check = false;
     bool show = false;
+    LevelsOf levels;
 };
 
 /// Plays frames one after another into \a take, with progress. An interrupt ends it as a failure.
@@ -130,7 +131,8 @@ int exportFrames(Session &session, const PlayOptions &options)
     std::optional<FrameCheck> check;
     if (options.check)
         check.emplace(checkFor(session, file));
-    const std::unique_ptr<FrameSink> sink = makeFileSink(format, options.output, count > 1);
+    const std::unique_ptr<FrameSink> sink =
+        makeFileSink(format, options.output, count > 1, options.levels);
     playFrames(playback, ranges, "exporting", false,
                [&](uint64_t number, const client::FrameView &frame) {
                    if (check)
@@ -202,9 +204,11 @@ void addPlaybackCommands(CLI::App &app, Session &session)
                      "png or pgm: a picture a frame; raw: all frames in one file, 16-bit "
                      "little-endian")
         ->check(CLI::IsMember({"png", "pgm", "raw"}));
-    addExamples(*command, {"export last --frames first,last -o frame-%d.png",
-                           "export 3 --frames 0-9 -o drop.pgm", "export 3 -o everything.raw",
-                           "export last --frames 5 --format pgm -o - | display"});
+    addLevelsOption(*command, options->levels);
+    addExamples(*command,
+                {"export last --frames first,last -o frame-%d.png",
+                 "export 3 --frames 0-9 -o drop.pgm --levels auto", "export 3 -o everything.raw",
+                 "export last --frames 5 --format pgm -o - | display"});
 }
 
 } // namespace tavu::ctl
