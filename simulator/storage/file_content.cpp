@@ -15,11 +15,10 @@ boost::shared_ptr<Common::Buffer> FileTable::readMetadata(uint32_t fileId) const
 {
     const auto block = Common::Buffer::create(nullptr, set_.metadataBytes);
     const std::lock_guard lock(mutex_);
-    std::string stored;
+    uint64_t stored = 0;
     if (at(fileId).hasMetadata)
-        stored = readWholeFile(filePath(fileId, ".meta"));
-    stored.resize(set_.metadataBytes);
-    std::memcpy(block->data(), stored.data(), stored.size());
+        stored = readWholeFile(filePath(fileId, ".meta"), block->data(), block->size());
+    std::memset(block->ptr(stored), 0, block->size() - stored);
     return block;
 }
 

@@ -41,6 +41,15 @@ std::string readWholeFile(const std::filesystem::path &path)
     return text;
 }
 
+uint64_t readWholeFile(const std::filesystem::path &path, void *target, uint64_t size)
+{
+    std::ifstream file(path, std::ios::binary);
+    file.read(static_cast<char *>(target), static_cast<std::streamsize>(size));
+    if (!file.is_open() || file.bad())
+        raiseError(path.string() + " can't be read.");
+    return static_cast<uint64_t>(file.gcount());
+}
+
 void removeWhole(const std::filesystem::path &path)
 {
     std::error_code error;

@@ -14,6 +14,8 @@ void replaceFile(const std::filesystem::path &path, const void *data, uint64_t s
 void replaceFile(const std::filesystem::path &path, const std::string &text);
 
 std::string readWholeFile(const std::filesystem::path &path);
+/// Reads up to \a size bytes and returns their count.
+uint64_t readWholeFile(const std::filesystem::path &path, void *target, uint64_t size);
 
 /// Removes a file or a folder with all it holds, if it is there.
 void removeWhole(const std::filesystem::path &path);
