@@ -123,7 +123,7 @@ public:
                           static_cast<double>(taken_ - 1) / seconds);
             text += rate.data();
         }
-        return text + (check_ && check_->wrong() == 0 ? "; every frame is a right one" : "");
+        return text + (check_ && check_->wrong() == 0 ? "; every frame is right" : "");
     }
 
     void finish() const

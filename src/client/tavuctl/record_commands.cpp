@@ -109,8 +109,8 @@ bool watchRecording(Session &session, const RecordOptions &options)
             fraction = done ? 1.0 : double(passed) / double(std::max<uint64_t>(*options.time, 1));
         // What is in the pre-trigger loop isn't recorded before the trigger.
         if (state.inPretrigger)
-            progress.update(0,
-                            counted(state.numFrames, "frame") + " seen, waiting for the trigger");
+            progress.update(0, "waiting for the trigger, " + counted(state.numFrames, "frame") +
+                                   " seen");
         else
             progress.update(state.numFrames, {}, fraction);
         if (done)

@@ -51,9 +51,9 @@ int showStatus(Session &session)
                          : "there is no incomplete recording");
     const bool failed = status == RecoveryStatus::Failed && !error.empty();
     printLine(text + (failed ? ": " + printable(error) : ""));
-    if (status == RecoveryStatus::Done)
-        note("unless that was done, `tavuctl recover finish" + session.deviceOption() +
-             "` puts the recording into the list");
+    if (status == RecoveryStatus::Done && incomplete)
+        note("`tavuctl recover finish" + session.deviceOption() +
+             "` puts it into the list, unless that was done");
     return kSuccess;
 }
 
