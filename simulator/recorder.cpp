@@ -156,6 +156,7 @@ void Recorder::describe(const RecorderDescription &description)
                                                    : emptyPort(ports[i]->description()));
     if (before->connected && !after->connected) {
         recording_->abandon();
+        triggers_->reset();
         storage_->close();
         for (const auto &port : ports)
             port->reset();

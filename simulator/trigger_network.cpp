@@ -149,6 +149,12 @@ void TriggerNetwork::connect(TriggerInput RecordControl::*input, const TriggerIn
     control_.*input = connection;
 }
 
+void TriggerNetwork::reset()
+{
+    const std::lock_guard lock(mutex_);
+    control_ = {};
+}
+
 void TriggerNetwork::externalInputChanged(bool high)
 {
     recorder_.recording().trigger(TriggerSource::External, high);

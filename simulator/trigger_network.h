@@ -59,6 +59,9 @@ public:
     void set(uint64_t RecordControl::*setting, uint64_t value);
     void connect(TriggerInput RecordControl::*input, const TriggerInput &connection);
 
+    /// Forgets all settings and connections.
+    void reset();
+
     /// Called on each change of the external input's level.
     void externalInputChanged(bool high);
 

@@ -2,6 +2,7 @@
 
 #include "operation.h"
 #include "raise.h"
+#include "settings_file.h"
 #include "storage/drive_set_list.h"
 #include "storage/drives.h"
 #include "storage/whole_file.h"
@@ -123,6 +124,8 @@ void DriveStorage::makeInitialSets() const
         return;
     std::vector<uint32_t> drives(
         std::accumulate(description->driveGroups.begin(), description->driveGroups.end(), 0u));
+    if (drives.empty())
+        return;
     std::iota(drives.begin(), drives.end(), 0u);
     const SetRecord set = describeSet("TAVU", drives);
     const std::filesystem::path unfinished = unfinishedName(folder_);
@@ -131,7 +134,7 @@ void DriveStorage::makeInitialSets() const
         FileTable::create(unfinished / std::to_string(id), set);
     std::filesystem::rename(unfinished, folder_, error);
     if (error)
-        raiseError(folder_.string() + " can't be made: " + error.message());
+        raiseError(nameOf(folder_) + " can't be made: " + error.message());
 }
 
 SetRecord DriveStorage::describeSet(const std::string &name, std::vector<uint32_t> drives) const

@@ -1,6 +1,7 @@
 #include "storage/file_table.h"
 
 #include "raise.h"
+#include "settings_file.h"
 #include "storage/whole_file.h"
 
 #include <algorithm>
@@ -82,7 +83,7 @@ void FileTable::load(const std::filesystem::path &path)
         set_.nextFileId = std::max(set_.nextFileId, record.id + 1);
         files_[record.id].record = std::move(record);
     } catch (const Common::GeneralException &exception) {
-        std::cerr << path.string() + ": " + exception.what() + "\n" << std::flush;
+        std::cerr << nameOf(path) + ": " + exception.what() + "\n" << std::flush;
     }
 }
 

@@ -20,7 +20,7 @@ enum Field : size_t
     Height
 };
 
-const uint64_t magic = 0x454D415246'4D4953; // "SIMFRAME"
+const uint64_t magic = 0x454D'4152'464D'4953; // "SIMFRAME"
 
 void put(uint8_t *header, Field field, uint64_t value)
 {

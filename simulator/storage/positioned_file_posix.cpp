@@ -1,6 +1,7 @@
 #include "storage/positioned_file.h"
 
 #include "raise.h"
+#include "settings_file.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,7 +16,7 @@ namespace {
 
 [[noreturn]] void raiseLast(const std::filesystem::path &path)
 {
-    raiseError(path.string() + ": " + std::generic_category().message(errno));
+    raiseError(nameOf(path) + ": " + std::generic_category().message(errno));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "storage/positioned_file.h"
 
 #include "raise.h"
+#include "settings_file.h"
 
 #include <windows.h>
 
@@ -18,7 +19,7 @@ const uint64_t largestTransfer = uint64_t(1) << 30;
 [[noreturn]] void raiseLast(const std::filesystem::path &path)
 {
     const int error = static_cast<int>(GetLastError());
-    raiseError(path.string() + ": " + std::system_category().message(error));
+    raiseError(nameOf(path) + ": " + std::system_category().message(error));
 }
 
 OVERLAPPED placeOf(uint64_t offset)

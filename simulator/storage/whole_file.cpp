@@ -1,6 +1,7 @@
 #include "storage/whole_file.h"
 
 #include "raise.h"
+#include "settings_file.h"
 
 #include <fstream>
 #include <iterator>
@@ -24,7 +25,7 @@ void replaceFile(const std::filesystem::path &path, const void *data, uint64_t s
     if (file)
         std::filesystem::rename(unfinished, path, error);
     if (!file || error)
-        raiseError(path.string() + " can't be written.");
+        raiseError(nameOf(path) + " can't be written.");
 }
 
 void replaceFile(const std::filesystem::path &path, const std::string &text)
@@ -37,7 +38,7 @@ std::string readWholeFile(const std::filesystem::path &path)
     std::ifstream file(path, std::ios::binary);
     std::string text(std::istreambuf_iterator<char>(file), {});
     if (!file.is_open() || file.bad())
-        raiseError(path.string() + " can't be read.");
+        raiseError(nameOf(path) + " can't be read.");
     return text;
 }
 
@@ -46,7 +47,7 @@ uint64_t readWholeFile(const std::filesystem::path &path, void *target, uint64_t
     std::ifstream file(path, std::ios::binary);
     file.read(static_cast<char *>(target), static_cast<std::streamsize>(size));
     if (!file.is_open() || file.bad())
-        raiseError(path.string() + " can't be read.");
+        raiseError(nameOf(path) + " can't be read.");
     return static_cast<uint64_t>(file.gcount());
 }
 
@@ -55,7 +56,7 @@ void removeWhole(const std::filesystem::path &path)
     std::error_code error;
     std::filesystem::remove_all(path, error);
     if (error)
-        raiseError(path.string() + " can't be removed: " + error.message());
+        raiseError(nameOf(path) + " can't be removed: " + error.message());
 }
 
 } // namespace simulator

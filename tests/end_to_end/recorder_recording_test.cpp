@@ -83,7 +83,7 @@ TEST_F(RecorderRecording, FollowsTheExternalInput)
 
 TEST_F(RecorderRecording, StartedTwiceGoesOnWithNewStreams)
 {
-    EXPECT_EQ(client.result(46, "P").text, R"({"fileId":0,"streamId":1})");
+    EXPECT_EQ(client.result(46, "P").text, R"({"fileId":0,"streamId":0})");
     EXPECT_EQ(client.call(42, recordingOf(1)), "{}");
     EXPECT_TRUE(waitForFrames(5));
     const uint64_t stream = client.result(46, "P")["streamId"].number;
@@ -96,18 +96,19 @@ TEST_F(RecorderRecording, StartedTwiceGoesOnWithNewStreams)
     EXPECT_EQ(client.result(7, "D").text, R"({"hasIncompleteFile":true})");
 }
 
-TEST_F(RecorderRecording, APortWithoutAFileStaysMarked)
+TEST(RecorderPort, WithoutAFileStaysMarkedAsRecording)
 {
+    Lab lab;
     lab.describe("bench", concat(kBench, kSet, kPorts, "[port 2]\nno file = yes\n"));
-    EXPECT_TRUE(waitUntil([&] {
-        EXPECT_EQ(client.call(42, recordingOf(3, "type=1 count=3")), "{}");
-        EXPECT_TRUE(waitUntilDone());
-        EXPECT_EQ(client.call(43, "D"), "{}");
-        return client.result(46, "D port=1")["fileId"].number == 0;
-    }));
-    EXPECT_EQ(client.result(46, "P")["fileId"].number == 0, false);
-    for (const Value &file : std::vector<Value>{client.result(26, "D")["files"][""]})
-        EXPECT_EQ(file["port"].string, "Port 1");
+    Service service({}, lab.path());
+    Client client;
+    configurePorts(client, 2, 16, 2);
+    recordFrames(client, 3, 3);
+    EXPECT_EQ(client.result(46, "D port=1")["fileId"].number, 0u);
+    const Value files = client.result(26, "D")["files"];
+    ASSERT_EQ(files.members.size(), 1u);
+    EXPECT_EQ(files[""]["port"].string, "Port 1");
+    recordFrames(client, 3, 3);
 }
 
 TEST_F(RecorderRecording, IsSalvagedAfterTheServiceDied)
@@ -159,8 +160,8 @@ TEST_F(RecorderRecording, IsSalvagedAfterTheServiceDied)
         EXPECT_EQ(file["camera"].string, "");
         EXPECT_GE(file["numFrames"].number, 20u);
         EXPECT_EQ(file["size"].number, file["numFrames"].number * 64);
-        const Value opened = again.result(27, concat("D fileId=", file["fileId"].number,
-                                                     " streamId=", file["streamId"].number));
+        const Value opened = again.result(
+            27, concat("D fileId=", file["fileId"].number, " streamId=", file["streamId"].number));
         const Region region(opened);
         for (const uint64_t frame : {uint64_t(0), file["numFrames"].number - 1}) {
             EXPECT_EQ(again.call(30, concat("D openFileId=", port, " frame=", frame)), "{}");
@@ -174,14 +175,16 @@ TEST_F(RecorderRecording, IsSalvagedAfterTheServiceDied)
 
 TEST_F(RecorderRecording, FillsTheDrivesAndKeepsWhatItHas)
 {
-    lab.describe("small", "drives = 2\ndrive size = 1M\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
-                          "frame rate = 1000\n");
+    lab.describe("small",
+                 "drives = 2\ndrive size = 512K\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
+                 "frame rate = 1000\n");
     EXPECT_TRUE(waitUntil([&] { return client.result(4)["count"].number == 2; }));
     const std::string device = "deviceId=1 ";
     EXPECT_EQ(client.call(41, device + "port=0 width=100 height=100 pixelFormat=0 tapGeometry=0"),
               error("The drive set is full."));
-    lab.describe("large", "drives = 2\ndrive size = 4M\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
-                          "frame rate = 1000\n");
+    lab.describe("large",
+                 "drives = 2\ndrive size = 4M\ncluster size = 64K\ndrive sets = 1\n[ports]\n"
+                 "frame rate = 1000\n");
     EXPECT_TRUE(waitUntil([&] { return client.result(4)["count"].number == 3; }));
     const std::string large = "deviceId=2 ";
     EXPECT_EQ(client.call(41, large + "port=0 width=100 height=100 pixelFormat=0 tapGeometry=0"),

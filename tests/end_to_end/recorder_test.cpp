@@ -13,9 +13,9 @@ TEST(Recorder, TypeNumbersTellFamilyAndLink)
     {
         uint32_t type, family;
         bool isCxp;
-    } cases[] = {{0, 0, false},  {1, 2, false},  {14, 2, false},  {15, 2, true},   {17, 2, true},
-                 {18, 0, false}, {20, 2, false}, {64, 3, false},  {67, 3, false},  {68, 0, false},
-                 {70, 3, true},  {71, 3, true},  {72, 3, false},  {150, 2, false}, {151, 2, false}};
+    } cases[] = {{0, 0, false},  {1, 2, false},  {14, 2, false}, {15, 2, true},   {17, 2, true},
+                 {18, 0, false}, {20, 2, false}, {64, 3, false}, {67, 3, false},  {68, 0, false},
+                 {70, 3, true},  {71, 3, true},  {72, 3, false}, {150, 2, false}, {151, 2, false}};
     Lab lab;
     for (const auto &item : cases)
         lab.describe(concat("r", 100 + item.type), concat("device type = ", item.type));
@@ -94,14 +94,15 @@ TEST(Recorder, DescribesItsPortsFieldByField)
     {
         const char *recorder, *port;
         uint32_t tapGeometry, width;
-    } cases[] = {{"15", "", 0, 1000},           {"15", "link mode = 2", 0, 1000}, {"70", "", 0, 1000},
-                 {"1", "", 0, 1000},            {"1", "", 1, 1000},
-                 {"1", "", 10, 999},            {"1", "", 19, 1000}};
+    } cases[] = {{"15", "", 0, 1000}, {"15", "link mode = 2", 0, 1000},
+                 {"70", "", 0, 1000}, {"1", "", 0, 1000},
+                 {"1", "", 1, 1000},  {"1", "", 10, 999},
+                 {"1", "", 19, 1000}};
     Lab lab;
     for (size_t i = 0; i < std::size(cases); i++)
-        lab.describe(concat("r", i), concat("device type = ", cases[i].recorder,
-                                            "\ndrive sets = 1\n[ports]\nframe rate = 200\n",
-                                            cases[i].port));
+        lab.describe(concat("r", i),
+                     concat("device type = ", cases[i].recorder,
+                            "\ndrive sets = 1\n[ports]\nframe rate = 200\n", cases[i].port));
     const Service service({}, lab.path());
     Client client;
     for (size_t i = 0; i < std::size(cases); i++) {
@@ -126,7 +127,8 @@ TEST(Recorder, ComesAndGoesWhileClientsWork)
     const std::string files = client.result(26, "D").text;
     EXPECT_EQ(client.result(0, "").text, R"({"queueId":0})");
     const auto waitForChange = [&] {
-        return waitUntil([&] { return client.result(2, "queueId=0")["type"].number == 1; });
+        return waitUntil(
+            [&] { return client.result(2, "queueId=0")["event"]["type"].number == 1; });
     };
 
     lab.describe("b", description);
@@ -158,8 +160,9 @@ TEST(Recorder, ComesAndGoesWhileClientsWork)
 
 TEST(Recorder, AFaultOfTheLibraryAtItsStartLeavesNone)
 {
-    for (const char *fault : {"Instance::initialize 1 raise x", "Instance::deviceCollection 1 raise x",
-                              "Instance::initialize 1 empty", "Instance::deviceCollection 1 empty"}) {
+    for (const char *fault :
+         {"Instance::initialize 1 raise x", "Instance::deviceCollection 1 raise x",
+          "Instance::initialize 1 empty", "Instance::deviceCollection 1 empty"}) {
         Lab lab;
         lab.describe("a", "");
         writeFile(lab.file("faults.conf"), fault);
@@ -202,7 +205,8 @@ TEST(Recorder, PairingBlocksLieWhereTheirSizeSays)
             EXPECT_EQ(pair(client, 34, port), "{}");
             EXPECT_EQ(pair(client, 36, port), "{}");
         }
-        // Sizes in stripes of a mebibyte: the record file, and two pairing files that grew by steps.
+        // Sizes in stripes of a mebibyte: the record file, and two pairing files that grew by
+        // steps.
         const std::pair<const char *, uint32_t> files[] = {{"1", 2}, {"2", 32}, {"3", 48}};
         for (const auto &[id, stripes] : files) {
             const std::string text = readLines(lab.file(concat("bench/sets/1/", id, ".file")));

@@ -31,7 +31,7 @@ public:
     Buffer &operator=(const Buffer &) = delete;
     QUILLON_API virtual ~Buffer();
 
-    virtual std::uint64_t size() const;
+    QUILLON_API virtual std::uint64_t size() const;
 
     /// A null \a source leaves the bytes unset.
     QUILLON_API static boost::shared_ptr<Buffer> create(const void *source, std::uint64_t size);

@@ -25,6 +25,7 @@ void Lab::setFaults(Client &client, const std::string &recorder, std::string_vie
     writeFile(file(recorder + "/faults.conf"),
               concat(text, "\nPort::hasSerial * raise ", mark, "\n"));
     EXPECT_TRUE(waitUntil([&] {
+        client.call(20, "P");
         return client.call(14, "P baudRate=1 parity=0 stopBits=1") == error(mark);
     }));
 }

@@ -23,7 +23,8 @@ private:
     int marks_ = 0;
 };
 
-/// Pairs the first ports of device 0 with "Cam 0" and so on, with no block, and sets their geometry.
+/// Pairs the first ports of device 0 with "Cam 0" and so on, with no block, and sets their
+/// geometry.
 void configurePorts(Client &client, uint32_t count, uint32_t width, uint32_t height);
 /// Parameters of startRecording on device 0: plain, without a limit unless \a more names one.
 std::string recordingOf(uint32_t portMask, std::string_view more = "type=0 count=0");
