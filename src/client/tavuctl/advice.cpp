@@ -17,7 +17,7 @@ struct Advice
     std::string_view text;
 };
 
-constexpr std::array<Advice, 34> kAdvice = {{
+constexpr std::array<Advice, 36> kAdvice = {{
     {"Invalid device index.", "`tavuctl status` lists the devices"},
     {"Invalid port", "`tavuctl status` lists the ports of each device"},
     {"Invalid port index.", "`tavuctl status` lists the ports of each device"},
@@ -27,6 +27,10 @@ constexpr std::array<Advice, 34> kAdvice = {{
                        "a setup can't be opened"},
     {"File not found.", "`tavuctl files{device}` lists the recordings"},
     {"File is open", "somebody plays this recording: try again when that has ended"},
+    {"Can't remove file, file is open.",
+     "somebody plays this recording: try again when that has ended"},
+    {"Can't setup tavu while files are open.",
+     "somebody plays a recording of this device: try again when that has ended"},
     {"Failed to open file", "the recording's file is gone or can't be read by the service"},
     {"Already recording", "`tavuctl stop{device}` ends the recording that is under way, or that "
                           "has come to its end and waits to be stored"},

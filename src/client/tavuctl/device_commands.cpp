@@ -209,6 +209,25 @@ int showStatus(Session &session, std::optional<uint32_t> only)
     return kSuccess;
 }
 
+/// A recorder's ports lose their drives with the old drive set, and get the new one when they are
+/// configured; the same configuration again would change nothing, so it takes a detour.
+void attachPorts(Session &session)
+{
+    client::Connection &service = session.service();
+    if (service.hardwareType(session.device) == client::kEmulatedDevice)
+        return;
+    const uint8_t count = service.portCount(session.device);
+    for (uint8_t port = 0; port < count; ++port) {
+        const client::PortConfig config = service.getPortConfig(session.device, port);
+        if (config.width == 0 || config.height == 0)
+            continue;
+        client::PortConfig detour = config;
+        detour.pixelFormat ^= 1;
+        service.setPortConfig(session.device, port, detour);
+        service.setPortConfig(session.device, port, config);
+    }
+}
+
 int prepareStorage(Session &session, bool confirmed)
 {
     client::Connection &service = session.service();
@@ -218,6 +237,7 @@ int prepareStorage(Session &session, bool confirmed)
     if (!confirmed)
         confirm("This removes the " + what + " of " + which + " for good.");
     service.setup(session.device);
+    attachPorts(session);
     printLine(which + " is ready to record");
     const size_t listed = service.listFiles(session.device).size();
     if (listed > 0)

@@ -110,7 +110,7 @@ bool watchRecording(Session &session, const RecordOptions &options)
         // What is in the pre-trigger loop isn't recorded before the trigger.
         if (state.inPretrigger)
             progress.update(0, "waiting for the trigger, " + counted(state.numFrames, "frame") +
-                                   " seen");
+                                   " in the loop");
         else
             progress.update(state.numFrames, {}, fraction);
         if (done)
@@ -178,17 +178,34 @@ void stopRecording(RunningRecording &recording, const RecordOptions &options)
     }
 }
 
-[[noreturn]] void failStart(Session &session, const RecordOptions &options,
-                            const client::ServiceError &error)
+/// What is missing on the ports, a line each.
+std::string adviceForPorts(Session &session, const RecordOptions &options)
 {
     std::string advice;
     for (const uint32_t port : options.ports) {
         const std::string text = adviceForUnreadyPort(session, static_cast<uint8_t>(port));
         advice += (advice.empty() || text.empty() ? "" : "\n") + text;
     }
+    return advice;
+}
+
+[[noreturn]] void failStart(Session &session, const RecordOptions &options,
+                            const client::ServiceError &error)
+{
+    const std::string advice = adviceForPorts(session, options);
     if (advice.empty())
         throw client::ServiceError(error);
     throw Failure(printable(error.what()) + "\n" + advice);
+}
+
+/// A recorder takes whatever its camera sends, and stores it under a frame size that is missing.
+void warnOfUnreadyPorts(Session &session, const RecordOptions &options)
+{
+    if (session.service().hardwareType(session.device) == client::kEmulatedDevice)
+        return;
+    const std::string advice = adviceForPorts(session, options);
+    if (!advice.empty())
+        note(advice);
 }
 
 int record(Session &session, const RecordOptions &options)
@@ -203,6 +220,7 @@ int record(Session &session, const RecordOptions &options)
             failStart(session, options, error);
         throw;
     }
+    warnOfUnreadyPorts(session, options);
     if (options.detach) {
         recording->leave();
         printLine("recording; `tavuctl stop" + session.deviceOption() + "` ends it");
