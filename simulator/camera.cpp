@@ -11,9 +11,9 @@ namespace simulator {
 namespace {
 
 /// The CoaXPress register that holds the address of the acquisition-start register.
-constexpr uint32_t acquisitionStartAddress = 0x300C;
+constexpr uint32_t kAcquisitionStartAddress = 0x300C;
 
-constexpr double nanosecondsPerSecond = 1e9;
+constexpr double kNanosecondsPerSecond = 1e9;
 
 uint32_t bigEndian(const uint8_t *bytes)
 {
@@ -141,9 +141,9 @@ uint64_t Camera::framesUntil(Clock::time_point time) const
 
 Clock::time_point Camera::dueTime(uint64_t frame) const
 {
-    const double nanoseconds = nanosecondsPerSecond * double(frame + 1) / description_.frameRate;
+    const double nanoseconds = kNanosecondsPerSecond * double(frame + 1) / description_.frameRate;
     // A rate of next to nothing must not leave the clock's range.
-    const double century = 100.0 * 365 * 24 * 3600 * nanosecondsPerSecond;
+    const double century = 100.0 * 365 * 24 * 3600 * kNanosecondsPerSecond;
     return origin_ + std::chrono::duration_cast<Clock::duration>(
                          std::chrono::nanoseconds(int64_t(std::min(nanoseconds, century))));
 }
@@ -157,7 +157,7 @@ void Camera::restart(uint64_t firstNumber)
 void Camera::fillMemory()
 {
     memory_.assign(description_.memorySize, 0);
-    store(acquisitionStartAddress, description_.acquisitionStart);
+    store(kAcquisitionStartAddress, description_.acquisitionStart);
     for (const auto &[address, value] : description_.registers)
         store(address, value);
 }

@@ -9,7 +9,7 @@ namespace simulator {
 namespace {
 
 /// Here the width stands in a field of its own, elsewhere it is that of a tap times their count.
-constexpr uint32_t coaXPressType = 4;
+constexpr uint32_t kCoaXPressType = 4;
 
 DataDescriptor &mine(Quillon::DataDescriptor &descriptor)
 {
@@ -29,7 +29,7 @@ Quillon::ParameterValue &DataDescriptor::field(uint32_t id)
 
 uint32_t DataDescriptor::width() const
 {
-    return type_ == coaXPressType ? number(35) : number(1) * number(5);
+    return type_ == kCoaXPressType ? number(35) : number(1) * number(5);
 }
 
 uint32_t DataDescriptor::number(uint32_t id) const

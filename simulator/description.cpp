@@ -11,7 +11,7 @@ namespace simulator {
 
 namespace {
 
-constexpr uint64_t giga = uint64_t(1) << 30;
+constexpr uint64_t kGiga = uint64_t(1) << 30;
 
 template <typename Description>
 struct Key
@@ -50,7 +50,7 @@ uint32_t interfaceBit(const Setting &setting)
 using RecorderKey = Key<RecorderDescription>;
 using Recorder = RecorderDescription;
 
-const RecorderKey recorderKeys[] = {
+const RecorderKey kRecorderKeys[] = {
     {"name", [](Recorder &r, const Setting &s) { r.name = s.name(); }},
     {"alternative name", [](Recorder &r, const Setting &s) { r.alternativeName = s.text(); }},
     {"device type",
@@ -60,11 +60,11 @@ const RecorderKey recorderKeys[] = {
     {"interface", [](Recorder &r, const Setting &s) { r.interfaceBit = interfaceBit(s); }},
     {"ports", [](Recorder &r, const Setting &s) { r.ports.resize(s.number(0, 255)); }},
     {"drives", [](Recorder &r, const Setting &s) { r.driveGroups = parseGroups(s.value); }},
-    {"drive size", [](Recorder &r, const Setting &s) { r.driveSize = s.size(0, giga << 20); }},
+    {"drive size", [](Recorder &r, const Setting &s) { r.driveSize = s.size(0, kGiga << 20); }},
     {"cluster size",
-     [](Recorder &r, const Setting &s) { r.clusterSize = uint32_t(s.size(1, giga)); }},
+     [](Recorder &r, const Setting &s) { r.clusterSize = uint32_t(s.size(1, kGiga)); }},
     {"metadata size",
-     [](Recorder &r, const Setting &s) { r.metadataSize = uint32_t(s.size(1, giga)); }},
+     [](Recorder &r, const Setting &s) { r.metadataSize = uint32_t(s.size(1, kGiga)); }},
     {"drive sets",
      [](Recorder &r, const Setting &s) { r.initialDriveSets = uint32_t(s.number(0, 1000)); }},
     {"shared file", [](Recorder &r, const Setting &s) { r.sharedFile = s.yesOrNo(); }},
@@ -80,7 +80,7 @@ const RecorderKey recorderKeys[] = {
 using PortKey = Key<PortDescription>;
 using Port = PortDescription;
 
-const PortKey portKeys[] = {
+const PortKey kPortKeys[] = {
     {"name", [](Port &p, const Setting &s) { p.name = s.name(); }},
     {"link mode",
      [](Port &p, const Setting &s) { p.linkMode = uint32_t(s.number(0, UINT32_MAX)); }},
@@ -95,11 +95,11 @@ const PortKey portKeys[] = {
     {"packing setting", [](Port &p, const Setting &s) { p.hasPackingSetting = s.yesOrNo(); }},
     {"serial", [](Port &p, const Setting &s) { p.hasSerial = s.yesOrNo(); }},
     {"memory size",
-     [](Port &p, const Setting &s) { p.memorySize = uint32_t(s.size(0, giga / 4)); }},
+     [](Port &p, const Setting &s) { p.memorySize = uint32_t(s.size(0, kGiga / 4)); }},
     {"no file", [](Port &p, const Setting &s) { p.noFile = s.yesOrNo(); }},
 };
 
-constexpr std::string_view registerPrefix = "register ";
+constexpr std::string_view kRegisterPrefix = "register ";
 
 template <typename Description, size_t Count>
 void take(const Key<Description> (&keys)[Count], Description &description, const Setting &setting)
@@ -113,9 +113,9 @@ void take(const Key<Description> (&keys)[Count], Description &description, const
 
 void takePortSetting(PortDescription &port, const Setting &setting)
 {
-    if (setting.key.compare(0, registerPrefix.size(), registerPrefix) != 0)
-        return take(portKeys, port, setting);
-    const std::string address = setting.key.substr(registerPrefix.size());
+    if (setting.key.compare(0, kRegisterPrefix.size(), kRegisterPrefix) != 0)
+        return take(kPortKeys, port, setting);
+    const std::string address = setting.key.substr(kRegisterPrefix.size());
     port.registers[uint32_t(parseNumber(address, 0, UINT32_MAX))] =
         uint32_t(setting.number(0, UINT32_MAX));
 }
@@ -173,7 +173,7 @@ RecorderDescription readRecorderDescription(const std::filesystem::path &file)
     const std::vector<Setting> settings = readSettings(file);
     forEach(
         file, settings, [](const Setting &setting) { return setting.section.empty(); },
-        [&](const Setting &setting) { take(recorderKeys, recorder, setting); });
+        [&](const Setting &setting) { take(kRecorderKeys, recorder, setting); });
     // What holds for all ports first, so that its place in the file doesn't matter.
     PortDescription common;
     forEach(

@@ -23,24 +23,26 @@ uint64_t DeviceList::count()
 
 Quillon::String DeviceList::deviceName(uint32_t index)
 {
-    if (session_->installation().faults().empties("DeviceCollection::deviceName"))
+    const boost::shared_ptr<Recorder> recorder = at(index);
+    if (recorder->faults().empties("DeviceCollection::deviceName"))
         return {};
-    return at(index)->description()->name.c_str();
+    return recorder->description()->name.c_str();
 }
 
 uint32_t DeviceList::deviceState(uint32_t index)
 {
-    if (session_->installation().faults().empties("DeviceCollection::deviceState"))
-        return 0;
     const boost::shared_ptr<Recorder> recorder = at(index);
+    if (recorder->faults().empties("DeviceCollection::deviceState"))
+        return 0;
     return recorder->isConnected() && isAttached(*recorder) ? 0 : 1;
 }
 
 boost::shared_ptr<Quillon::Device> DeviceList::device(uint32_t index)
 {
-    if (session_->installation().faults().empties("DeviceCollection::device"))
+    boost::shared_ptr<Recorder> recorder = at(index);
+    if (recorder->faults().empties("DeviceCollection::device"))
         return {};
-    return at(index);
+    return recorder;
 }
 
 uint32_t DeviceList::registerChangeCallback(const ChangeCallback &callback)

@@ -9,7 +9,7 @@ namespace simulator {
 
 namespace {
 
-const uint64_t largestGrowthBytes = 64 << 20;
+const uint64_t kLargestGrowthBytes = 64 << 20;
 
 } // namespace
 
@@ -48,7 +48,7 @@ bool FrameWriter::makeRoom()
     const uint64_t present = stripesOf(stream_.extents);
     if (needed <= present)
         return true;
-    const uint64_t growth = std::min(present, largestGrowthBytes / stripeBytes);
+    const uint64_t growth = std::min(present, kLargestGrowthBytes / stripeBytes);
     stream_.extents = table_->growStream(fileId_, stream_.id, std::max(needed - present, growth));
     return needed <= stripesOf(stream_.extents);
 }

@@ -13,8 +13,8 @@ namespace simulator {
 
 namespace {
 
-constexpr std::chrono::milliseconds lookInterval(50);
-constexpr Quillon::VersionInfo defaultVersion{2, 1, 0, 38};
+constexpr std::chrono::milliseconds kLookInterval(50);
+constexpr Quillon::VersionInfo kDefaultVersion{2, 1, 0, 38};
 
 void report(const std::string &text)
 {
@@ -51,7 +51,7 @@ Quillon::VersionInfo parseVersion(const std::string &text)
 
 Quillon::VersionInfo readVersion(const std::filesystem::path &file)
 {
-    Quillon::VersionInfo version = defaultVersion;
+    Quillon::VersionInfo version = kDefaultVersion;
     for (const Setting &setting : readSettings(file)) {
         try {
             if (!setting.section.empty() || setting.key != "version")
@@ -80,7 +80,7 @@ Installation::Place::Place(const std::filesystem::path &folder)
 Installation::Installation(std::filesystem::path folder)
     : folder_(std::move(folder)), faults_{std::make_shared<FaultPlan>(), nullptr},
       versionFile_(folder_ / "library.conf"), faultsFile_(folder_ / "faults.conf"),
-      version_(defaultVersion)
+      version_(kDefaultVersion)
 {
     if (folder_.empty()) {
         report("QUILLON_SIMULATOR_FOLDER names no folder, so there are no recorders");
@@ -150,7 +150,7 @@ void Installation::removeCallback(uint32_t id)
 void Installation::watch()
 {
     std::unique_lock lock(mutex_);
-    while (!stopped_.wait_for(lock, lookInterval, [&] { return stopping_; })) {
+    while (!stopped_.wait_for(lock, kLookInterval, [&] { return stopping_; })) {
         lock.unlock();
         guarded([&] { look(); });
         lock.lock();
@@ -241,7 +241,7 @@ void Installation::makeRecorder(Place &place)
 void Installation::loadVersion()
 {
     const Quillon::VersionInfo version =
-        versionFile_.exists() ? readVersion(versionFile_.path()) : defaultVersion;
+        versionFile_.exists() ? readVersion(versionFile_.path()) : kDefaultVersion;
     const std::lock_guard lock(mutex_);
     version_ = version;
 }

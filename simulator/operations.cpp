@@ -6,7 +6,7 @@ namespace simulator {
 
 namespace {
 
-const char *const operations[] = {
+const char *const kOperations[] = {
     "Instance::initialize",
     "Instance::deviceCollection",
     "Instance::version",
@@ -119,7 +119,7 @@ const char *const operations[] = {
 
 bool isOperation(const std::string &name)
 {
-    return std::find(std::begin(operations), std::end(operations), name) != std::end(operations);
+    return std::find(std::begin(kOperations), std::end(kOperations), name) != std::end(kOperations);
 }
 
 } // namespace simulator

@@ -16,8 +16,8 @@ namespace simulator {
 
 namespace {
 
-constexpr Port::Geometry defaultGeometry{640, 480};
-constexpr uint64_t largestFrame = uint64_t(1) << 30; ///< bytes
+constexpr Port::Geometry kDefaultGeometry{640, 480};
+constexpr uint64_t kLargestFrame = uint64_t(1) << 30; ///< bytes
 
 Common::Buffer &required(const boost::shared_ptr<Common::Buffer> &data)
 {
@@ -131,7 +131,7 @@ boost::shared_ptr<Common::Frame> Port::takePicture(uint64_t number) const
     const Geometry size = geometry();
     const uint32_t depth = bitDepth();
     const uint64_t bytes = frameBytes(size.width, size.height, depth);
-    if (bytes > largestFrame)
+    if (bytes > kLargestFrame)
         throw Common::GeneralException("The frames of the port are too large.");
     const boost::shared_ptr<Common::Buffer> buffer(new Common::Buffer(bytes));
     if (depth == 16) {
@@ -268,7 +268,7 @@ Port::Geometry Port::geometry() const
         return {description_.frameWidth, description_.frameHeight};
     if (declared_.width > 0 && declared_.height > 0)
         return declared_;
-    return defaultGeometry;
+    return kDefaultGeometry;
 }
 
 bool Port::deliversNoFile() const

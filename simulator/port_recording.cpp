@@ -11,14 +11,14 @@ namespace {
 using std::chrono::milliseconds;
 
 // A camera that changes meanwhile is noticed so soon.
-const milliseconds longestWait(20);
+const milliseconds kLongestWait(20);
 // After a stop, frames that are late are still written for so long.
-const milliseconds stopGrace(200);
+const milliseconds kStopGrace(200);
 
 /// No duration that a clock can't hold.
-milliseconds durationOf(uint64_t time)
+std::chrono::microseconds durationOf(uint64_t time)
 {
-    return milliseconds(std::min(time, uint64_t(1) << 40));
+    return std::chrono::microseconds(std::min(time, uint64_t(1) << 50));
 }
 
 void report(const char *event, const char *reason)
@@ -92,7 +92,7 @@ uint32_t PortRecording::stop()
         state_ = State::Recording;
     }
     endAt(now);
-    deadline_ = now + stopGrace;
+    deadline_ = now + kStopGrace;
     changed_.notify_all();
     changed_.wait(lock, [this] { return threadIsOver_; });
     writer_.release();
@@ -176,7 +176,7 @@ std::optional<Clock::time_point> PortRecording::awaitFrame(Lock &lock)
 void PortRecording::fillLoop(Lock &lock)
 {
     if (state_ == State::Waiting) {
-        changed_.wait_for(lock, longestWait);
+        changed_.wait_for(lock, kLongestWait);
         return;
     }
     const Clock::time_point now = Clock::now();
@@ -192,7 +192,7 @@ void PortRecording::fillLoop(Lock &lock)
 
 void PortRecording::waitUntil(Lock &lock, const std::optional<Camera::Tick> &tick)
 {
-    Clock::time_point time = Clock::now() + longestWait;
+    Clock::time_point time = Clock::now() + kLongestWait;
     if (tick)
         time = std::min(time, tick->due);
     if (end_)

@@ -12,11 +12,11 @@ namespace simulator {
 namespace {
 
 // A camera has so much memory and no more: what is beyond it is lost.
-constexpr size_t longestLine = 64 << 10;
-constexpr size_t longestAnswer = 1 << 20;
-constexpr size_t mostValues = 256;
+constexpr size_t kLongestLine = 64 << 10;
+constexpr size_t kLongestAnswer = 1 << 20;
+constexpr size_t kMostValues = 256;
 
-constexpr uint32_t mostWatermark = 4096;
+constexpr uint32_t kMostWatermark = 4096;
 
 } // namespace
 
@@ -132,7 +132,7 @@ uint32_t SerialChannel::watermarkLimit()
     if (recorder_.faults().empties("SerialPort::watermarkLimit"))
         return 0;
     recorder_.requireConnected();
-    return mostWatermark;
+    return kMostWatermark;
 }
 
 void SerialChannel::reset()
@@ -153,7 +153,7 @@ std::vector<std::string> SerialChannel::takeLines(const char *bytes, uint64_t si
     for (const char *end = bytes + size; bytes != end; ++bytes) {
         if (*bytes == '\r') {
             lines.push_back(std::exchange(state_.line, std::string()));
-        } else if (*bytes != '\n' && state_.line.size() < longestLine) {
+        } else if (*bytes != '\n' && state_.line.size() < kLongestLine) {
             state_.line += *bytes;
         }
     }
@@ -180,7 +180,7 @@ std::string SerialChannel::answerTo(const std::string &line)
         return values_[rest];
     const size_t space = rest.find(' ');
     if (command == "set" && space != std::string::npos && space > 0 &&
-        (values_.size() < mostValues || values_.count(rest.substr(0, space)) > 0)) {
+        (values_.size() < kMostValues || values_.count(rest.substr(0, space)) > 0)) {
         values_[rest.substr(0, space)] = rest.substr(space + 1);
         return "ok";
     }
@@ -190,7 +190,7 @@ std::string SerialChannel::answerTo(const std::string &line)
 void SerialChannel::append(const std::string &answer)
 {
     const std::lock_guard lock(mutex_);
-    if (state_.answer.size() + answer.size() < longestAnswer)
+    if (state_.answer.size() + answer.size() < kLongestAnswer)
         state_.answer += answer + '\r';
     changed_.notify_all();
 }

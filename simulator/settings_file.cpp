@@ -13,14 +13,14 @@ namespace simulator {
 
 namespace {
 
-const char blanks[] = " \t\r\f\v";
+const char kBlanks[] = " \t\r\f\v";
 
 char lowered(char c)
 {
     return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
 }
 
-/// In lower case, with single blanks.
+/// In lower case, with single kBlanks.
 std::string normalised(const std::string &text)
 {
     std::string result;
@@ -53,10 +53,10 @@ std::string nameOf(const std::filesystem::path &path)
 
 std::string trimmed(const std::string &text)
 {
-    const size_t first = text.find_first_not_of(blanks);
+    const size_t first = text.find_first_not_of(kBlanks);
     if (first == std::string::npos)
         return std::string();
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
 }
 
 uint64_t parseNumber(const std::string &text, uint64_t least, uint64_t most)

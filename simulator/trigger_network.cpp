@@ -19,7 +19,7 @@ struct Setting
     uint64_t RecordControl::*field;
 };
 
-const Setting settings[] = {
+const Setting kSettings[] = {
     {"Start Enable", Tag::Boolean, &RecordControl::startEnable},
     {"Stop Enable", Tag::Boolean, &RecordControl::stopEnable},
     {"Pretrigger Enable", Tag::Boolean, &RecordControl::pretriggerEnable},
@@ -79,7 +79,7 @@ boost::shared_ptr<Quillon::Parameter> Element::parameter(const Quillon::String &
 {
     if (isEmptied(recorder_, "TriggerElement::parameter"))
         return {};
-    for (const Setting &setting : settings) {
+    for (const Setting &setting : kSettings) {
         if (kind_ == RecordControlElement && std::string(setting.name) == name.c_str())
             return boost::make_shared<Parameter>(recorder_, setting);
     }

@@ -26,7 +26,7 @@ struct TriggerInput
     bool isFiredBy(TriggerSource from, bool high) const;
 };
 
-/// The settings of the record control element. Booleans are 0 or 1, times are milliseconds.
+/// The settings of the record control element. Booleans are 0 or 1, times are microseconds.
 struct RecordControl
 {
     uint64_t startEnable = 0;

@@ -7,7 +7,7 @@ namespace simulator {
 namespace {
 
 /// Two changes in so short a time can leave the same stamp, as file systems go.
-constexpr std::chrono::seconds stampPrecision(3);
+constexpr std::chrono::seconds kStampPrecision(3);
 
 } // namespace
 
@@ -43,7 +43,7 @@ bool WatchedFile::looksTouched()
         stamp = Stamp();
     const bool wasYoung = isYoung_;
     isYoung_ =
-        !error && std::filesystem::file_time_type::clock::now() - stamp.time < stampPrecision;
+        !error && std::filesystem::file_time_type::clock::now() - stamp.time < kStampPrecision;
     return std::exchange(stamp_, stamp) != stamp || wasYoung || isYoung_;
 }
 

@@ -11,11 +11,11 @@ namespace simulator {
 
 namespace {
 
-const char setName[] = "set.conf";
+const char kSetName[] = "set.conf";
 
 SetRecord readSet(const std::filesystem::path &folder)
 {
-    return parseSetRecord(readWholeFile(folder / setName));
+    return parseSetRecord(readWholeFile(folder / kSetName));
 }
 
 std::vector<std::filesystem::path> drivePaths(const std::filesystem::path &folder,
@@ -34,13 +34,13 @@ void FileTable::create(const std::filesystem::path &folder, const SetRecord &set
     removeWhole(folder);
     std::error_code error;
     std::filesystem::create_directories(folder, error);
-    replaceFile(folder / setName, formatSetRecord(set));
+    replaceFile(folder / kSetName, formatSetRecord(set));
 }
 
 bool FileTable::exists(const std::filesystem::path &folder)
 {
     std::error_code error;
-    return std::filesystem::exists(folder / setName, error);
+    return std::filesystem::exists(folder / kSetName, error);
 }
 
 FileTable::FileTable(std::filesystem::path folder)
@@ -91,7 +91,7 @@ void FileTable::remove()
 {
     const std::lock_guard lock(mutex_);
     requireSet();
-    removeWhole(folder_ / setName);
+    removeWhole(folder_ / kSetName);
     removed_ = true;
     files_.clear();
     space_.close();
@@ -231,7 +231,7 @@ uint32_t FileTable::addFile(File file)
     try {
         SetRecord set = set_;
         set.nextFileId++;
-        replaceFile(folder_ / setName, formatSetRecord(set));
+        replaceFile(folder_ / kSetName, formatSetRecord(set));
         set_.nextFileId++;
         save(file.record);
     } catch (...) {

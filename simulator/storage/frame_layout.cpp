@@ -20,7 +20,7 @@ enum Field : size_t
     Height
 };
 
-const uint64_t magic = 0x454D'4152'464D'4953; // "SIMFRAME"
+const uint64_t kMagic = 0x454D'4152'464D'4953; // "SIMFRAME"
 
 void put(uint8_t *header, Field field, uint64_t value)
 {
@@ -44,7 +44,7 @@ void writeFrameHeader(uint8_t *header, uint32_t fileId, const StreamRecord &stre
                       uint64_t time)
 {
     std::memset(header, 0, frameHeaderBytes);
-    put(header, Magic, magic);
+    put(header, Magic, kMagic);
     put(header, File, fileId);
     put(header, Stream, stream.id);
     put(header, Number, number);

@@ -14,7 +14,7 @@ namespace simulator {
 
 namespace {
 
-const uint64_t largestTransfer = uint64_t(1) << 30;
+const uint64_t kLargestTransfer = uint64_t(1) << 30;
 
 [[noreturn]] void raiseLast(const std::filesystem::path &path)
 {
@@ -64,7 +64,7 @@ void PositionedFile::read(uint64_t offset, void *target, uint64_t size) const
         OVERLAPPED place = placeOf(offset);
         DWORD count = 0;
         if (!ReadFile(reinterpret_cast<HANDLE>(handle_), bytes,
-                      static_cast<DWORD>(std::min(size, largestTransfer)), &count, &place) &&
+                      static_cast<DWORD>(std::min(size, kLargestTransfer)), &count, &place) &&
             GetLastError() != ERROR_HANDLE_EOF)
             raiseLast(path_);
         if (count == 0) {
@@ -84,7 +84,7 @@ void PositionedFile::write(uint64_t offset, const void *source, uint64_t size) c
         OVERLAPPED place = placeOf(offset);
         DWORD count = 0;
         if (!WriteFile(reinterpret_cast<HANDLE>(handle_), bytes,
-                       static_cast<DWORD>(std::min(size, largestTransfer)), &count, &place))
+                       static_cast<DWORD>(std::min(size, kLargestTransfer)), &count, &place))
             raiseLast(path_);
         bytes += count;
         offset += count;

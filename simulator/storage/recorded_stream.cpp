@@ -10,7 +10,7 @@ namespace simulator {
 
 namespace {
 
-const uint32_t bitDepth = 16;
+const uint32_t kBitDepth = 16;
 
 } // namespace
 
@@ -44,7 +44,7 @@ boost::shared_ptr<Common::DataType> FrameSequence::dataType()
     if (isEmptied(recorder_, "FrameSequence::dataType"))
         return {};
     const StreamRecord stream = table_->stream(fileId_, streamId_);
-    return makeDataType(stream.width, stream.height, bitDepth);
+    return makeDataType(stream.width, stream.height, kBitDepth);
 }
 
 uint64_t FrameSequence::frameCount()
@@ -69,7 +69,7 @@ void FrameSequence::readFrames(boost::shared_ptr<Common::Frame> &frame, const ui
                          buffer->data(), bytes);
     // Meanwhile the file can have gone, and another one can lie in its place.
     table_->requireFile(fileId_);
-    frame = makeFrame(stream.width, stream.height, bitDepth, buffer);
+    frame = makeFrame(stream.width, stream.height, kBitDepth, buffer);
 }
 
 } // namespace simulator

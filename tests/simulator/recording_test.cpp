@@ -94,7 +94,7 @@ public:
 const std::map<const char *, ParameterValue> waitingForStart = {
     {"Start Enable", ParameterValue::boolean(true)},
     {"Pretrigger Enable", ParameterValue::boolean(true)},
-    {"Pretrigger Loop Time Value", ParameterValue::uint64(100)},
+    {"Pretrigger Loop Time Value", ParameterValue::uint64(100000)},
 };
 
 TEST(RecordingTest, EndsByItsConditions)
@@ -110,7 +110,7 @@ TEST(RecordingTest, EndsByItsConditions)
         {{{"Stop Frame Count Value", ParameterValue::uint32(0)}}, 0},
         {{{"Stop Frame Count Enable", ParameterValue::boolean(false)},
           {"Stop Time Enable", ParameterValue::boolean(true)},
-          {"Stop Time Value", ParameterValue::uint64(200)}},
+          {"Stop Time Value", ParameterValue::uint64(200000)}},
          100},
     };
     for (const bool isShared : {false, true}) {
@@ -144,7 +144,7 @@ TEST(RecordingTest, KeepsThePretriggerLoop)
     lab.start();
     lab.program(waitingForStart);
     lab.program({{"Stop Time Enable", ParameterValue::boolean(true)},
-                 {"Stop Time Value", ParameterValue::uint64(100)}});
+                 {"Stop Time Value", ParameterValue::uint64(100000)}});
     const auto bank = lab.device(0)->triggerBank();
     lab.control()->connectInput(bank->element(0, 0), 0, false);
     const std::vector<uint32_t> streams = lab.startRecording({0});

@@ -2,18 +2,41 @@
 
 #include "hardware/binding/handles.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace tavu {
 
 namespace {
 
+constexpr uint64_t kPageSize = 4096;
+/// Larger blocks mostly come fresh from the system.
+constexpr uint64_t kLargeBlock = 1 << 20;
+
+/// Zeroes memory. Of a large block the pages that are zero already are only looked at, so that a
+/// transfer which is announced and then refused doesn't cost the memory it announced.
+void clear(unsigned char *bytes, uint64_t size)
+{
+    if (size < kLargeBlock) {
+        if (size > 0)
+            std::memset(bytes, 0, static_cast<size_t>(size));
+        return;
+    }
+    for (uint64_t offset = 0; offset < size; offset += kPageSize) {
+        unsigned char *const page = bytes + offset;
+        const auto length = static_cast<size_t>(std::min(kPageSize, size - offset));
+        const bool isZero = page[0] == 0 && std::memcmp(page, page + 1, length - 1) == 0;
+        if (!isZero)
+            std::memset(page, 0, length);
+    }
+}
+
 boost::shared_ptr<Common::Buffer> zeroed(boost::shared_ptr<Common::Buffer> buffer, uint64_t size)
 {
-    if (buffer->size() < size || (size > 0 && !buffer->data()))
+    auto *bytes = static_cast<unsigned char *>(buffer->data());
+    if (buffer->size() < size || (size > 0 && !bytes))
         throw std::runtime_error("Common::Buffer is too small.");
-    if (size > 0)
-        std::memset(buffer->data(), 0, static_cast<size_t>(size));
+    clear(bytes, size);
     return buffer;
 }
 

@@ -23,11 +23,8 @@ void Lab::setFaults(Client &client, const std::string &recorder, std::string_vie
     // The file has been read once the fault that marks it shows.
     const std::string mark = concat("mark ", ++marks_);
     writeFile(file(recorder + "/faults.conf"),
-              concat(text, "\nPort::hasSerial * raise ", mark, "\n"));
-    EXPECT_TRUE(waitUntil([&] {
-        client.call(20, "P");
-        return client.call(14, "P baudRate=1 parity=0 stopBits=1") == error(mark);
-    }));
+              concat(text, "\nDevice::connectionState 1 raise ", mark, "\n"));
+    EXPECT_TRUE(waitUntil([&] { return client.call(6, "D") == error(mark); }));
 }
 
 void configurePorts(Client &client, uint32_t count, uint32_t width, uint32_t height)
