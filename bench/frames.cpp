@@ -29,26 +29,9 @@ double framesPerSecond(const std::function<void(int)> &frame)
            });
 }
 
-/// Records frames and leaves them in the page cache; returns the file id.
-uint64_t record(Client &client)
-{
-    ObjectValue params = ObjectValue::map();
-    const std::pair<const char *, uint64_t> numbers[] = {
-        {"deviceId", 0}, {"portMask", 1},    {"externalTrigger", 0},
-        {"type", 1},     {"count", kFrames}, {"pretriggerCount", 0}};
-    for (const auto &[key, value] : numbers)
-        params.mapAppend(key, ObjectValue::positive(value));
-    params.mapAppend("usePretrigger", ObjectValue::boolean(false));
-    client.call(42, std::move(params));
-    while (!client.call(45).mapAt("done").asBool())
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    client.call(43);
-    return client.call(46, {{"deviceId", 0}, {"port", 0}}).mapAt("fileId").asPositive();
-}
-
 void benchPlayback(Client &client, const Workplace &workplace)
 {
-    const uint64_t fileId = record(client);
+    const uint64_t fileId = recordFrames(client, kFrames).first;
     const uint64_t openFileId =
         client.call(27, {{"deviceId", 0}, {"fileId", fileId}, {"streamId", 0}})
             .mapAt("openFileId")

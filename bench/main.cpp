@@ -14,7 +14,7 @@ constexpr struct
 } kCases[] = {
     {"round-trip", tavu::bench::benchRoundTrip}, {"frames", tavu::bench::benchFrames},
     {"start-up", tavu::bench::benchStartUp},     {"idle", tavu::bench::benchIdleConnections},
-    {"recording", tavu::bench::benchRecording},
+    {"recording", tavu::bench::benchRecording},  {"recorders", tavu::bench::benchRecorders},
 };
 
 } // namespace
@@ -25,6 +25,10 @@ int main(int argumentCount, char **arguments)
     try {
         if (argumentCount == 4 && std::string_view(arguments[1]) == "--read-records") {
             tavu::bench::readRecords(arguments[2], static_cast<uint32_t>(std::stoul(arguments[3])));
+            return 0;
+        }
+        if (argumentCount == 2 && std::string_view(arguments[1]) == "--read-metadata") {
+            tavu::bench::readMetadata();
             return 0;
         }
         for (const auto &entry : kCases) {

@@ -2,11 +2,13 @@
 
 #include "encoding/message_reader.h"
 #include "encoding/message_writer.h"
+#include "measure.h"
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <optional>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -112,6 +114,15 @@ ServiceProcess::~ServiceProcess()
     ::waitpid(pid_, nullptr, 0);
 }
 
+double startService()
+{
+    std::optional<ServiceProcess> service;
+    return secondsOf([&] {
+        service.emplace();
+        Client client;
+    });
+}
+
 std::vector<uint8_t> encodeRequest(uint64_t ordinal, Params params)
 {
     const ObjectValue map = toMap(params);
@@ -157,18 +168,35 @@ ObjectValue Client::call(uint64_t ordinal, ObjectValue params)
     return receive();
 }
 
-void configure(Client &client, uint16_t width, uint16_t height)
+void configure(Client &client, uint16_t width, uint16_t height, uint8_t port)
 {
-    ObjectValue pairing = toMap({{"deviceId", 0}, {"port", 0}, {"numFramesPerPacket", 1}});
+    ObjectValue pairing = toMap({{"deviceId", 0}, {"port", port}, {"numFramesPerPacket", 1}});
     pairing.mapAppend("identity", ObjectValue::string("bench"));
     pairing.mapAppend("info", ObjectValue::blob("", 0));
     client.call(34, std::move(pairing));
     client.call(41, {{"deviceId", 0},
-                     {"port", 0},
+                     {"port", port},
                      {"width", width},
                      {"height", height},
                      {"pixelFormat", 0},
                      {"tapGeometry", 0}});
+}
+
+std::pair<uint64_t, uint64_t> recordFrames(Client &client, int frames)
+{
+    ObjectValue params = toMap({{"deviceId", 0},
+                                {"portMask", 1},
+                                {"externalTrigger", 0},
+                                {"type", 1},
+                                {"count", static_cast<uint64_t>(frames)},
+                                {"pretriggerCount", 0}});
+    params.mapAppend("usePretrigger", ObjectValue::boolean(false));
+    client.call(42, std::move(params));
+    while (!client.call(45).mapAt("done").asBool())
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    client.call(43);
+    const ObjectValue file = client.call(46, {{"deviceId", 0}, {"port", 0}});
+    return {file.mapAt("fileId").asPositive(), file.mapAt("streamId").asPositive()};
 }
 
 } // namespace tavu::bench

@@ -23,6 +23,8 @@ public:
     Workplace &operator=(const Workplace &) = delete;
     ~Workplace();
 
+    const std::filesystem::path &folder() const { return path_; }
+
     /// The folder of the emulated device's records, and the one of its recordings below it.
     std::filesystem::path emulator() const;
     std::filesystem::path recordings() const { return emulator() / "Emu"; }
@@ -36,7 +38,8 @@ pid_t startProgram(const std::vector<std::string> &arguments);
 /// The path of a program of this build.
 std::string programPath(const std::string &name);
 
-/// A running tavusvc with the emulated device as device 0, killed at the end.
+/// A running tavusvc, killed at the end. Its device 0 is the emulated device, unless a RecorderLab
+/// is there.
 class ServiceProcess
 {
 public:
@@ -50,6 +53,9 @@ public:
 private:
     pid_t pid_;
 };
+
+/// Seconds from the start of a service's process to its first answer.
+double startService();
 
 using Params = std::initializer_list<std::pair<const char *, uint64_t>>;
 
@@ -74,7 +80,9 @@ private:
     LocalSocket socket_;
 };
 
-/// Pairs the emulated device and gives it a frame size.
-void configure(Client &client, uint16_t width, uint16_t height);
+/// Pairs a port of device 0 and gives it a frame size.
+void configure(Client &client, uint16_t width, uint16_t height, uint8_t port = 0);
+/// Records frames on the first port of device 0; returns the file's id and its stream's.
+std::pair<uint64_t, uint64_t> recordFrames(Client &client, int frames);
 
 } // namespace tavu::bench

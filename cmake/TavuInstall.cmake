@@ -1,5 +1,6 @@
 # What "cmake --install" lays down and cpack packs: the programs, and for people who write clients
-# the client library with its headers and a CMake package. A .deb on Linux, a zip on Windows.
+# the client library with its headers and a CMake package, and the simulated recorder library. A .deb
+# on Linux, a zip on Windows.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -9,8 +10,10 @@ set(header_folder "${CMAKE_INSTALL_INCLUDEDIR}/tavu")
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/tavu")
 if(WIN32)
   set(doc_folder doc)
+  set(simulator_folder simulator)
 else()
   set(doc_folder "${CMAKE_INSTALL_DOCDIR}")
+  set(simulator_folder lib/tavu/simulator)
 endif()
 
 install(TARGETS tavusvc tavuctl)
@@ -19,6 +22,11 @@ if(MINGW)
 elseif(MSVC)
   include(InstallRequiredSystemLibraries)
 endif()
+
+# Such a folder is what QUILLON_PATH_X64 names. Nobody links the library, so there is no import library.
+install(TARGETS quillon RUNTIME DESTINATION "${simulator_folder}/Bin"
+                        LIBRARY DESTINATION "${simulator_folder}/Bin"
+                        ARCHIVE DESTINATION "${simulator_folder}/Bin" EXCLUDE_FROM_ALL)
 
 foreach(library IN LISTS libraries)
   string(REPLACE tavu_ "" export_name ${library})
@@ -46,6 +54,7 @@ install(FILES "${CMAKE_BINARY_DIR}/tavu-config.cmake"
 
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${doc_folder}")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION "${doc_folder}")
+install(FILES "${PROJECT_SOURCE_DIR}/simulator/README.md" DESTINATION "${doc_folder}/simulator")
 
 set(CPACK_PACKAGE_NAME tavu)
 set(CPACK_PACKAGE_VENDOR "The tavu developers")

@@ -5,6 +5,7 @@
 #include "storage/whole_file.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
 
 namespace simulator {
@@ -25,6 +26,15 @@ std::vector<std::filesystem::path> drivePaths(const std::filesystem::path &folde
     for (const uint32_t drive : set.drives)
         paths.push_back(folder / ("drive-" + std::to_string(drive + 1) + ".bin"));
     return paths;
+}
+
+/// The number that the name of a file begins with; 0 when there is none.
+uint32_t numberOf(const std::filesystem::path &path)
+{
+    const std::string name = path.stem().string();
+    uint32_t number = 0;
+    std::from_chars(name.data(), name.data() + name.size(), number);
+    return number;
 }
 
 } // namespace
@@ -61,10 +71,8 @@ FileTable::FileTable(std::filesystem::path folder)
     for (const auto &path : paths) {
         if (path.extension() != ".meta")
             continue;
-        const auto file = std::find_if(files_.begin(), files_.end(), [&path](const auto &each) {
-            return path.stem() == std::to_string(each.first);
-        });
-        if (file != files_.end())
+        const auto file = files_.find(numberOf(path));
+        if (file != files_.end() && path.stem() == std::to_string(file->first))
             file->second.hasMetadata = true;
         else
             removeWhole(path);

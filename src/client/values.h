@@ -27,6 +27,9 @@ struct Event
     uint32_t port = 0;
 };
 
+/// What Connection::hardwareType() says of the emulated device.
+inline constexpr uint8_t kEmulatedDevice = 1;
+
 /// One recorded stream; the pair fileId, streamId names it.
 struct FileEntry
 {

@@ -33,6 +33,7 @@ TEST(FrameSink, PathsTakeTheNumberWhereTheySay)
         {"%%d", 7, "%7"}};
     for (const auto &[path, number, result] : cases)
         EXPECT_EQ(picturePath(path, number), result);
+    EXPECT_EQ(portPath("p%p/%p-%d.png", 12), "p12/12-%d.png");
 }
 
 TEST(FrameSink, FormatsGoByTheEnding)
@@ -69,6 +70,24 @@ TEST(FrameSink, DrawingFitsAndUsesTheWholeScale)
     const std::vector<uint16_t> two = {7, 8};
     EXPECT_EQ(drawFrame({1, 2, two}, 80, 20), "\033[38;5;232m\033[48;5;255m\xE2\x96\x80\033[0m\n");
     EXPECT_NE(drawFrame({0, 5, {}}, 80, 20), "");
+}
+
+TEST(FrameSink, LevelsSpreadAndClip)
+{
+    const std::vector<uint16_t> few = {0, 100, 150, 200, 65535};
+    EXPECT_EQ(spread({5, 1, few}, parseLevels("100-200")({5, 1, few})),
+              (std::vector<uint16_t>{0, 0, 32767, 65535, 65535}));
+    std::vector<uint16_t> many(2000, 500);
+    many[0] = 0;
+    many[1] = 9;
+    many[7] = 65535;
+    many[8] = 700;
+    many[9] = 600;
+    const Levels levels = levelsOf({2000, 1, many});
+    EXPECT_EQ(std::pair(levels.black, levels.white), std::pair(uint16_t(500), uint16_t(600)));
+    EXPECT_EQ(spread({5, 1, few}, {7, 7}).back(), 0);
+    for (const char *text : {"", "5", "5-5", "9-5", "-5", "5-", "0-65536", "automatic"})
+        EXPECT_THROW(parseLevels(text), UsageError) << text;
 }
 
 TEST(FrameSink, SaysWhyAFileCannotBeMade)

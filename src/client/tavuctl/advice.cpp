@@ -17,7 +17,7 @@ struct Advice
     std::string_view text;
 };
 
-constexpr std::array<Advice, 25> kAdvice = {{
+constexpr std::array<Advice, 36> kAdvice = {{
     {"Invalid device index.", "`tavuctl status` lists the devices"},
     {"Invalid port", "`tavuctl status` lists the ports of each device"},
     {"Invalid port index.", "`tavuctl status` lists the ports of each device"},
@@ -27,6 +27,10 @@ constexpr std::array<Advice, 25> kAdvice = {{
                        "a setup can't be opened"},
     {"File not found.", "`tavuctl files{device}` lists the recordings"},
     {"File is open", "somebody plays this recording: try again when that has ended"},
+    {"Can't remove file, file is open.",
+     "somebody plays this recording: try again when that has ended"},
+    {"Can't setup tavu while files are open.",
+     "somebody plays a recording of this device: try again when that has ended"},
     {"Failed to open file", "the recording's file is gone or can't be read by the service"},
     {"Already recording", "`tavuctl stop{device}` ends the recording that is under way, or that "
                           "has come to its end and waits to be stored"},
@@ -49,6 +53,19 @@ constexpr std::array<Advice, 25> kAdvice = {{
     {"not supported", "the emulated device has no camera to talk to"},
     {"no file to recover",
      "`tavuctl recover status{device}` tells whether a recording was cut off"},
+    {"no incomplete file.", "`tavuctl recover start{device}` does all of it"},
+    {"Recovery already in progress.",
+     "`tavuctl recover status{device}` tells how it goes, `recover cancel{device}` ends it"},
+    {"Recovery not in progress.", "`tavuctl recover status{device}` tells what was recovered"},
+    {"Failed to grab frame.",
+     "the camera sends nothing, or a recording took the port: try again, and look at the camera"},
+    {"Serial port not open.", "`tavuctl serial open{device}{port}` opens it; `serial ask` does "
+                              "so by itself"},
+    {"Serial port already open.", "it can be used as it is; `tavuctl serial close{device}{port}` "
+                                  "closes it"},
+    {"Serial port recieve failed.", "the camera sent nothing, or fewer bytes than were asked for"},
+    {"camera not detected", "no camera is connected to the port"},
+    {"Failed to read file.", "the recording has no such frame"},
     {"eof",
      "the emulated device can't finish a recovery: `tavuctl recover discard{device}` removes "
      "what was cut off"},

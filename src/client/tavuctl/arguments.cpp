@@ -1,5 +1,6 @@
 #include "client/tavuctl/arguments.h"
 
+#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/text.h"
 
 #include <algorithm>
@@ -50,12 +51,6 @@ std::pair<uint64_t, uint64_t> parseRange(std::string_view text, uint64_t frameCo
     if (last < first)
         throw UsageError(quoted(text) + " ends before it begins");
     return {first, last};
-}
-
-std::string fileNumber(const client::FileEntry &file)
-{
-    return std::to_string(file.fileId) +
-           (file.streamId == 0 ? std::string() : ":" + std::to_string(file.streamId));
 }
 
 /// Tells whether \a text is the number of \a file: the stream may be left out.
@@ -212,6 +207,16 @@ void addDurationOption(CLI::App &command, const std::string &name,
             },
             help)
         ->type_name("DURATION");
+}
+
+void addLevelsOption(CLI::App &command, LevelsOf &levels)
+{
+    command
+        .add_option_function<std::string>(
+            "--levels", [&levels](const std::string &text) { levels = parseLevels(text); },
+            "Pixel values that become black and white in pictures, like 4096-8191; auto spreads "
+            "each picture over the whole range")
+        ->type_name("LEVELS");
 }
 
 void addExamples(CLI::App &command, const std::vector<std::string> &lines)

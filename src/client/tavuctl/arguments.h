@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/session.h"
 
 #include <CLI/CLI.hpp>
@@ -49,6 +50,9 @@ void addJsonOption(CLI::App &command, Session &session);
 /// An option that takes a duration and stores it in microseconds.
 void addDurationOption(CLI::App &command, const std::string &name,
                        std::optional<uint64_t> &microseconds, const std::string &help);
+
+/// Levels of pictures; see frame_sink.h.
+void addLevelsOption(CLI::App &command, LevelsOf &levels);
 
 /// Examples at the end of a command's help, one a line.
 void addExamples(CLI::App &command, const std::vector<std::string> &lines);

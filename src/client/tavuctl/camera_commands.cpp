@@ -1,11 +1,16 @@
 #include "client/tavuctl/arguments.h"
+#include "client/tavuctl/console.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
 #include "client/tavuctl/text.h"
 
+#include <chrono>
+
 namespace tavu::ctl {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 struct CameraOptions
 {
@@ -15,6 +20,7 @@ struct CameraOptions
     uint32_t address = 0;
     std::string data;
     bool text = false;
+    std::optional<uint64_t> timeout; ///< microseconds
 };
 
 using Options = std::shared_ptr<CameraOptions>;
@@ -56,10 +62,89 @@ int baudRate(Session &session, const CameraOptions &options)
     return kSuccess;
 }
 
+/// Reads \a size bytes. The service waits for them a tenth of a second, and takes none when they
+/// don't all come; so it is asked again until \a deadline.
+client::Bytes receive(Session &session, uint32_t size, Clock::time_point deadline)
+{
+    while (true) {
+        try {
+            return session.service().serialRead(session.device, session.portNumber(), size);
+        } catch (const client::ServiceError &error) {
+            if (error.what() != std::string_view("Serial port recieve failed.") ||
+                Clock::now() >= deadline || interrupted())
+                throw;
+        }
+    }
+}
+
 int readSerial(Session &session, const CameraOptions &options)
 {
-    showBytes(session, options,
-              session.service().serialRead(session.device, session.portNumber(), options.size));
+    catchInterrupts();
+    const auto deadline = Clock::now() + std::chrono::microseconds(options.timeout.value_or(0));
+    showBytes(session, options, receive(session, options.size, deadline));
+    return kSuccess;
+}
+
+/// Opens a port's channel if nobody did, and closes it in the end if it did.
+class OpenChannel
+{
+public:
+    OpenChannel(Session &session, const client::SerialSettings &settings) : session_(session)
+    {
+        try {
+            session.service().serialOpen(session.device, session.portNumber(), settings);
+            own_ = true;
+        } catch (const client::ServiceError &error) {
+            if (error.what() != std::string_view("Serial port already open."))
+                throw;
+        }
+    }
+    OpenChannel(const OpenChannel &) = delete;
+    OpenChannel &operator=(const OpenChannel &) = delete;
+    ~OpenChannel()
+    {
+        try {
+            if (own_)
+                session_.service().serialClose(session_.device, session_.portNumber());
+        } catch (const std::exception &) {
+            // The answer, or the reason why there is none, is what people want to see.
+        }
+    }
+
+private:
+    Session &session_;
+    bool own_ = false;
+};
+
+/// A line of the camera's, without its end. Nobody knows how long it will be.
+std::string receiveLine(Session &session, Clock::time_point deadline)
+{
+    std::string line;
+    while (true) {
+        const client::Bytes byte = receive(session, 1, deadline);
+        const bool isEnd = byte.empty() || byte[0] == '\r' || byte[0] == '\n';
+        if (!isEnd)
+            line += static_cast<char>(byte[0]);
+        else if (!line.empty() || byte.empty() || byte[0] == '\r')
+            return line;
+    }
+}
+
+int ask(Session &session, const CameraOptions &options)
+{
+    catchInterrupts();
+    client::Connection &service = session.service();
+    const OpenChannel channel(session, options.serial);
+    service.serialClear(session.device, session.portNumber());
+    const std::string question = options.data + "\r";
+    service.serialWrite(session.device, session.portNumber(),
+                        client::Bytes(question.begin(), question.end()));
+    const auto timeout = std::chrono::microseconds(options.timeout.value_or(2'000'000));
+    const std::string answer = receiveLine(session, Clock::now() + timeout);
+    if (session.json)
+        printJson({{"answer", answer}});
+    else
+        printLine(printable(answer));
     return kSuccess;
 }
 
@@ -120,19 +205,36 @@ void addAddressArgument(CLI::App &command, const Options &options)
         ->required();
 }
 
+void addSerialSettings(CLI::App &command, const Options &options)
+{
+    command.add_option("--baud", options->serial.baudRate, "Baud rate [9600]")->type_name("N");
+    command.add_option("--parity", options->serial.parity, "Parity, in the recorder's numbers [0]")
+        ->type_name("N");
+    command.add_option("--stop-bits", options->serial.stopBits, "Stop bits [1]")->type_name("N");
+}
+
 void addSerial(CLI::App &app, Session &session)
 {
     CLI::App *serial = app.add_subcommand("serial", "Talk to a camera over its serial channel");
     serial->require_subcommand(1);
-    addExamples(*serial, {"serial open --baud 9600", "serial write 0d0a", "serial read --size 16",
-                          "serial write --text \"version?\"", "serial close"});
+    addExamples(*serial, {"serial ask \"id\"", "serial open --baud 9600", "serial write 0d0a",
+                          "serial read --size 16 --timeout 5s", "serial close"});
 
     auto options = std::make_shared<CameraOptions>();
+    CLI::App *question =
+        addTraffic(*serial, session, "ask",
+                   "Send a line to the camera and print the one that comes back", options, ask);
+    question->add_option("TEXT", options->data, "What to send; a carriage return is put behind it")
+        ->required();
+    addDurationOption(*question, "--timeout", options->timeout,
+                      "How long to wait for the answer [2s]");
+    addSerialSettings(*question, options);
+    question->footer("A channel that is closed is opened for the time of the question.");
+    addJsonOption(*question, session);
+
+    options = std::make_shared<CameraOptions>();
     CLI::App *open = addTraffic(*serial, session, "open", "Open the channel", options, openSerial);
-    open->add_option("--baud", options->serial.baudRate, "Baud rate [9600]")->type_name("N");
-    open->add_option("--parity", options->serial.parity, "Parity, in the recorder's numbers [0]")
-        ->type_name("N");
-    open->add_option("--stop-bits", options->serial.stopBits, "Stop bits [1]")->type_name("N");
+    addSerialSettings(*open, options);
 
     options = std::make_shared<CameraOptions>();
     CLI::App *baud =
@@ -144,6 +246,8 @@ void addSerial(CLI::App &app, Session &session)
     CLI::App *read =
         addTraffic(*serial, session, "read", "Print what the camera sent", options, readSerial);
     addSizeOption(*read, options);
+    addDurationOption(*read, "--timeout", options->timeout,
+                      "Wait so long for all the bytes [0.1s]");
     read->add_flag("--text", options->text, "Print the bytes as they are, not in hexadecimal");
     addJsonOption(*read, session);
 

@@ -56,6 +56,7 @@ struct DeviceStatus
     Answer<bool> isCxp;
     Answer<uint8_t> percentUsed;
     Answer<bool> incomplete;
+    Answer<bool> recordingDone;
     Answer<uint64_t> fileCount;
     std::vector<PortStatus> ports;
 };
@@ -81,6 +82,7 @@ DeviceStatus askDevice(client::Connection &service, uint32_t device)
     status.isCxp = tryToAsk([&] { return service.isCxp(device); });
     status.percentUsed = tryToAsk([&] { return service.percentUsed(device); });
     status.incomplete = tryToAsk([&] { return service.hasIncompleteFile(device); });
+    status.recordingDone = tryToAsk([&] { return service.isRecordingDone(device); });
     status.fileCount = tryToAsk([&] { return uint64_t(service.listFiles(device).size()); });
     const uint8_t ports = tryToAsk([&] { return service.portCount(device); }).value.value_or(0);
     for (unsigned port = 0; port < ports; ++port)
@@ -90,8 +92,29 @@ DeviceStatus askDevice(client::Connection &service, uint32_t device)
 
 std::string typeText(uint8_t type)
 {
-    static constexpr std::array<const char *, 2> kTypes = {"unknown", "emulated device"};
-    return type < kTypes.size() ? kTypes[type] : "recorder family " + std::to_string(type);
+    static constexpr std::array<const char *, 4> kTypes = {
+        "recorder of an unknown model", "emulated device", "recorder of the first family",
+        "recorder of the second family"};
+    return type < kTypes.size() ? kTypes[type] : "recorder of family " + std::to_string(type);
+}
+
+std::string deviceOption(const DeviceStatus &status)
+{
+    return status.number == 0 ? "" : " --device " + std::to_string(status.number);
+}
+
+/// What an incomplete file means, and what to do about it. Nothing when there is none.
+std::string incompleteText(const DeviceStatus &status)
+{
+    if (!status.incomplete.value.value_or(false))
+        return {};
+    if (!status.recordingDone.value.value_or(true))
+        return "a recording is under way";
+    const std::string device = deviceOption(status);
+    const bool emulated = status.hardwareType.value == client::kEmulatedDevice;
+    return std::string("a recording was cut off (`tavuctl recover ") +
+           (emulated ? "discard" : "start") + device + "`), or has come to its end (`tavuctl stop" +
+           device + "`)";
 }
 
 std::string yesNo(bool value)
@@ -118,13 +141,17 @@ std::string deviceText(const DeviceStatus &status)
     std::vector<std::vector<std::string>> rows;
     const auto percent = [](uint8_t used) { return std::to_string(used) + "% used"; };
     const auto files = [](uint64_t count) { return counted(count, "recording"); };
-    rows.push_back({"  type", status.hardwareType.text(typeText) +
-                                  (status.isCxp.value.value_or(false) ? ", CoaXPress" : "")});
+    rows.push_back({"  type", status.hardwareType.text(typeText)});
+    if (status.hardwareType.value != client::kEmulatedDevice)
+        rows.push_back({"  CoaXPress", status.isCxp.text(yesNo)});
     rows.push_back({"  connected", yesNo(status.connected)});
+    const bool prepared = status.percentUsed.error != "No drive set.";
     rows.push_back(
-        {"  storage", status.percentUsed.text(percent) + ", " + status.fileCount.text(files)});
-    if (status.incomplete.value.value_or(false))
-        rows.push_back({"  incomplete", "a recording is under way or was cut off"});
+        {"  storage", prepared
+                          ? status.percentUsed.text(percent) + ", " + status.fileCount.text(files)
+                          : "not prepared (`tavuctl setup" + deviceOption(status) + "`)"});
+    if (const std::string incomplete = incompleteText(status); !incomplete.empty())
+        rows.push_back({"  incomplete", incomplete});
     for (const PortStatus &port : status.ports)
         rows.push_back({"  port " + std::to_string(port.number), portText(port)});
     return "device " + std::to_string(status.number) + ": " + printable(status.name) + "\n" +
@@ -182,6 +209,25 @@ int showStatus(Session &session, std::optional<uint32_t> only)
     return kSuccess;
 }
 
+/// A recorder's ports lose their drives with the old drive set, and get the new one when they are
+/// configured; the same configuration again would change nothing, so it takes a detour.
+void attachPorts(Session &session)
+{
+    client::Connection &service = session.service();
+    if (service.hardwareType(session.device) == client::kEmulatedDevice)
+        return;
+    const uint8_t count = service.portCount(session.device);
+    for (uint8_t port = 0; port < count; ++port) {
+        const client::PortConfig config = service.getPortConfig(session.device, port);
+        if (config.width == 0 || config.height == 0)
+            continue;
+        client::PortConfig detour = config;
+        detour.pixelFormat ^= 1;
+        service.setPortConfig(session.device, port, detour);
+        service.setPortConfig(session.device, port, config);
+    }
+}
+
 int prepareStorage(Session &session, bool confirmed)
 {
     client::Connection &service = session.service();
@@ -191,6 +237,7 @@ int prepareStorage(Session &session, bool confirmed)
     if (!confirmed)
         confirm("This removes the " + what + " of " + which + " for good.");
     service.setup(session.device);
+    attachPorts(session);
     printLine(which + " is ready to record");
     const size_t listed = service.listFiles(session.device).size();
     if (listed > 0)

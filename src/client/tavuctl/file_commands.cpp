@@ -1,5 +1,6 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/arguments.h"
+#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
 #include "client/tavuctl/output_file.h"
@@ -8,12 +9,6 @@
 namespace tavu::ctl {
 
 namespace {
-
-std::string numberText(const client::FileEntry &file)
-{
-    const std::string number = std::to_string(file.fileId);
-    return file.streamId == 0 ? number : number + ":" + std::to_string(file.streamId);
-}
 
 std::string geometryText(const client::FileEntry &file)
 {
@@ -35,11 +30,11 @@ int listFiles(Session &session)
         return kSuccess;
     }
     std::vector<std::vector<std::string>> rows = {
-        {"FILE", "NAME", "FRAMES", "FRAME SIZE", "SIZE", "CAMERA", "RECORDED"}};
+        {"FILE", "NAME", "PORT", "FRAMES", "FRAME SIZE", "SIZE", "CAMERA", "RECORDED"}};
     for (const client::FileEntry &file : files)
-        rows.push_back({numberText(file), printable(file.name), std::to_string(file.numFrames),
-                        geometryText(file), sizeText(file.size), printable(file.camera),
-                        timeText(file.timestamp)});
+        rows.push_back({fileNumber(file), printable(file.name), printable(file.port),
+                        std::to_string(file.numFrames), geometryText(file), sizeText(file.size),
+                        printable(file.camera), timeText(file.timestamp)});
     print(table(rows));
     return kSuccess;
 }
@@ -69,7 +64,7 @@ int showInfo(Session &session, const FileOptions &options)
         printJson(json);
         return kSuccess;
     }
-    print(table({{"file", numberText(file)},
+    print(table({{"file", fileNumber(file)},
                  {"name", printable(file.name)},
                  {"recorded", timeText(file.timestamp)},
                  {"port", printable(file.port)},
@@ -97,14 +92,14 @@ int rename(Session &session, const FileOptions &options)
     } else {
         session.service().renameFile(session.device, file.fileId, file.streamId, name);
     }
-    printLine("file " + numberText(file) + " is called \"" + printable(name) + "\"");
+    printLine("file " + fileNumber(file) + " is called \"" + printable(name) + "\"");
     return kSuccess;
 }
 
 int remove(Session &session, const FileOptions &options)
 {
     const client::FileEntry file = findFile(session, options.file);
-    const std::string which = "file " + numberText(file) + " (\"" + printable(file.name) + "\", " +
+    const std::string which = "file " + fileNumber(file) + " (\"" + printable(file.name) + "\", " +
                               counted(file.numFrames, "frame") + ")";
     if (!options.yes)
         confirm("This removes " + which + " for good.");

@@ -1,6 +1,7 @@
 #include "client/tavuctl/frame_sink.h"
 
 #include "client/tavuctl/output_file.h"
+#include "client/tavuctl/session.h"
 
 #include <algorithm>
 #include <array>
@@ -27,8 +28,9 @@ using Encoder = std::vector<uint8_t> (*)(const client::FrameView &);
 class PictureSink final : public FrameSink
 {
 public:
-    PictureSink(Encoder encode, std::string path, bool severalFrames)
-        : encode_(encode), path_(std::move(path)), severalFrames_(severalFrames)
+    PictureSink(Encoder encode, std::string path, bool severalFrames, LevelsOf levels)
+        : encode_(encode), path_(std::move(path)), severalFrames_(severalFrames),
+          levels_(std::move(levels))
     {
     }
 
@@ -37,7 +39,10 @@ public:
         const bool numbered = severalFrames_ && path_ != "-";
         const std::string path = numbered ? picturePath(path_, number) : path_;
         OutputFile file(path);
-        file.write(encode_(frame));
+        if (levels_)
+            file.write(encode_({frame.width, frame.height, spread(frame, levels_(frame))}));
+        else
+            file.write(encode_(frame));
         file.finish();
         files_.push_back(path);
     }
@@ -48,6 +53,7 @@ private:
     Encoder encode_;
     std::string path_;
     bool severalFrames_;
+    LevelsOf levels_;
     std::vector<std::string> files_;
 };
 
@@ -114,14 +120,26 @@ std::string picturePath(const std::string &path, uint64_t number)
     return path.substr(0, place.begin) + digits + path.substr(place.end);
 }
 
-std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
-                                        bool severalFrames)
+std::string portPath(const std::string &path, uint32_t port)
 {
+    std::string result = path;
+    const std::string digits = std::to_string(port);
+    for (size_t at = result.find("%p"); at != std::string::npos; at = result.find("%p", at))
+        result.replace(at, 2, digits);
+    return result;
+}
+
+std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
+                                        bool severalFrames, LevelsOf levels)
+{
+    if (levels && format != FrameFormat::Png && format != FrameFormat::Pgm)
+        throw UsageError("--levels is for pictures: png or pgm");
     if (format == FrameFormat::Raw)
         return makeRawSink(path);
     const Encoder encode = format == FrameFormat::Png ? encodePng : encodePgm;
     const bool hasPlaceholder = findPlaceholder(path).begin != std::string::npos;
-    return std::make_unique<PictureSink>(encode, path, severalFrames || hasPlaceholder);
+    return std::make_unique<PictureSink>(encode, path, severalFrames || hasPlaceholder,
+                                         std::move(levels));
 }
 
 } // namespace tavu::ctl

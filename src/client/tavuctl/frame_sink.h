@@ -3,6 +3,7 @@
 #include "client/region.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,6 +31,23 @@ std::vector<uint8_t> encodePgm(const client::FrameView &frame);
 /// Raises Failure where the program was built without PNG.
 std::vector<uint8_t> encodePng(const client::FrameView &frame);
 
+/// The pixel values that shall become black and white.
+struct Levels
+{
+    uint16_t black = 0;
+    uint16_t white = 0xFFFF;
+};
+
+/// Chooses the levels of a frame; empty leaves pixels as they are.
+using LevelsOf = std::function<Levels(const client::FrameView &)>;
+
+/// Those between which all pixels lie, but for a thousandth at either end.
+Levels levelsOf(const client::FrameView &frame);
+/// "auto", or two values such as "4096-8191". Raises UsageError.
+LevelsOf parseLevels(std::string_view text);
+/// Pixels spread over the whole range of 16 bits.
+std::vector<uint16_t> spread(const client::FrameView &frame, Levels levels);
+
 /// Half blocks in shades of grey that fit into columns by rows characters, the darkest pixel black
 /// and the brightest white.
 std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned rows);
@@ -51,10 +69,14 @@ std::optional<FrameFormat> frameFormatOf(std::string_view path);
 /// where \a path has neither, "-<number>" comes before the ending.
 std::string picturePath(const std::string &path, uint64_t number);
 
+/// The path for one of several ports: "%p" stands for the port.
+std::string portPath(const std::string &path, uint32_t port);
+
 /// A sink that makes one picture a frame, or, with raw, one file of all. \a severalFrames tells
-/// whether there will be more than one. Raises Failure when a file can't be made.
+/// whether there will be more than one; \a levels is for pictures. Raises Failure when a file can't
+/// be made.
 std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
-                                        bool severalFrames);
+                                        bool severalFrames, LevelsOf levels = {});
 std::unique_ptr<FrameSink> makeRawSink(const std::string &path);
 /// Draws on standard output, each frame over the last when that is a terminal.
 std::unique_ptr<FrameSink> makeTerminalSink();

@@ -1,6 +1,8 @@
 #include "client/playback.h"
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
+#include "client/tavuctl/file_text.h"
+#include "client/tavuctl/frame_check.h"
 #include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
@@ -22,6 +24,7 @@ struct PlayOptions
     std::string format;
     bool check = false;
     bool show = false;
+    LevelsOf levels;
 };
 
 /// Plays frames one after another into \a take, with progress. An interrupt ends it as a failure.
@@ -45,55 +48,38 @@ void playFrames(client::Playback &playback, const FrameRanges &ranges, const std
     }
 }
 
-/// Compares the numbers that stand in the headers of frames with where the frames stand.
-class NumberCheck
+/// The check that fits the device: frames of a real recorder can't be foretold.
+FrameCheck checkFor(Session &session, const client::FileEntry &file)
 {
-public:
-    explicit NumberCheck(uint32_t width)
-    {
-        // The header has at most the first row, and the number ends 24 bytes into it.
-        if (width * sizeof(uint16_t) < kNumberOffset + sizeof(uint32_t))
-            throw Failure("frames of this width have no number in their header: it takes at least "
-                          "12 pixels");
+    client::Connection &service = session.service();
+    if (service.hardwareType(session.device) == client::kEmulatedDevice)
+        return FrameCheck(faultOfEmulatedFrame);
+    uint32_t port = 0;
+    const uint8_t count = service.portCount(session.device);
+    for (uint8_t i = 0; i < count && port == 0; ++i) {
+        if (service.portName(session.device, i) == file.port)
+            port = i + 1u;
     }
-
-    void check(uint64_t expected, const client::FrameView &frame)
-    {
-        constexpr size_t kPixel = kNumberOffset / sizeof(uint16_t);
-        const uint32_t found = frame.pixels[kPixel] | uint32_t(frame.pixels[kPixel + 1]) << 16;
-        if (found == static_cast<uint32_t>(expected))
-            return;
-        if (wrong_++ == 0)
-            first_ =
-                "frame " + std::to_string(expected) + " has the number " + std::to_string(found);
-    }
-
-    uint64_t wrong() const { return wrong_; }
-    /// The first wrong frame, in words.
-    const std::string &first() const { return first_; }
-
-private:
-    static constexpr size_t kNumberOffset = 20;
-
-    uint64_t wrong_ = 0;
-    std::string first_;
-};
+    return FrameCheck([port](uint64_t number, const client::FrameView &frame) {
+        return faultOfSimulatedFrame(number, port, frame);
+    });
+}
 
 int play(Session &session, const PlayOptions &options)
 {
     const client::FileEntry file = findFile(session, options.file);
     client::Playback playback(session.service(), session.device, file.fileId, file.streamId);
     const FrameRanges ranges = parseFrames(options.frames, playback.info().numFrames);
-    std::optional<NumberCheck> numbers;
+    std::optional<FrameCheck> check;
     if (options.check)
-        numbers.emplace(playback.info().width);
+        check.emplace(checkFor(session, file));
     const std::unique_ptr<FrameSink> screen = options.show ? makeTerminalSink() : nullptr;
 
     const auto start = std::chrono::steady_clock::now();
     playFrames(playback, ranges, "playing", options.show && isConsole(stdout),
                [&](uint64_t number, const client::FrameView &frame) {
-                   if (numbers)
-                       numbers->check(number, frame);
+                   if (check)
+                       check->check(number, frame);
                    if (screen)
                        screen->put(number, frame);
                });
@@ -101,26 +87,24 @@ int play(Session &session, const PlayOptions &options)
         std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 
     const uint64_t count = frameCountOf(ranges);
-    const uint64_t wrong = numbers ? numbers->wrong() : 0;
     if (session.json) {
         Json json = {{"fileId", file.fileId},
                      {"streamId", file.streamId},
                      {"frames", count},
                      {"seconds", seconds}};
-        if (numbers) {
-            json["wrongFrames"] = wrong;
-            json["firstWrong"] = numbers->first();
+        if (check) {
+            json["wrongFrames"] = check->wrong();
+            json["firstWrong"] = check->first();
         }
         printJson(json);
     } else {
-        printLine("played " + counted(count, "frame") + " of file " + std::to_string(file.fileId) +
-                  " in " + std::to_string(int(seconds * 1000)) + " ms" +
-                  (numbers && wrong == 0 ? "; every frame has its number" : ""));
+        printLine("played " + counted(count, "frame") + " of file " + fileNumber(file) + " in " +
+                  std::to_string(int(seconds * 1000)) + " ms" +
+                  (check && check->wrong() == 0 ? "; every frame is the right one" : ""));
     }
-    if (wrong == 0)
-        return kSuccess;
-    throw Failure(counted(wrong, "frame") + " of " + std::to_string(count) +
-                  " with a wrong number: " + numbers->first());
+    if (check)
+        check->require(count);
+    return kSuccess;
 }
 
 FrameFormat formatOf(const PlayOptions &options)
@@ -144,11 +128,20 @@ int exportFrames(Session &session, const PlayOptions &options)
     if (options.output == "-" && count > 1 && format == FrameFormat::Png)
         throw UsageError("several PNG pictures don't go to standard output one after another: use "
                          "pgm or raw, or one frame");
-    const std::unique_ptr<FrameSink> sink = makeFileSink(format, options.output, count > 1);
-    playFrames(
-        playback, ranges, "exporting", false,
-        [&sink](uint64_t number, const client::FrameView &frame) { sink->put(number, frame); });
+    std::optional<FrameCheck> check;
+    if (options.check)
+        check.emplace(checkFor(session, file));
+    const std::unique_ptr<FrameSink> sink =
+        makeFileSink(format, options.output, count > 1, options.levels);
+    playFrames(playback, ranges, "exporting", false,
+               [&](uint64_t number, const client::FrameView &frame) {
+                   if (check)
+                       check->check(number, frame);
+                   sink->put(number, frame);
+               });
     sink->finish();
+    if (check)
+        check->require(count);
     if (options.output == "-")
         return kSuccess;
     const std::vector<std::string> files = sink->files();
@@ -177,6 +170,9 @@ CLI::App *addPlayback(CLI::App &app, Session &session, const std::string &name,
         ->add_option("-f,--frames", options->frames,
                      "Which frames, from 0: \"0,10-19,80-,last\" [all]")
         ->type_name("RANGES");
+    command->add_flag("--check", options->check,
+                      "Check that each frame is the right one: the numbers in the frames of the "
+                      "emulated device, all pixels of those of a simulated recorder");
     addJsonOption(*command, session);
     command->callback([&session, options, action] {
         session.action = [&session, options, action] { return action(session, *options); };
@@ -191,8 +187,6 @@ void addPlaybackCommands(CLI::App &app, Session &session)
     auto options = std::make_shared<PlayOptions>();
     CLI::App *command =
         addPlayback(app, session, "play", "Play frames through shared memory", options, play);
-    command->add_flag("--check", options->check,
-                      "Check the frame numbers in the headers of the emulated device's frames");
     command->add_flag("--show", options->show, "Draw the frames in the terminal");
     addExamples(*command, {"play last --check", "play 3 --frames 10-19 --show"});
 
@@ -210,9 +204,11 @@ void addPlaybackCommands(CLI::App &app, Session &session)
                      "png or pgm: a picture a frame; raw: all frames in one file, 16-bit "
                      "little-endian")
         ->check(CLI::IsMember({"png", "pgm", "raw"}));
-    addExamples(*command, {"export last --frames first,last -o frame-%d.png",
-                           "export 3 --frames 0-9 -o drop.pgm", "export 3 -o everything.raw",
-                           "export last --frames 5 --format pgm -o - | display"});
+    addLevelsOption(*command, options->levels);
+    addExamples(*command,
+                {"export last --frames first,last -o frame-%d.png",
+                 "export 3 --frames 0-9 -o drop.pgm --levels auto", "export 3 -o everything.raw",
+                 "export last --frames 5 --format pgm -o - | display"});
 }
 
 } // namespace tavu::ctl

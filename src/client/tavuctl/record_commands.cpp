@@ -1,6 +1,7 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
+#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
 #include "client/tavuctl/progress.h"
@@ -106,8 +107,12 @@ bool watchRecording(Session &session, const RecordOptions &options)
         std::optional<double> fraction;
         if (options.time)
             fraction = done ? 1.0 : double(passed) / double(std::max<uint64_t>(*options.time, 1));
-        progress.update(state.numFrames, state.inPretrigger ? "waiting for the trigger" : "",
-                        fraction);
+        // What is in the pre-trigger loop isn't recorded before the trigger.
+        if (state.inPretrigger)
+            progress.update(0, "waiting for the trigger, " + counted(state.numFrames, "frame") +
+                                   " in the loop");
+        else
+            progress.update(state.numFrames, {}, fraction);
         if (done)
             return true;
         if (interrupted())
@@ -156,14 +161,8 @@ void showRecorded(const Session &session, const std::vector<client::FileEntry> &
         printJson(list);
         return;
     }
-    for (const client::FileEntry &file : files) {
-        const std::string stream = file.streamId ? ":" + std::to_string(file.streamId) : "";
-        const std::string dropped =
-            file.numDroppedFrames ? ", " + std::to_string(file.numDroppedFrames) + " dropped" : "";
-        printLine("recorded file " + std::to_string(file.fileId) + stream + ": " +
-                  counted(file.numFrames, "frame") + dropped + " of " + std::to_string(file.width) +
-                  "x" + std::to_string(file.height) + ", " + sizeText(file.size));
-    }
+    for (const client::FileEntry &file : files)
+        printLine("recorded " + fileSummary(file));
 }
 
 void stopRecording(RunningRecording &recording, const RecordOptions &options)
@@ -179,17 +178,34 @@ void stopRecording(RunningRecording &recording, const RecordOptions &options)
     }
 }
 
-[[noreturn]] void failStart(Session &session, const RecordOptions &options,
-                            const client::ServiceError &error)
+/// What is missing on the ports, a line each.
+std::string adviceForPorts(Session &session, const RecordOptions &options)
 {
     std::string advice;
     for (const uint32_t port : options.ports) {
         const std::string text = adviceForUnreadyPort(session, static_cast<uint8_t>(port));
         advice += (advice.empty() || text.empty() ? "" : "\n") + text;
     }
+    return advice;
+}
+
+[[noreturn]] void failStart(Session &session, const RecordOptions &options,
+                            const client::ServiceError &error)
+{
+    const std::string advice = adviceForPorts(session, options);
     if (advice.empty())
         throw client::ServiceError(error);
     throw Failure(printable(error.what()) + "\n" + advice);
+}
+
+/// A recorder takes whatever its camera sends, and stores it under a frame size that is missing.
+void warnOfUnreadyPorts(Session &session, const RecordOptions &options)
+{
+    if (session.service().hardwareType(session.device) == client::kEmulatedDevice)
+        return;
+    const std::string advice = adviceForPorts(session, options);
+    if (!advice.empty())
+        note(advice);
 }
 
 int record(Session &session, const RecordOptions &options)
@@ -204,6 +220,7 @@ int record(Session &session, const RecordOptions &options)
             failStart(session, options, error);
         throw;
     }
+    warnOfUnreadyPorts(session, options);
     if (options.detach) {
         recording->leave();
         printLine("recording; `tavuctl stop" + session.deviceOption() + "` ends it");

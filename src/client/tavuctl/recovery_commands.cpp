@@ -1,12 +1,14 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
+#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
 #include "client/tavuctl/text.h"
 
 #include <array>
 #include <chrono>
+#include <cstdio>
 #include <thread>
 
 namespace tavu::ctl {
@@ -20,7 +22,8 @@ constexpr unsigned kPollMilliseconds = 200;
 std::string statusText(RecoveryStatus status)
 {
     static constexpr std::array<const char *, 5> kTexts = {
-        "no recovery has run", "running", "failed", "done, to be finished", "cancelled"};
+        "no recovery has run", "a recovery is running", "the last recovery failed",
+        "the last recovery succeeded", "the last recovery was cancelled"};
     const auto number = static_cast<uint32_t>(status);
     return number < kTexts.size() ? kTexts[number] : "state " + std::to_string(number);
 }
@@ -35,7 +38,7 @@ int showStatus(Session &session)
         status = service.recoveryStatus(session.device);
         text = statusText(*status);
     } catch (const client::ServiceError &error) {
-        text = "unknown (" + printable(error.what()) + ")";
+        text = "the recovery's state is unknown (" + printable(error.what()) + ")";
     }
     const std::string error = service.recoveryError(session.device);
     if (session.json) {
@@ -46,15 +49,52 @@ int showStatus(Session &session)
     }
     printLine(incomplete ? "there is an incomplete recording, under way or cut off"
                          : "there is no incomplete recording");
-    printLine("recovery: " + text + (error.empty() ? "" : ": " + printable(error)));
+    const bool failed = status == RecoveryStatus::Failed && !error.empty();
+    printLine(text + (failed ? ": " + printable(error) : ""));
+    if (status == RecoveryStatus::Done && incomplete)
+        note("`tavuctl recover finish" + session.deviceOption() +
+             "` puts it into the list, unless that was done");
     return kSuccess;
 }
+
+/// Tells on a terminal for how long the recovery runs; elsewhere that it does.
+class ElapsedTime
+{
+public:
+    ElapsedTime() : live_(isConsole(stderr))
+    {
+        if (!live_)
+            note("recovering");
+    }
+    ElapsedTime(const ElapsedTime &) = delete;
+    ElapsedTime &operator=(const ElapsedTime &) = delete;
+    ~ElapsedTime()
+    {
+        if (live_)
+            note("");
+    }
+
+    void update(bool cancelled)
+    {
+        if (!live_)
+            return;
+        const auto passed = std::chrono::steady_clock::now() - start_;
+        std::fprintf(stderr, "\rrecovering, %.1f s; %s\033[K",
+                     std::chrono::duration<double>(passed).count(),
+                     cancelled ? "told to end" : "Ctrl-C cancels it");
+        std::fflush(stderr);
+    }
+
+private:
+    bool live_;
+    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
 
 /// Waits for the end of a recovery; Ctrl-C cancels it.
 RecoveryStatus waitForRecovery(Session &session)
 {
     client::Connection &service = session.service();
-    note("recovering; Ctrl-C cancels it");
+    ElapsedTime time;
     catchInterrupts();
     bool cancelled = false;
     RecoveryStatus status = service.recoveryStatus(session.device);
@@ -63,6 +103,7 @@ RecoveryStatus waitForRecovery(Session &session)
             service.cancelRecovery(session.device);
             cancelled = true;
         }
+        time.update(cancelled);
         // An interrupt has ended pauseFor() for good.
         std::this_thread::sleep_for(std::chrono::milliseconds(kPollMilliseconds));
         status = service.recoveryStatus(session.device);
@@ -70,36 +111,85 @@ RecoveryStatus waitForRecovery(Session &session)
     return status;
 }
 
-void finish(Session &session)
-{
-    session.service().finishRecovery(session.device);
-    printLine("the recording is recovered: `tavuctl files" + session.deviceOption() + "` lists it");
-}
-
-int start(Session &session, bool detach)
+/// Puts what was salvaged into the list, and tells what it is.
+int finish(Session &session)
 {
     client::Connection &service = session.service();
+    const size_t known = service.listFiles(session.device).size();
+    service.finishRecovery(session.device);
+    const std::vector<client::FileEntry> files = service.listFiles(session.device);
+    // What is new stands at the end of the list.
+    for (size_t i = known; i < files.size(); ++i)
+        printLine("recovered " + fileSummary(files[i]));
+    if (files.size() <= known)
+        printLine("there were no frames to recover");
+    // Ports that don't share a file leave one each.
+    if (service.hasIncompleteFile(session.device) && service.isRecordingDone(session.device))
+        note("there is a further one: `tavuctl recover start" + session.deviceOption() + "`");
+    return kSuccess;
+}
+
+/// Raises Failure when there is nothing that could be recovered right now.
+void requireCutOff(Session &session)
+{
+    client::Connection &service = session.service();
+    if (!service.hasIncompleteFile(session.device))
+        throw Failure("there is no incomplete recording");
+    if (!service.isRecordingDone(session.device))
+        throw Failure("a recording is under way: `tavuctl stop" + session.deviceOption() +
+                      "` ends it");
+}
+
+void startJob(Session &session)
+{
     try {
-        service.startRecovery(session.device);
+        session.service().startRecovery(session.device);
     } catch (const client::ServiceError &error) {
-        if (service.hardwareType(session.device) != 1)
+        if (session.service().hardwareType(session.device) != client::kEmulatedDevice)
             throw;
         throw Failure(printable(error.what()) +
                       "\nthe emulated device can't recover: `tavuctl recover discard" +
                       session.deviceOption() + "` removes a recording that was cut off");
     }
+}
+
+int start(Session &session, bool detach)
+{
+    requireCutOff(session);
+    startJob(session);
+    const std::string device = session.deviceOption();
     if (detach) {
-        printLine("the recovery runs; `tavuctl recover finish" + session.deviceOption() +
-                  "` ends it when its status is done");
+        printLine(
+            "the recovery runs; `tavuctl recover status" + device +
+            "` tells when it is done, `recover finish` then puts the recording into the list");
         return kSuccess;
     }
     const RecoveryStatus status = waitForRecovery(session);
+    if (status == RecoveryStatus::Done)
+        return finish(session);
     if (status == RecoveryStatus::Failed)
-        throw Failure("the recovery failed: " + printable(service.recoveryError(session.device)));
-    if (status != RecoveryStatus::Done)
-        throw Failure("the recovery ended: " + statusText(status));
-    finish(session);
-    return kSuccess;
+        throw Failure(
+            "the recovery failed: " + printable(session.service().recoveryError(session.device)) +
+            "\n`tavuctl recover start" + device + "` tries again, `recover discard" + device +
+            "` gives the recording up");
+    if (status == RecoveryStatus::Cancelled)
+        throw Failure("the recovery was cancelled; `tavuctl recover start" + device +
+                      "` begins anew");
+    throw Failure(statusText(status));
+}
+
+/// Refuses while the job runs, for its file would be closed under it.
+int finishDetached(Session &session)
+{
+    std::optional<RecoveryStatus> status;
+    try {
+        status = session.service().recoveryStatus(session.device);
+    } catch (const client::ServiceError &) {
+        // The emulated device says at the next step what it can't do.
+    }
+    if (status && *status != RecoveryStatus::Done)
+        throw Failure("there is nothing to finish: " + statusText(*status));
+    return finish(session);
 }
 
 int discard(Session &session, bool confirmed)
@@ -143,10 +233,8 @@ void addRecoveryCommands(CLI::App &app, Session &session)
             [&session, detach] { return start(session, *detach); })
         ->add_flag("--detach", *detach, "Only start it; `recover finish` does the rest");
 
-    addStep(*recover, session, "finish", "Put what was salvaged into the list", [&session] {
-        finish(session);
-        return kSuccess;
-    });
+    addStep(*recover, session, "finish", "Put what was salvaged into the list",
+            [&session] { return finishDetached(session); });
     addStep(*recover, session, "cancel", "Cancel a recovery that runs", [&session] {
         session.service().cancelRecovery(session.device);
         printLine("the recovery was told to end");
