@@ -44,10 +44,15 @@ Progress::~Progress()
 
 void Progress::update(uint64_t count, const std::string &remark, std::optional<double> fraction)
 {
+    const auto now = Clock::now();
+    // The rate is that of the work, not of what was there when it began.
+    if (count_ == 0) {
+        firstCount_ = count;
+        start_ = now;
+    }
     count_ = count;
     remark_ = remark;
     fraction_ = fraction;
-    const auto now = Clock::now();
     if (now < nextDraw_)
         return;
     nextDraw_ = now + std::chrono::milliseconds(live_ ? 100 : 2000);
@@ -70,10 +75,10 @@ void Progress::draw()
     else
         line += count_ == 1 ? " " + noun_ : " " + noun_ + "s";
     const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
-    if (count_ > 0 && seconds >= 0.5) {
+    if (count_ > firstCount_ && seconds >= 0.5) {
         std::array<char, 48> rate;
         std::snprintf(rate.data(), rate.size(), ", %.1f a second",
-                      static_cast<double>(count_) / seconds);
+                      static_cast<double>(count_ - firstCount_) / seconds);
         line += rate.data();
     }
     if (!remark_.empty())

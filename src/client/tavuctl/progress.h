@@ -36,6 +36,7 @@ private:
     Clock::time_point start_;
     Clock::time_point nextDraw_;
     uint64_t count_ = 0;
+    uint64_t firstCount_ = 0; ///< the first that wasn't 0
     std::optional<double> fraction_;
     std::string remark_;
     bool drawn_ = false;

@@ -189,10 +189,17 @@ std::string adviceForPorts(Session &session, const RecordOptions &options)
     return advice;
 }
 
+/// Raises what the service said, with what a person can do about it.
 [[noreturn]] void failStart(Session &session, const RecordOptions &options,
                             const client::ServiceError &error)
 {
-    const std::string advice = adviceForPorts(session, options);
+    if (!adviceFor(error.what(), session).empty())
+        throw client::ServiceError(error);
+    std::string advice = adviceForPorts(session, options);
+    // A recorder's start that fails half-way would spoil the next one.
+    if (session.service().hardwareType(session.device) != client::kEmulatedDevice)
+        advice += (advice.empty() ? "`" : "\n`") + ("tavuctl stop" + session.deviceOption()) +
+                  "` makes the recorder forget what was prepared";
     if (advice.empty())
         throw client::ServiceError(error);
     throw Failure(printable(error.what()) + "\n" + advice);
@@ -216,9 +223,7 @@ int record(Session &session, const RecordOptions &options)
     try {
         recording.emplace(session, settingsOf(options));
     } catch (const client::ServiceError &error) {
-        if (std::string_view(error.what()).starts_with("Not paired"))
-            failStart(session, options, error);
-        throw;
+        failStart(session, options, error);
     }
     warnOfUnreadyPorts(session, options);
     if (options.detach) {
