@@ -203,8 +203,9 @@ TEST(Recorder, PairingBlocksLieWhereTheirSizeSays)
         Client client;
         for (uint32_t port = 0; port < 3; port++) {
             EXPECT_EQ(pair(client, 34, port), "{}");
-            if (port < 2)
+            if (port < 2) {
                 EXPECT_EQ(pair(client, 36, port), "{}");
+            }
         }
         // Sizes in stripes of a mebibyte: the record file, and two pairing files that grew by
         // steps.
