@@ -12,8 +12,8 @@ public:
     void describe(const std::string &recorder, std::string_view text) const;
     /// Takes a recorder away.
     void remove(const std::string &recorder) const;
-    /// The faults of a recorder that is device 0. When this returns DeviceCollection::device has been
-    /// called once, and nothing else.
+    /// The faults of a recorder that is device 0. When this returns DeviceCollection::device has
+    /// been called once, and nothing else.
     void setFaults(Client &client, const std::string &recorder, std::string_view text);
     const std::string &path() const { return folder_.path; }
     /// A file of the folder, with / between its parts.
