@@ -70,7 +70,7 @@ std::vector<FileRecord> STavuDevice::readMetadata(Quillon::DriveSet &set, uint32
         std::lock_guard guard(handle->mutex);
         buffer = handle->file->readMetadata();
     }
-    if (!buffer) {
+    if (!buffer || buffer->size() == 0) {
         const auto file = given(set.openFile(fileId), "DriveSet::openFile");
         buffer = given(file->readMetadata(), "DriveFile::readMetadata");
     }

@@ -21,9 +21,12 @@ void STavuDevice::configurePort(uint64_t port, uint16_t width, uint16_t height,
 
     const auto record = given(recorder->record(), "Device::record");
     const auto sets = driveSets(*recorder);
-    if (sets->ids().size() == 0)
+    Quillon::Vector<uint32_t> ids = sets->ids();
+    if (ids.size() == 0) {
         createDefaultDriveSet(*sets);
-    const auto set = firstDriveSet(*sets, kNoDriveSetText);
+        ids = sets->ids();
+    }
+    const auto set = given(sets->open(ids[0]), "DriveSetCollection::open");
     record->detachPort(camera);
     record->attachDriveSet(set, camera);
 

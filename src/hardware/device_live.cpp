@@ -1,9 +1,9 @@
 #include "hardware/stavu_device.h"
 
+#include "encoding/bytes.h"
 #include "hardware/binding/handles.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 namespace tavu {
@@ -22,6 +22,26 @@ void selectPixelFormat(Quillon::Port &port)
         port.setPacking(0);
 }
 
+void startAgainIfNeeded(PortState &state, Quillon::Port &port)
+{
+    if (!state.restartLive)
+        return;
+    state.restartLive = false;
+    port.stopGrab();
+    selectPixelFormat(port);
+    port.startGrab(kGrabOptions, 0);
+}
+
+/// Puts the region of a running view aside, for clients that have its name and will still open it.
+/// One that starts its view over and over must not use up the system's memory, though.
+void keepRegion(PortState &state)
+{
+    constexpr size_t kMostFormerRegions = 64;
+    if (state.formerLiveRegions.size() >= kMostFormerRegions)
+        state.formerLiveRegions.erase(state.formerLiveRegions.begin());
+    state.formerLiveRegions.push_back(std::move(state.liveRegion));
+}
+
 } // namespace
 
 // A view that runs already is started again, with a new region.
@@ -32,13 +52,13 @@ std::string STavuDevice::startLive(uint8_t port)
     const auto camera = libraryPort(*device(), port);
     selectPixelFormat(*camera);
     if (state.live)
-        state.formerLiveRegions.push_back(std::move(state.liveRegion));
+        keepRegion(state);
     state.live = false;
     const uint32_t size = uint32_t(state.width) * state.height * 2;
     if (!state.liveRegion.createUnique("orek_tavu", size, false))
         throw std::runtime_error("Failed to create shared memory mapping.");
-    state.live = true;
     camera->startGrab(kGrabOptions, 0);
+    state.live = true;
     return state.liveRegion.mappingName();
 }
 
@@ -56,15 +76,13 @@ void STavuDevice::liveFrame(uint8_t port, uint16_t &width, uint16_t &height, uin
     std::unique_lock deviceLock(lock_);
     PortState &state = portState(port);
     const auto camera = libraryPort(*device(), port);
-    if (state.restartLive) {
-        state.restartLive = false;
-        camera->stopGrab();
-        selectPixelFormat(*camera);
-        camera->startGrab(kGrabOptions, 0);
-    }
+    startAgainIfNeeded(state, *camera);
 
     // The wait can be long, and only this port shall be held up by it.
-    std::unique_lock grabLock = handOver(deviceLock, state.grabLock);
+    std::unique_lock grabLock = takePortLock(deviceLock, state.grabLock);
+    // A recording can have begun or ended while another request had the port.
+    startAgainIfNeeded(state, *camera);
+    deviceLock.unlock();
     boost::shared_ptr<Common::Frame> frame;
     camera->grab(frame, kGrabTimeLimit, true, false, true, false, true);
     if (!frame)
@@ -83,8 +101,8 @@ void STavuDevice::liveFrame(uint8_t port, uint16_t &width, uint16_t &height, uin
     SharedRegion &region = portState(port).liveRegion;
     if (!region.view())
         throw std::runtime_error("Invalid shared memory mapping.");
-    std::memcpy(region.view(), buffer->data(),
-                std::min({region.viewSize(), bufferSize, uint64_t(imageSize)}));
+    copyBytes(region.view(), buffer->data(),
+              std::min({region.viewSize(), bufferSize, uint64_t(imageSize)}));
 }
 
 } // namespace tavu

@@ -43,13 +43,13 @@ void STavuDevice::openFile(uint32_t &openFileId, std::string &mapping, uint32_t 
     slot.fileId = fileId;
     slot.streamId = streamId;
 
+    // When something from here on fails, the slot stays taken, without a stream.
     const auto type = given(stream->frames->dataType(), "FrameSequence::dataType");
     slot.width = static_cast<uint16_t>(Common::DataType::width(type));
     slot.height = static_cast<uint16_t>(Common::DataType::height(type));
     slot.numFrames = stream->frames->frameCount();
     slot.imageSize = uint32_t(slot.height) * slot.width * 2;
     slot.size = slot.numFrames * slot.imageSize;
-    // The slot stays taken, without a stream, when this fails.
     if (!slot.region.createUnique("orek_tavu", slot.imageSize, false))
         throw std::runtime_error("Failed to create shared memory mapping");
     slot.stream = stream.release();

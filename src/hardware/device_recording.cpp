@@ -229,7 +229,7 @@ void STavuDevice::softwareTrigger()
     std::lock_guard guard(lock_);
     const auto recorder = device();
     refuseVirtual(*recorder, kVirtualText);
-    given(recorder->record(), "Device::record");
+    recorder->record();
     setFlag(*element(*triggerBank(*recorder), kRecordControl), "Software Start Trigger", true);
 }
 

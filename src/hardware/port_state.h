@@ -16,7 +16,7 @@ namespace tavu {
 struct PortState
 {
     std::string name;
-    /// The camera's serial channel; empty when closed. Only changed with portLock held as well.
+    /// The camera's serial channel; empty when closed. Only cleared with portLock held as well.
     boost::shared_ptr<Quillon::SerialPort> serialPort;
     std::mutex grabLock; ///< held while the port waits for a live frame
     std::mutex portLock; ///< held for a transfer with the camera, serial or memory

@@ -43,12 +43,27 @@ void DeviceManager::start()
         devices_.push_back(std::make_unique<TavuDeviceEmulator>());
     }
     // Nobody can be connected yet, so nobody is told of this first update.
-    updateDeviceList();
+    tryUpdateDeviceList();
     updateThread_ = std::thread([this] { followChanges(); });
-    if (collection_) {
+    registerForChanges();
+}
+
+// Without word of changes the list would be wrong before long, so there are no recorders then.
+void DeviceManager::registerForChanges()
+{
+    if (!collection_)
+        return;
+    try {
         changeCallbackId_ = collection_->registerChangeCallback([queue = updateQueue_] {
             queue->push(DeviceEvent{EventType::DevicesChanged, 0, 0});
         });
+    } catch (...) {
+        std::lock_guard guard(lock_);
+        std::erase_if(devices_, [](const std::unique_ptr<ITavuDevice> &device) {
+            return dynamic_cast<RecorderDevice *>(device.get()) != nullptr;
+        });
+        collection_.reset();
+        instance_.reset();
     }
 }
 

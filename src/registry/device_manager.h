@@ -36,9 +36,9 @@ public:
     ~DeviceManager();
 
     /// Starts the library, builds the device list and begins to follow its changes. To be called
-    /// once. A library that is absent, fails to start or has another version only means that there
-    /// are no recorders. Raises what the emulated device's constructor, the device count, the
-    /// start of the update thread and the registration of the callback raise.
+    /// once. A library that is absent, fails to start, has another version or tells of no changes
+    /// only means that there are no recorders. Raises what the emulated device's constructor and
+    /// the start of the update thread raise.
     void start();
 
     /// Ends the update thread and lets go of the library; devices and queues stay. A second call
@@ -168,7 +168,10 @@ private:
     ITavuDevice &deviceAt(uint32_t index);
     QueueSlot &slotInUse(uint32_t queueId);
 
+    void registerForChanges();
     void followChanges();
+    /// Logs a failure.
+    void tryUpdateDeviceList();
     void updateDeviceList();
     void updateKnownDevice(uint32_t collectionIndex);
     void addDevice(uint32_t collectionIndex, const NameFilter &names,

@@ -31,9 +31,14 @@ void DeviceManager::followChanges()
             continue;
         if (type != EventType::DevicesChanged)
             return;
-        logFailure([this] { updateDeviceList(); });
+        tryUpdateDeviceList();
         logFailure([this] { broadcast(DeviceEvent{EventType::DevicesChanged, 0, 0}); });
     }
+}
+
+void DeviceManager::tryUpdateDeviceList()
+{
+    logFailure([this] { updateDeviceList(); });
 }
 
 void DeviceManager::updateDeviceList()

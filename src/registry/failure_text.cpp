@@ -13,7 +13,8 @@ namespace {
 const char *textOf(const Common::GeneralException &error) noexcept
 {
     try {
-        return error.what();
+        const char *text = error.what();
+        return text ? text : "";
     } catch (...) {
         return kLateBindingFailure;
     }

@@ -162,7 +162,8 @@ TEST(Recorder, AFaultOfTheLibraryAtItsStartLeavesNone)
 {
     for (const char *fault :
          {"Instance::initialize 1 raise x", "Instance::deviceCollection 1 raise x",
-          "Instance::initialize 1 empty", "Instance::deviceCollection 1 empty"}) {
+          "Instance::initialize 1 empty", "DeviceCollection::registerChangeCallback 1 raise x",
+          "DeviceCollection::count 1 raise x", "Instance::deviceCollection 1 empty"}) {
         Lab lab;
         lab.describe("a", "");
         writeFile(lab.file("faults.conf"), fault);

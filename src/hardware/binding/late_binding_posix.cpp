@@ -28,11 +28,17 @@ void *openLibrary(const std::string &path)
     return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
-/// A destructor can't tell that it is absent, so a library without one of them isn't used at all.
-bool hasDestructors(void *library)
+/// Destructors and the release of memory can't tell that they are absent.
+bool mayNotRaise(const char *name)
+{
+    return std::strstr(name, "D1Ev") || std::strstr(name, "D0Ev") || std::strstr(name, "dlEPv");
+}
+
+/// A library without one of those functions isn't used at all.
+bool isUsable(void *library)
 {
     for (const char *name : kNames) {
-        if (std::strstr(name, "D1Ev") && !dlsym(library, name))
+        if (mayNotRaise(name) && !dlsym(library, name))
             return false;
     }
     return true;
@@ -47,7 +53,7 @@ void *findLibrary()
         library = openLibrary(*folder + "/Bin/libquillon.so");
     if (!library)
         library = openLibrary("libquillon.so");
-    return library && hasDestructors(library) ? library : nullptr;
+    return library && isUsable(library) ? library : nullptr;
 }
 
 } // namespace
