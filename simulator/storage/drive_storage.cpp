@@ -25,6 +25,11 @@ uint32_t setIdOf(const std::filesystem::path &folder)
     return error == std::errc() && end == name.data() + name.size() ? id : 0;
 }
 
+[[noreturn]] void raiseNoSet(uint32_t id)
+{
+    raiseError("There is no drive set " + std::to_string(id) + ".");
+}
+
 } // namespace
 
 DriveStorage::DriveStorage(Recorder &recorder)
@@ -69,7 +74,7 @@ DriveStorage::Set &DriveStorage::setAt(uint32_t id)
     load();
     const auto found = sets_.find(id);
     if (found == sets_.end())
-        raiseError("There is no drive set " + std::to_string(id) + ".");
+        raiseNoSet(id);
     Set &set = found->second;
     if (!set.table)
         set.table = set.used.lock();
@@ -91,8 +96,17 @@ void DriveStorage::createSet(const std::string &name, std::vector<uint32_t> driv
 void DriveStorage::removeSet(uint32_t id)
 {
     const std::lock_guard lock(mutex_);
-    setAt(id).table->remove();
-    sets_.erase(id);
+    load();
+    const auto found = sets_.find(id);
+    if (found == sets_.end())
+        raiseNoSet(id);
+    // One that isn't open needn't be readable.
+    const auto table = found->second.table ? found->second.table : found->second.used.lock();
+    if (table)
+        table->remove();
+    else
+        removeWhole(folder_ / std::to_string(id));
+    sets_.erase(found);
 }
 
 void DriveStorage::close()
