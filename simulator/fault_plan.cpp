@@ -119,7 +119,7 @@ FaultPlan::Effect FaultPlan::count(const char *operation)
 bool FaultPlans::empties(const char *operation) const
 {
     FaultPlan::Effect effect;
-    for (FaultPlan *plan : {library.get(), recorder.get()})
+    for (FaultPlan *plan : {common.get(), recorder.get()})
         if (plan)
             effect = effect + plan->count(operation);
     if (effect.milliseconds > 0)

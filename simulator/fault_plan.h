@@ -54,7 +54,7 @@ private:
 /// The plans that an operation is subject to: the library's, and its recorder's if it has one.
 struct FaultPlans
 {
-    std::shared_ptr<FaultPlan> library;
+    std::shared_ptr<FaultPlan> common;   ///< of all recorders and of the library itself
     std::shared_ptr<FaultPlan> recorder; ///< null outside of a recorder
 
     /// To be called first thing in every operation, with no lock held that other operations need:

@@ -92,7 +92,7 @@ Installation::Installation(std::filesystem::path folder)
     if (versionFile_.lookFirst())
         guarded([&] { loadVersion(); });
     if (faultsFile_.lookFirst())
-        guarded([&] { faults_.library->load(faultsFile_.path()); });
+        guarded([&] { faults_.common->load(faultsFile_.path()); });
 }
 
 Quillon::VersionInfo Installation::version() const
@@ -160,7 +160,7 @@ void Installation::watch()
 void Installation::look()
 {
     if (faultsFile_.hasChanged())
-        guarded([&] { faults_.library->load(faultsFile_.path()); });
+        guarded([&] { faults_.common->load(faultsFile_.path()); });
     if (versionFile_.hasChanged()) {
         guarded([&] { loadVersion(); });
         notify(Event::Changed);
@@ -228,7 +228,7 @@ void Installation::makeRecorder(Place &place)
     if (!description)
         return;
     guarded([&] {
-        const FaultPlans faults{faults_.library, std::make_shared<FaultPlan>()};
+        const FaultPlans faults{faults_.common, std::make_shared<FaultPlan>()};
         if (place.faults.lookFirst())
             guarded([&] { faults.recorder->load(place.faults.path()); });
         place.recorder = boost::make_shared<Recorder>(place.description.path().parent_path(),
