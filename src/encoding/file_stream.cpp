@@ -25,16 +25,19 @@ uint64_t FileStream::read(void *buffer, uint64_t byteCount)
 
 uint64_t FileStream::write(const void *buffer, uint64_t byteCount)
 {
-    return file_ ? std::fwrite(buffer, 1, static_cast<size_t>(byteCount), file_) : 0;
+    if (!file_)
+        return 0;
+    const size_t written = std::fwrite(buffer, 1, static_cast<size_t>(byteCount), file_);
+    allWritten_ = allWritten_ && written == byteCount;
+    return written;
 }
 
 bool FileStream::close()
 {
     if (!file_)
         return allWritten_;
-    // A write that failed earlier is remembered by the handle only as long as it is open.
-    const bool failed = std::ferror(file_) != 0;
-    allWritten_ = std::fclose(std::exchange(file_, nullptr)) == 0 && !failed;
+    // What the library still holds may fail now.
+    allWritten_ = std::fclose(std::exchange(file_, nullptr)) == 0 && allWritten_;
     return allWritten_;
 }
 

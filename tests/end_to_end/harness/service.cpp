@@ -123,9 +123,11 @@ int Service::waitForExit()
     return *process_->exitStatus();
 }
 
-Client::Client(bool handshake)
+Client::Client(bool handshake, const std::function<bool()> &gaveUp)
 {
-    if (!waitUntil([&] { return pipe_.connect(); }))
+    bool connected = false;
+    waitUntil([&] { return (connected = pipe_.connect()) || (gaveUp && gaveUp()); });
+    if (!connected)
         throw std::runtime_error("nobody listens");
     if (!handshake)
         return;

@@ -49,6 +49,7 @@ public:
     void kill();
     /// Waits until it has stopped by itself.
     int waitForExit();
+    bool hasEnded() { return process_->exitStatus().has_value(); }
     /// One more process in the same folder.
     std::unique_ptr<ChildProcess> startAnother() const;
     uint64_t residentBytes() const { return process_->residentBytes(); }
@@ -70,8 +71,9 @@ private:
 class Client
 {
 public:
-    /// Waits until the service listens, and makes the handshake unless told not to.
-    explicit Client(bool handshake = true);
+    /// Waits until the service listens, and makes the handshake unless told not to. Raises
+    /// std::runtime_error when it waits too long, or \a gaveUp.
+    explicit Client(bool handshake = true, const std::function<bool()> &gaveUp = {});
 
     /// False when the service has closed its end.
     bool send(const Bytes &bytes);

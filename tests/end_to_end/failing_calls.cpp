@@ -1,0 +1,154 @@
+// Preloaded into the service, lets its calls for files, regions and threads fail as a test wants
+// it.
+
+#include "failing_calls.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <pthread.h>
+#include <stdio_ext.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using tavu::test::FailingCalls;
+using tavu::test::Failure;
+
+namespace {
+
+FailingCalls *control = nullptr; // null until main begins
+
+template <typename Function>
+Function original(const char *name)
+{
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+/// Whether this call fails. An uncounted one goes with the call before it.
+bool fails(const char *name, bool counted = true)
+{
+    if (!control)
+        return false;
+    const uint64_t number = counted ? ++control->calls : control->calls.load();
+    const Failure failure = control->failure;
+    const uint64_t at = control->at;
+    if (failure == Failure::None || number < at || (failure == Failure::Once && number > at))
+        return false;
+    if (number == at)
+        std::strncpy(control->name, name, sizeof control->name - 1);
+    return true;
+}
+
+void endIfTold()
+{
+    if (control->failure == Failure::Kill)
+        kill(getpid(), SIGKILL);
+}
+
+} // namespace
+
+/// A function that takes the place of the C library's: one that fails sets errno and returns this.
+#define FAILING(result, name, error, returned, parameters, arguments)                              \
+    extern "C" result failing_##name parameters __asm__(#name);                                    \
+    extern "C" result failing_##name parameters                                                    \
+    {                                                                                              \
+        static const auto real = original<result(*) parameters>(#name);                            \
+        if (!fails(#name))                                                                         \
+            return real arguments;                                                                 \
+        endIfTold();                                                                               \
+        errno = error;                                                                             \
+        return returned;                                                                           \
+    }
+
+FAILING(FILE *, fopen, EMFILE, nullptr, (const char *path, const char *mode), (path, mode))
+FAILING(int, open, EMFILE, -1, (const char *path, int flags, mode_t mode), (path, flags, mode))
+FAILING(DIR *, opendir, EMFILE, nullptr, (const char *path), (path))
+FAILING(ssize_t, pread, EIO, -1, (int fd, void *data, size_t size, off_t offset),
+        (fd, data, size, offset))
+FAILING(int, ftruncate, EIO, -1, (int fd, off_t size), (fd, size))
+FAILING(int, rename, EIO, -1, (const char *from, const char *to), (from, to))
+FAILING(int, unlink, EIO, -1, (const char *path), (path))
+FAILING(int, mkdir, ENOSPC, -1, (const char *path, mode_t mode), (path, mode))
+FAILING(int, stat, EIO, -1, (const char *path, struct stat *status), (path, status))
+FAILING(int, lstat, EIO, -1, (const char *path, struct stat *status), (path, status))
+FAILING(int, fstat, EIO, -1, (int fd, struct stat *status), (fd, status))
+FAILING(int, flock, ENOLCK, -1, (int fd, int operation), (fd, operation))
+FAILING(int, shm_open, EMFILE, -1, (const char *name, int flags, mode_t mode), (name, flags, mode))
+FAILING(int, shm_unlink, EIO, -1, (const char *name), (name))
+FAILING(int, posix_fallocate, ENOSPC, ENOSPC, (int fd, off_t from, off_t size), (fd, from, size))
+FAILING(void *, mmap, ENOMEM, MAP_FAILED,
+        (void *place, size_t size, int access, int flags, int fd, off_t offset),
+        (place, size, access, flags, fd, offset))
+FAILING(int, accept4, EMFILE, -1, (int fd, sockaddr *peer, socklen_t *size, int flags),
+        (fd, peer, size, flags))
+FAILING(int, pthread_create, EAGAIN, EAGAIN,
+        (pthread_t * thread, const pthread_attr_t *attributes, void *(*run)(void *),
+         void *argument),
+        (thread, attributes, run, argument))
+
+/// Half of it is written. The pieces of a record, which wait in the file's buffer, count as one.
+extern "C" size_t failingWrite(const void *data, size_t size, size_t count,
+                               FILE *file) __asm__("fwrite");
+extern "C" size_t failingWrite(const void *data, size_t size, size_t count, FILE *file)
+{
+    static const auto real = original<decltype(&failingWrite)>("fwrite");
+    static thread_local const FILE *last = nullptr;
+    const bool counted = __fpending(file) == 0 || file != last;
+    last = file;
+    if (!fails("fwrite", counted))
+        return real(data, size, count, file);
+    const size_t written = real(data, size, count / 2, file);
+    endIfTold();
+    errno = ENOSPC;
+    return written;
+}
+
+/// What waits in the buffer is lost.
+extern "C" int failingClose(FILE *file) __asm__("fclose");
+extern "C" int failingClose(FILE *file)
+{
+    static const auto real = original<decltype(&failingClose)>("fclose");
+    if (!fails("fclose"))
+        return real(file);
+    endIfTold();
+    __fpurge(file);
+    real(file);
+    errno = ENOSPC;
+    return EOF;
+}
+
+namespace {
+
+using Main = int (*)(int, char **, char **);
+
+Main realMain;
+
+int mainUnderControl(int count, char **arguments, char **environment)
+{
+    const int fd = open(std::getenv("FAILING_CALLS"), O_RDWR | O_CLOEXEC);
+    void *memory = mmap(nullptr, sizeof(FailingCalls), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    close(fd);
+    if (memory == MAP_FAILED)
+        std::abort();
+    control = static_cast<FailingCalls *>(memory);
+    return realMain(count, arguments, environment);
+}
+
+} // namespace
+
+extern "C" int startMain(Main main, int count, char **arguments, void (*init)(), void (*fini)(),
+                         void (*loaderFini)(), void *stackEnd) __asm__("__libc_start_main");
+extern "C" int startMain(Main main, int count, char **arguments, void (*init)(), void (*fini)(),
+                         void (*loaderFini)(), void *stackEnd)
+{
+    realMain = main;
+    return original<decltype(&startMain)>("__libc_start_main")(mainUnderControl, count, arguments,
+                                                               init, fini, loaderFini, stackEnd);
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace tavu::test {
+
+enum class Failure
+{
+    None,
+    Once,
+    Onwards,
+    Kill, ///< the process is killed in the midst of the call
+};
+
+/// A file that a process under the failing-calls library and its test have both mapped: the library
+/// counts the calls, the test says which of them fail. FAILING_CALLS names it in the environment.
+struct FailingCalls
+{
+    std::atomic<uint64_t> calls; ///< so far, from main on
+    std::atomic<uint64_t> at;    ///< counted from 1
+    std::atomic<Failure> failure;
+    char name[32]; ///< of the first call that failed
+};
+
+} // namespace tavu::test

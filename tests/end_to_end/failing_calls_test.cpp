@@ -1,0 +1,127 @@
+// Each of the service's calls for files, regions and threads fails once, fails from then on, or is
+// the last thing that the process does.
+
+#include "failing_calls.h"
+#include "harness/scenario.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+namespace tavu::test {
+namespace {
+
+constexpr uint64_t kShares = 4; ///< of the calls, each a test, so that they can run side by side
+constexpr const char *kFailures[] = {"None", "Once", "Onwards", "Kill"};
+
+class FailingCallsTest : public testing::TestWithParam<std::tuple<Failure, uint64_t>>
+{
+protected:
+    FailingCallsTest()
+    {
+        const std::string path = folder_.path + "/calls";
+        const int fd = open(path.c_str(), O_RDWR | O_CREAT, 0600);
+        EXPECT_EQ(ftruncate(fd, sizeof *calls_), 0);
+        calls_ = static_cast<FailingCalls *>(
+            mmap(nullptr, sizeof *calls_, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
+        close(fd);
+        setVariable("FAILING_CALLS", path);
+        setVariable("LD_PRELOAD", FAILING_CALLS_PATH);
+    }
+    ~FailingCallsTest() override
+    {
+        setVariable("LD_PRELOAD", std::nullopt);
+        munmap(calls_, sizeof *calls_);
+    }
+
+    void arm(Failure failure, uint64_t at)
+    {
+        calls_->calls = 0;
+        calls_->at = at;
+        calls_->name[0] = 0;
+        calls_->failure = failure;
+    }
+
+    /// Starts a service that finds recordings, in which calls fail from now on.
+    void begin(Failure failure, uint64_t at)
+    {
+        arm(Failure::None, 0);
+        scenario_.emplace([](uint64_t number) {
+            return expectedFrame(number, Scenario::kWidth, Scenario::kHeight);
+        });
+        service_.emplace(std::vector<std::string>{"noautoclose"});
+        scenario_->doAll(client_.emplace());
+        restart(failure, at);
+    }
+
+    void restart(Failure failure = Failure::None, uint64_t at = 0)
+    {
+        client_.reset();
+        service_->kill();
+        arm(failure, at);
+        service_->start();
+    }
+
+    /// The calls when none fails.
+    uint64_t count()
+    {
+        begin(Failure::None, 0);
+        scenario_->doAll(client_.emplace());
+        return calls_->calls;
+    }
+
+    void letFail(Failure failure, uint64_t at)
+    {
+        begin(failure, at);
+        uint64_t callsUntilConnected = ~uint64_t(0);
+        try {
+            client_.emplace(true, [&] { return service_->hasEnded(); });
+            callsUntilConnected = calls_->calls;
+            scenario_->tryAll(*client_);
+        } catch (const std::runtime_error &) {
+            client_.reset();
+        }
+        calls_->failure = Failure::None;
+        SCOPED_TRACE(concat(kFailures[int(failure)], " at ", at, ", ", calls_->name));
+        if (!client_) {
+            // It ends by itself where it can't start or can't serve the client.
+            EXPECT_EQ(service_->waitForExit(), failure == Failure::Kill ? -SIGKILL : 0);
+            EXPECT_TRUE(failure == Failure::Kill || at <= callsUntilConnected);
+            restart();
+            scenario_->check(client_.emplace());
+        }
+        scenario_->doAll(*client_);
+        restart();
+        scenario_->check(client_.emplace());
+    }
+
+private:
+    TemporaryFolder folder_;
+    FailingCalls *calls_ = nullptr;
+    std::optional<Scenario> scenario_;
+    std::optional<Service> service_;
+    std::optional<Client> client_;
+};
+
+TEST_P(FailingCallsTest, LoseNothing)
+{
+    const auto [failure, share] = GetParam();
+    const uint64_t total = count();
+    ASSERT_GT(total, 100u);
+    for (uint64_t at = 1 + share; at <= total; at += kShares)
+        letFail(failure, at);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, FailingCallsTest,
+                         testing::Combine(testing::Values(Failure::Once, Failure::Onwards,
+                                                          Failure::Kill),
+                                          testing::Range(uint64_t(0), kShares)),
+                         [](const auto &test) {
+                             return concat(kFailures[int(std::get<0>(test.param))],
+                                           std::get<1>(test.param));
+                         });
+
+} // namespace
+} // namespace tavu::test
