@@ -1,5 +1,6 @@
 #include "emulator/tavu_device_emulator.h"
 
+#include "emulator/attempt.h"
 #include "records/recording_name.h"
 
 #include <algorithm>
@@ -26,6 +27,7 @@ auto findById(List &list, uint32_t fileId)
 
 TavuDeviceEmulator::FileEntry TavuDeviceEmulator::findFile(uint32_t fileId)
 {
+    needFiles();
     const FileEntry entry = {findById(catalogue_, fileId), findById(visibleFiles_, fileId)};
     if (entry.stored == catalogue_.end() || entry.visible == visibleFiles_.end())
         throwInvalidFileId();
@@ -45,6 +47,7 @@ TavuDeviceEmulator::OpenSlot &TavuDeviceEmulator::openSlot(uint32_t openFileId)
 std::vector<FileRecord> TavuDeviceEmulator::listFiles()
 {
     std::lock_guard guard(lock_);
+    attempt([this] { needFiles(); });
     return visibleFiles_;
 }
 
@@ -66,10 +69,28 @@ void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)
             throw std::runtime_error("File is open");
     }
     const FileEntry entry = findFile(fileId);
-    catalogue_.erase(entry.stored);
-    visibleFiles_.erase(entry.visible);
-    writeCatalogue();
-    deleteFile(folder_.frameFile(kPortName, fileStem(fileId)));
+    checkCatalogueLength(catalogue_.size() - 1);
+    FileRecord stored = std::move(*entry.stored);
+    FileRecord visible = std::move(*entry.visible);
+    const auto storedPlace = catalogue_.erase(entry.stored);
+    const auto visiblePlace = visibleFiles_.erase(entry.visible);
+    const std::string frames = folder_.frameFile(kPortName, fileStem(fileId));
+    try {
+        writeCatalogue();
+    } catch (...) {
+        // A full disk has no room for the new list before the recording has gone. Its record goes
+        // first: without that no start shows the recording, whatever fails from here on.
+        const std::string record = folder_.fileRecord(stored.port, stored.name);
+        if (!deleteFile(record) && !isMissing(record)) {
+            catalogue_.insert(storedPlace, std::move(stored));
+            visibleFiles_.insert(visiblePlace, std::move(visible));
+            throw;
+        }
+        deleteFile(frames);
+        writeCatalogue();
+        return;
+    }
+    deleteFile(frames);
     deleteFile(folder_.fileRecord(kPortName, fileStem(fileId)));
 }
 
@@ -106,9 +127,11 @@ std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const std
 void TavuDeviceEmulator::setup()
 {
     std::lock_guard guard(lock_);
+    needFiles();
     for (const FileRecord &entry : catalogue_) {
-        deleteFile(folder_.frameFile(entry.port, entry.name));
+        // The record first: a start shows nothing that has none.
         deleteFile(folder_.fileRecord(entry.port, entry.name));
+        deleteFile(folder_.frameFile(entry.port, entry.name));
     }
     // Users go on seeing the recordings until the next start; opening one is refused.
     catalogue_.clear();

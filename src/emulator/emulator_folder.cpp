@@ -21,9 +21,9 @@ EmulatorFolder::EmulatorFolder(const std::string &deviceName, const std::string 
 {
 }
 
-void EmulatorFolder::create() const
+bool EmulatorFolder::create() const
 {
-    createFolders(portFolder_);
+    return createFolders(portFolder_);
 }
 
 std::string EmulatorFolder::portConfig() const

@@ -12,8 +12,8 @@ class EmulatorFolder
 public:
     EmulatorFolder(const std::string &deviceName, const std::string &portName);
 
-    /// Makes the folders; without success nothing is raised, as the first write will fail.
-    void create() const;
+    /// Makes the folders; false when they aren't there afterwards.
+    bool create() const;
 
     /// The port's configuration and pairing; its record type is "config" whatever its name says.
     std::string portConfig() const;

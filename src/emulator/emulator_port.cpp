@@ -1,5 +1,7 @@
 #include "emulator/tavu_device_emulator.h"
 
+#include "emulator/attempt.h"
+
 #include <mutex>
 #include <stdexcept>
 
@@ -9,6 +11,7 @@ void TavuDeviceEmulator::checkPort(uint8_t port)
 {
     if (port != 0)
         throw std::runtime_error("Invalid port");
+    attempt([this] { needPortConfig(); });
 }
 
 void TavuDeviceEmulator::getPortConfig(uint8_t port, uint16_t &width, uint16_t &height,
@@ -27,6 +30,7 @@ void TavuDeviceEmulator::setPortConfig(uint8_t port, uint16_t width, uint16_t he
 {
     std::lock_guard guard(lock_);
     checkPort(port);
+    needPortConfig();
     port_.width = width;
     port_.height = height;
     port_.pixelFormat = pixelFormat;
@@ -49,6 +53,7 @@ void TavuDeviceEmulator::pairPort(uint8_t port, const std::string &identity, con
 {
     std::lock_guard guard(lock_);
     checkPort(port);
+    needPortConfig();
     port_.pairedTo = identity;
     setPairing(info, infoSize, numFramesPerPacket);
 }
@@ -58,6 +63,7 @@ void TavuDeviceEmulator::repairPort(uint8_t port, const std::string &identity, c
 {
     std::lock_guard guard(lock_);
     checkPort(port);
+    needPortConfig();
     if (identity != port_.pairedTo)
         throw std::runtime_error("Not paried to this camera");
     setPairing(info, infoSize, numFramesPerPacket);
@@ -67,6 +73,7 @@ void TavuDeviceEmulator::unpairPort(uint8_t port)
 {
     std::lock_guard guard(lock_);
     checkPort(port);
+    needPortConfig();
     port_.pairedTo.clear();
     port_.info = ByteBlock();
     port_.framesPerPacket = 0;

@@ -1,11 +1,14 @@
 #include "emulator/tavu_device_emulator.h"
 
+#include "emulator/attempt.h"
 #include "emulator/frame_geometry.h"
 #include "platform/clock.h"
+#include "platform/files.h"
 
 #include <algorithm>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -47,57 +50,101 @@ void TavuDeviceEmulator::startRecording(uint32_t portMask, uint8_t externalTrigg
         throw std::runtime_error("Invalid port mask");
     if (externalTrigger & kExternalTriggerBits)
         return;
-    if (recordThread_.joinable())
+    if (recordThread_.joinable() || stopPending_)
         throw std::runtime_error("Already recording");
+    attempt([this] { needPortConfig(); });
     if (port_.width == 0 || port_.height == 0 || port_.pairedTo.empty())
         throw std::runtime_error(kNotReadyText);
+    needFolder();
+    needFiles();
+    checkCatalogueLength(catalogue_.size() + 1);
 
-    currentFileId_ = nextFileId();
+    const uint32_t fileId = nextFileId();
     RecordingJob job;
     job.file.reset(tavu::openFile(folder_.incompleteFile(), "wb"));
     if (!job.file)
         throw std::runtime_error("Failed to create file");
-    catalogue_.push_back(newFileRecord(currentFileId_, EmulatorFolder::kIncompleteName));
-    writeCatalogue();
-
-    recording_.stop.exchange(0);
-    recording_.done.exchange(0);
-    recording_.frames.exchange(0);
     job.pixelsPerFrame = framePixels(port_.width, port_.height);
     job.type = type;
     job.count = count;
-    recordThread_ = std::thread(recordFrames, std::move(job), std::ref(recording_));
+    catalogue_.push_back(newFileRecord(fileId, EmulatorFolder::kIncompleteName));
+    try {
+        writeCatalogue();
+        launchWorker(std::move(job));
+    } catch (...) {
+        catalogue_.pop_back();
+        deleteFile(folder_.incompleteFile());
+        throw;
+    }
+    currentFileId_ = fileId;
+}
+
+void TavuDeviceEmulator::launchWorker(RecordingJob job)
+{
+    const uint8_t stop = recording_.stop.exchange(0);
+    const uint8_t done = recording_.done.exchange(0);
+    const uint64_t frames = recording_.frames.exchange(0);
+    try {
+        recordThread_ = std::thread(recordFrames, std::move(job), std::ref(recording_));
+    } catch (...) {
+        // What clients see goes on being that of the last recording.
+        recording_.stop = stop;
+        recording_.done = done;
+        recording_.frames = frames;
+        throw;
+    }
+}
+
+void TavuDeviceEmulator::endWorker()
+{
+    if (!recordThread_.joinable())
+        return;
+    recording_.stop.exchange(1);
+    recordThread_.join();
+}
+
+uint64_t TavuDeviceEmulator::keepFrames(const std::string &stem)
+{
+    const std::string path = folder_.incompleteFile();
+    const std::optional<uint64_t> size = fileSize(path);
+    if (size && replaceFile(path, folder_.frameFile(kPortName, stem)))
+        return shownFileSize(*size);
+    if (isMissing(path))
+        return 0;
+    throw std::runtime_error("Failed to rename file: " + path);
 }
 
 void TavuDeviceEmulator::stopRecording()
 {
     std::lock_guard guard(lock_);
-    if (!recordThread_.joinable())
+    if (!recordThread_.joinable() && !stopPending_)
         throw std::runtime_error("Not recording");
-    recording_.stop.exchange(1);
-    recordThread_.join();
+    endWorker();
+    stopPending_ = false;
 
     const auto entry =
         std::find_if(catalogue_.begin(), catalogue_.end(),
                      [this](const FileRecord &record) { return record.fileId == currentFileId_; });
     if (entry == catalogue_.end())
         throw std::runtime_error("Internal error, lost file id");
-    entry->name = fileStem(currentFileId_);
-    const std::string path = folder_.frameFile(kPortName, entry->name);
-    replaceFile(folder_.incompleteFile(), path);
-    entry->size = shownFileSize(fileSize(path).value_or(0));
-    // Two sides below 65536 that aren't 0 never multiply to a 0 in the low 32 bits.
-    entry->numFrames = entry->size / frameBytes(entry->width, entry->height);
+    const std::string stem = fileStem(currentFileId_);
+    stopPending_ = true;
+    entry->size = keepFrames(stem);
+    stopPending_ = false;
+    entry->name = stem;
 
-    FileRecord record = newFileRecord(currentFileId_, entry->name);
+    FileRecord record = newFileRecord(currentFileId_, stem);
     record.port = entry->port;
     record.width = entry->width;
     record.height = entry->height;
     record.size = entry->size;
-    record.numFrames = entry->numFrames;
+    // Two sides below 65536 that aren't 0 never multiply to a 0 in the low 32 bits.
+    record.numFrames = entry->size / frameBytes(entry->width, entry->height);
     record.info = port_.info;
     visibleFiles_.push_back(record);
-    writeFileRecord(record.name, record);
+    writeFileRecord(stem, record);
+    // Without its record the recording isn't listed by a later start.
+    entry->numFrames = record.numFrames;
     writeCatalogue();
 }
 

@@ -3,6 +3,7 @@
 #include "emulator/frame_header.h"
 #include "emulator/frame_ramp.h"
 #include "platform/clock.h"
+#include "platform/files.h"
 
 #include <algorithm>
 #include <cstring>
@@ -41,7 +42,7 @@ public:
         // Wraps for an absurd count, as it does for everybody who sends one.
         const uint64_t end = schedule + job_.count * 1000;
         for (;;) {
-            writeFrame(pixels);
+            takeFrame(pixels);
             if (limitReached(schedule, end) || state_.stop.load())
                 return;
             schedule += kFrameInterval;
@@ -50,7 +51,27 @@ public:
     }
 
 private:
-    void writeFrame(uint16_t *pixels)
+    /// Once a write has fallen short, frames are counted only: whatever came behind a partial frame
+    /// would be out of step.
+    void takeFrame(uint16_t *pixels)
+    {
+        if (!fellShort_ && writeFrame(pixels))
+            wholeFrames_ += uint64_t(job_.pixelsPerFrame) * 2;
+        else
+            cutBack();
+        state_.frames.fetch_add(1);
+    }
+
+    /// What this gives back is what the recording's records need on a full disk.
+    void cutBack()
+    {
+        if (!isCut_)
+            isCut_ = truncateFile(job_.file.get(), wholeFrames_);
+        fellShort_ = true;
+    }
+
+    /// False when not all of the frame reached the file.
+    bool writeFrame(uint16_t *pixels)
     {
         header_.stamp(clock_, frameNumber_);
         clock_ += kFrameClockStep;
@@ -62,11 +83,11 @@ private:
             const size_t bytes = size_t(count) * 2;
             if (done == 0)
                 placeHeader(pixels, bytes);
-            // A full disk goes unnoticed here: the stop counts what really reached the file.
-            static_cast<void>(std::fwrite(pixels, 1, bytes, job_.file.get()));
+            if (std::fwrite(pixels, 1, bytes, job_.file.get()) != bytes)
+                return false;
             done += count;
         }
-        state_.frames.fetch_add(1);
+        return true;
     }
 
     /// Clipped to the port's present row, and to the \a room that there is.
@@ -94,6 +115,9 @@ private:
     uint64_t clock_ = kFrameClockStart;
     uint32_t frameNumber_ = 0;
     uint16_t ramp_ = 0;
+    uint64_t wholeFrames_ = 0; ///< bytes of the frames that are all in the file
+    bool fellShort_ = false;
+    bool isCut_ = false;
 };
 
 } // namespace

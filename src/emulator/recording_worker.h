@@ -12,7 +12,7 @@ struct RecordingState
 {
     std::atomic<uint8_t> stop{0};
     std::atomic<uint8_t> done{0};
-    std::atomic<uint64_t> frames{0}; ///< written so far
+    std::atomic<uint64_t> frames{0}; ///< made so far
     std::atomic<uint16_t> width{0};  ///< the port's present width, which clips the frame header
 };
 
@@ -30,8 +30,9 @@ struct RecordingJob
     uint64_t count = 0;
 };
 
-/// Writes a synthetic frame every 33 ms until the limit or the stop flag, at least one; then closes
-/// the file and sets the done flag. When there is no memory for a frame it ends without one.
+/// Makes a synthetic frame every 33 ms until the limit or the stop flag, at least one; then closes
+/// the file and sets the done flag. The file takes frames up to the first that doesn't fit, and
+/// only whole ones. When there is no memory for a frame it ends without one.
 void recordFrames(RecordingJob job, RecordingState &state) noexcept;
 
 } // namespace tavu

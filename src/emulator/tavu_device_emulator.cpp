@@ -1,5 +1,6 @@
 #include "emulator/tavu_device_emulator.h"
 
+#include "emulator/attempt.h"
 #include "records/meta_record.h"
 
 #include <iterator>
@@ -13,16 +14,6 @@ namespace {
 
 constexpr const char *kDeviceName = "Emulator";
 
-/// A step of the construction: what fails in it ends this step alone.
-template <typename Step>
-void attempt(Step step)
-{
-    try {
-        step();
-    } catch (...) {
-    }
-}
-
 [[noreturn]] void refuse()
 {
     throw std::runtime_error("not supported");
@@ -33,61 +24,82 @@ void attempt(Step step)
 TavuDeviceEmulator::TavuDeviceEmulator() : folder_(kDeviceName, kPortName)
 {
     port_.name = kPortName;
-    RecordFileReader::Buffer buffer;
-    attempt([&] { folder_.create(); });
-    attempt([&] { loadCatalogue(buffer); });
-    loadVisibleFiles(buffer);
-    attempt([&] { loadPortConfig(buffer); });
+    attempt([this] { needFolder(); });
+    attempt([this] { needFiles(); });
+    attempt([this] { needPortConfig(); });
 }
 
 TavuDeviceEmulator::~TavuDeviceEmulator()
 {
-    recording_.stop.exchange(1);
-    if (recordThread_.joinable())
-        recordThread_.join();
+    endWorker();
 }
 
-void TavuDeviceEmulator::loadCatalogue(RecordFileReader::Buffer &buffer)
+void TavuDeviceEmulator::needFolder()
 {
-    RecordFileReader stream(folder_.catalogue(), buffer);
-    FileList entries;
-    readMetaList(entries, stream);
-    catalogue_ = std::move(entries);
+    folderMade_ = folderMade_ || folder_.create();
 }
 
-void TavuDeviceEmulator::loadVisibleFiles(RecordFileReader::Buffer &buffer)
+void TavuDeviceEmulator::needFiles()
+{
+    if (filesKnown_)
+        return;
+    RecordBuffer buffer;
+    readRecordFile(folder_.catalogue(), buffer, [this](Stream &stream) {
+        FileList entries;
+        readMetaList(entries, stream);
+        catalogue_ = std::move(entries);
+    });
+    filesKnown_ = true;
+    loadVisibleFiles(buffer);
+}
+
+void TavuDeviceEmulator::loadVisibleFiles(RecordBuffer &buffer)
 {
     FileList records;
     attempt([&] { visibleFiles_.reserve(catalogue_.size()); });
     for (const FileRecord &entry : catalogue_) {
         attempt([&] {
-            RecordFileReader stream(folder_.fileRecord(entry.port, entry.name), buffer);
-            readMetaList(records, stream);
-            std::move(records.begin(), records.end(), std::back_inserter(visibleFiles_));
+            readRecordFile(folder_.fileRecord(entry.port, entry.name), buffer, [&](Stream &stream) {
+                readMetaList(records, stream);
+                std::move(records.begin(), records.end(), std::back_inserter(visibleFiles_));
+            });
         });
     }
 }
 
-void TavuDeviceEmulator::loadPortConfig(RecordFileReader::Buffer &buffer)
+void TavuDeviceEmulator::needPortConfig()
 {
-    RecordFileReader stream(folder_.portConfig(), buffer);
-    readConfigRecord(stream, [this](PortConfig &found) {
-        if (found.name != kPortName)
-            return;
-        port_ = std::move(found);
-        recording_.width = port_.width;
+    if (portConfigKnown_)
+        return;
+    RecordBuffer buffer;
+    readRecordFile(folder_.portConfig(), buffer, [this](Stream &stream) {
+        readConfigRecord(stream, [this](PortConfig &found) {
+            if (found.name != kPortName)
+                return;
+            port_ = std::move(found);
+            recording_.width = port_.width;
+        });
     });
+    portConfigKnown_ = true;
 }
 
 void TavuDeviceEmulator::writePortConfig()
 {
+    needFolder();
     replaceRecordFile(folder_.portConfig(), [this](Stream &stream) {
         writeConfigRecord({&port_, 1}, stream);
     });
 }
 
+void TavuDeviceEmulator::checkCatalogueLength(size_t length)
+{
+    if (length > kMostMetaRecords)
+        throw std::runtime_error("Too many recordings.");
+}
+
 void TavuDeviceEmulator::writeCatalogue()
 {
+    checkCatalogueLength(catalogue_.size());
     replaceRecordFile(folder_.catalogue(),
                       [this](Stream &stream) { writeMetaList(catalogue_, stream); });
 }

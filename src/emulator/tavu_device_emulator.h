@@ -18,7 +18,8 @@ namespace tavu {
 class TavuDeviceEmulator final : public ITavuDevice
 {
 public:
-    /// Reads what the folder holds. Whatever is missing or broken there is passed over.
+    /// Reads what the folder holds. Whatever is missing or broken there is passed over; what can't
+    /// be read is read again before it is written anew.
     TavuDeviceEmulator();
     TavuDeviceEmulator(const TavuDeviceEmulator &) = delete;
     TavuDeviceEmulator &operator=(const TavuDeviceEmulator &) = delete;
@@ -74,9 +75,12 @@ public:
                        uint32_t tapGeometry) override;
     void setup() override;
 
+    /// Raises "Too many recordings." before a list of recordings gets longer than can be read back.
     /// A request for an external trigger is swallowed: this device has none.
     void startRecording(uint32_t portMask, uint8_t externalTrigger, uint8_t type, uint64_t count,
                         bool usePretrigger, uint64_t pretriggerCount) override;
+    /// Raises "Failed to rename file: <path>" when the frames can't get their final name; a further
+    /// stop tries that again.
     void stopRecording() override;
     void softwareTrigger() override;
     bool isRecordingDone() override;
@@ -120,16 +124,23 @@ private:
         FileList::iterator visible; ///< in the list that users see
     };
 
-    void loadCatalogue(RecordFileReader::Buffer &buffer);
-    void loadVisibleFiles(RecordFileReader::Buffer &buffer);
-    void loadPortConfig(RecordFileReader::Buffer &buffer);
+    // The construction's steps, which operations take again where they failed. needFiles and
+    // needPortConfig raise "Failed to open file: <path>"; what they read mustn't be written then.
+    void needFolder();
+    void needFiles();
+    void needPortConfig();
+
+    void loadVisibleFiles(RecordBuffer &buffer);
     void writeCatalogue();
     void writePortConfig();
     void writeFileRecord(const std::string &stem, const FileRecord &record);
     void setPairing(const void *info, uint32_t infoSize, uint16_t numFramesPerPacket);
 
-    /// Raises "Invalid port" for a port that isn't there.
-    static void checkPort(uint8_t port);
+    /// Raises "Invalid port" for a port that isn't there; makes up for its configuration if need
+    /// be.
+    void checkPort(uint8_t port);
+    /// Raises "Too many recordings." for a catalogue that couldn't be read back.
+    static void checkCatalogueLength(size_t length);
     /// Raises "Invalid fileId" when either list lacks the id.
     FileEntry findFile(uint32_t fileId);
     /// Raises "Invalid fileId" for a number never handed out and "File not open" for a free slot.
@@ -137,6 +148,11 @@ private:
     uint32_t nextFileId() const;
     /// An entry of the present camera and geometry, with the present time.
     FileRecord newFileRecord(uint32_t fileId, const std::string &stem);
+    void launchWorker(RecordingJob job);
+    void endWorker();
+    /// Gives the frames just recorded their final name and returns their size in bytes; 0 when they
+    /// were discarded.
+    uint64_t keepFrames(const std::string &stem);
 
     const EmulatorFolder folder_;
     OwnedMutex lock_;
@@ -148,6 +164,10 @@ private:
     uint32_t currentFileId_ = kNoFileId;
     RecordingState recording_;
     std::thread recordThread_; ///< joinable from a start to the stop, however the recording ends
+    bool stopPending_ = false; ///< a stop has ended the recording and couldn't keep its frames yet
+    bool folderMade_ = false;
+    bool filesKnown_ = false;
+    bool portConfigKnown_ = false;
     SharedRegion liveRegion_;
     uint32_t liveCounter_ = 0;
     uint32_t livePixels_ = 0;

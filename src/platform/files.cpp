@@ -30,6 +30,12 @@ bool isRegularFile(const std::string &path)
     return fs::is_regular_file(nativePath(path), ignored);
 }
 
+bool isMissing(const std::string &path)
+{
+    std::error_code ignored;
+    return fs::symlink_status(nativePath(path), ignored).type() == fs::file_type::not_found;
+}
+
 std::optional<uint64_t> fileSize(const std::string &path)
 {
     std::error_code error;
@@ -44,13 +50,17 @@ std::string joinPath(const std::string &left, const std::string &right)
     return left + static_cast<char>(fs::path::preferred_separator) + right;
 }
 
-InputFile::InputFile(InputFile &&other) noexcept : handle_(std::exchange(other.handle_, kNone)) {}
+InputFile::InputFile(InputFile &&other) noexcept
+    : handle_(std::exchange(other.handle_, kNone)), missing_(other.missing_)
+{
+}
 
 InputFile &InputFile::operator=(InputFile &&other) noexcept
 {
     if (this != &other) {
         close();
         handle_ = std::exchange(other.handle_, kNone);
+        missing_ = other.missing_;
     }
     return *this;
 }

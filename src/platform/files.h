@@ -18,10 +18,16 @@ bool deleteFile(const std::string &path);
 /// Renames a file; an existing file \a to is replaced in one step. False on failure.
 bool replaceFile(const std::string &from, const std::string &to);
 
+/// Cuts an unbuffered \a file that is open for writing off at \a size bytes. False on failure.
+bool truncateFile(std::FILE *file, uint64_t size);
+
 /// Creates a folder with all missing parents. False when it isn't there afterwards.
 bool createFolders(const std::string &path);
 
 bool isRegularFile(const std::string &path);
+
+/// Whether there is surely nothing of that name; false also when the system can't tell.
+bool isMissing(const std::string &path);
 
 /// Size of a regular file in bytes; empty when there is no such file.
 std::optional<uint64_t> fileSize(const std::string &path);
@@ -44,15 +50,19 @@ public:
     ~InputFile();
 
     bool isOpen() const { return handle_ != kNone; }
+    /// Whether there was no such file to open; false when the opening failed otherwise.
+    bool wasMissing() const { return missing_; }
     void close();
 
     /// Reads up to \a byteCount bytes from \a offset into \a buffer; returns the count that came,
-    /// short at the end of the file or on an error.
-    uint64_t readAt(uint64_t offset, void *buffer, uint64_t byteCount) const;
+    /// short at the end of the file or on an error. An error sets \a failed, if that isn't null.
+    uint64_t readAt(uint64_t offset, void *buffer, uint64_t byteCount,
+                    bool *failed = nullptr) const;
 
 private:
     static constexpr intptr_t kNone = -1;
     intptr_t handle_ = kNone;
+    bool missing_ = false;
 };
 
 } // namespace tavu

@@ -24,6 +24,11 @@ bool replaceFile(const std::string &from, const std::string &to)
     return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
+bool truncateFile(std::FILE *file, uint64_t size)
+{
+    return ::ftruncate(::fileno(file), static_cast<off_t>(size)) == 0;
+}
+
 std::string userDataFolder()
 {
     if (environmentFlag("XDG_DATA_HOME"))
@@ -35,7 +40,9 @@ std::string userDataFolder()
     return user ? std::string(user->pw_dir) + "/.local/share" : std::string();
 }
 
-InputFile::InputFile(const std::string &path) : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+InputFile::InputFile(const std::string &path)
+    : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+      missing_(handle_ == kNone && (errno == ENOENT || errno == ENOTDIR))
 {
 }
 
@@ -46,7 +53,7 @@ void InputFile::close()
     handle_ = kNone;
 }
 
-uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount) const
+uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount, bool *failed) const
 {
     // A regular file gives all that is asked for up to its end, so that a short count needs no
     // second look. Larger requests are cut by the system.
@@ -59,6 +66,8 @@ uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount) co
                                       static_cast<off_t>(offset + done));
         if (count < 0 && errno == EINTR)
             continue;
+        if (count < 0 && failed)
+            *failed = true;
         if (count > 0)
             done += static_cast<uint64_t>(count);
         if (count < 0 || static_cast<uint64_t>(count) < chunk)

@@ -141,10 +141,17 @@ bool replaceFile(const std::string &from, const std::string &to)
     return false;
 }
 
+bool truncateFile(std::FILE *file, uint64_t size)
+{
+    return _chsize_s(_fileno(file), static_cast<int64_t>(size)) == 0;
+}
+
 InputFile::InputFile(const std::string &path)
     : handle_(reinterpret_cast<intptr_t>(CreateFileW(wideText(path).c_str(), GENERIC_READ,
                                                      kShareAll, nullptr, OPEN_EXISTING,
-                                                     FILE_ATTRIBUTE_NORMAL, nullptr)))
+                                                     FILE_ATTRIBUTE_NORMAL, nullptr))),
+      missing_(handle_ == kNone &&
+               (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND))
 {
 }
 
@@ -155,7 +162,7 @@ void InputFile::close()
     handle_ = kNone;
 }
 
-uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount) const
+uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount, bool *failed) const
 {
     auto *target = static_cast<unsigned char *>(buffer);
     uint64_t done = 0;
@@ -166,7 +173,12 @@ uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount) co
         place.OffsetHigh = static_cast<DWORD>((offset + done) >> 32);
         const auto chunk = static_cast<DWORD>(std::min<uint64_t>(byteCount - done, 0x40000000u));
         DWORD count = 0;
-        if (!ReadFile(nativeHandle(handle_), target + done, chunk, &count, &place) || count == 0)
+        if (!ReadFile(nativeHandle(handle_), target + done, chunk, &count, &place)) {
+            if (failed && GetLastError() != ERROR_HANDLE_EOF)
+                *failed = true;
+            break;
+        }
+        if (count == 0)
             break;
         done += count;
     }

@@ -25,6 +25,7 @@ void prepareProcess()
 {
     fillStandardStreams();
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file at its size limit is a failing write like any other
     rlimit limit;
     if (::getrlimit(RLIMIT_NOFILE, &limit) == 0) {
         limit.rlim_cur = limit.rlim_max;

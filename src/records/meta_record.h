@@ -3,11 +3,15 @@
 #include "encoding/stream.h"
 #include "registry/file_record.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 namespace tavu {
+
+/// The longest list that can be read back.
+inline constexpr size_t kMostMetaRecords = 65535;
 
 /// Writes one file metadata record that holds \a list.
 void writeMetaList(std::span<const FileRecord> list, Stream &stream);

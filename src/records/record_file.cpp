@@ -1,6 +1,7 @@
 #include "records/record_file.h"
 
 #include "encoding/file_stream.h"
+#include "platform/files.h"
 
 #include <algorithm>
 #include <cstring>
@@ -31,38 +32,39 @@ bool writeWhole(const std::string &path, const std::function<void(Stream &)> &wr
     return stream->close();
 }
 
-} // namespace
-
-void replaceRecordFile(const std::string &path, const std::function<void(Stream &)> &write)
+/// A record file being read, up to its end or an error.
+class RecordFileReader final : public Stream
 {
-    // A fixed name: what a killed process leaves is overwritten the next time.
-    const std::string fresh = path + ".new";
-    try {
-        if (writeWhole(fresh, write) && replaceFile(fresh, path))
-            return;
-    } catch (...) {
-        deleteFile(fresh);
-        throw;
+public:
+    RecordFileReader(const InputFile &file, RecordBuffer &buffer) : file_(file), buffer_(buffer)
+    {
+        if (buffer_.empty())
+            buffer_.resize(kReadBufferSize);
     }
-    deleteFile(fresh);
-    throwFailed(path);
-}
 
-RecordFileReader::RecordFileReader(const std::string &path, Buffer &buffer)
-    : file_(path), buffer_(buffer)
-{
-    if (!file_.isOpen())
-        throwFailed(path);
-    if (buffer_.empty())
-        buffer_.resize(kReadBufferSize);
-}
+    uint64_t read(void *target, uint64_t byteCount) override;
+    uint64_t write(const void *, uint64_t) override { return 0; }
+
+    bool failed() const { return failed_; }
+
+private:
+    bool refill();
+
+    const InputFile &file_;
+    RecordBuffer &buffer_;
+    uint64_t offset_ = 0; ///< of the bytes behind the buffered ones
+    size_t position_ = 0;
+    size_t end_ = 0;
+    bool atEnd_ = false;
+    bool failed_ = false;
+};
 
 bool RecordFileReader::refill()
 {
     if (atEnd_)
         return false;
     position_ = 0;
-    end_ = static_cast<size_t>(file_.readAt(offset_, buffer_.data(), buffer_.size()));
+    end_ = static_cast<size_t>(file_.readAt(offset_, buffer_.data(), buffer_.size(), &failed_));
     offset_ += end_;
     atEnd_ = end_ < buffer_.size();
     return end_ > 0;
@@ -87,9 +89,38 @@ uint64_t RecordFileReader::read(void *target, uint64_t byteCount)
     return done;
 }
 
-uint64_t RecordFileReader::write(const void *, uint64_t)
+} // namespace
+
+void replaceRecordFile(const std::string &path, const std::function<void(Stream &)> &write)
 {
-    return 0;
+    // A fixed name: what a killed process leaves is overwritten the next time.
+    const std::string fresh = path + ".new";
+    try {
+        if (writeWhole(fresh, write) && replaceFile(fresh, path))
+            return;
+    } catch (...) {
+        deleteFile(fresh);
+        throw;
+    }
+    deleteFile(fresh);
+    throwFailed(path);
+}
+
+void readRecordFile(const std::string &path, RecordBuffer &buffer,
+                    const std::function<void(Stream &)> &read)
+{
+    const InputFile file(path);
+    if (file.wasMissing())
+        return;
+    if (!file.isOpen())
+        throwFailed(path);
+    RecordFileReader stream(file, buffer);
+    try {
+        read(stream);
+    } catch (const std::runtime_error &) {
+        if (stream.failed())
+            throwFailed(path);
+    }
 }
 
 } // namespace tavu

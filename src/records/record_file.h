@@ -1,7 +1,6 @@
 #pragma once
 
 #include "encoding/stream.h"
-#include "platform/files.h"
 
 #include <functional>
 #include <string>
@@ -15,31 +14,15 @@ namespace tavu {
 /// untouched.
 void replaceRecordFile(const std::string &path, const std::function<void(Stream &)> &write);
 
-/// A record file being read. It goes through a buffer of the caller's, which many files can share:
-/// a start reads thousands of small records, and the C library's own buffering costs more time than
-/// the reading.
-class RecordFileReader final : public Stream
-{
-public:
-    using Buffer = std::vector<unsigned char>;
+/// A buffer to read records through, which many readings can share: a start reads thousands of
+/// small records, and the C library's own buffering costs more time than the reading. An empty one
+/// gets a size.
+using RecordBuffer = std::vector<unsigned char>;
 
-    /// Raises std::runtime_error "Failed to open file: <path>". An empty \a buffer gets a size.
-    RecordFileReader(const std::string &path, Buffer &buffer);
-
-    /// Delivers a short count at the end of the file.
-    uint64_t read(void *target, uint64_t byteCount) override;
-    /// Accepts nothing.
-    uint64_t write(const void *source, uint64_t byteCount) override;
-
-private:
-    bool refill();
-
-    InputFile file_;
-    Buffer &buffer_;
-    uint64_t offset_ = 0; ///< of the bytes behind the buffered ones
-    size_t position_ = 0;
-    size_t end_ = 0;
-    bool atEnd_ = false;
-};
+/// Has \a read take in the record at \a path. A file that isn't there and one that holds no such
+/// record are passed over. Raises "Failed to open file: <path>" when the file is there and its
+/// bytes can't be had: what it holds is unknown then, and it had better not be replaced.
+void readRecordFile(const std::string &path, RecordBuffer &buffer,
+                    const std::function<void(Stream &)> &read);
 
 } // namespace tavu

@@ -22,4 +22,9 @@ std::filesystem::path useDataFolder(const std::filesystem::path &folder)
     return folder / "OREK Systems" / "TAVU" / "Emulator";
 }
 
+bool limitFileSizes(uint64_t)
+{
+    return false;
+}
+
 } // namespace tavu

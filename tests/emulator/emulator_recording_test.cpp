@@ -125,22 +125,79 @@ TEST_F(EmulatorTest, TheHeaderFollowsTheWidthThatTheFrameDoesNot)
 
 TEST_F(EmulatorTest, AStopThatFailsStillEndsTheRecording)
 {
+    const auto stopError = [&] { return errorOf([&] { device_->stopRecording(); }); };
+    const auto startError = [&] { return errorOf([&] { start(1, 1); }); };
     prepare(2, 2);
     start(1, 1);
     device_->setup();
-    EXPECT_EQ(errorOf([&] { device_->stopRecording(); }), "Internal error, lost file id");
+    EXPECT_EQ(stopError(), "Internal error, lost file id");
 
     fs::create_directory(path_ / "Emu/1.meta");
     EXPECT_EQ(errorOf([&] { record(1); }),
               "Failed to open file: " + (path_ / "Emu" / "1.meta").string());
     EXPECT_EQ(listed(), "1:1 ");
     EXPECT_EQ(record(1), 2u);
+    fs::remove(path_ / "Emu/1.meta");
+    writeFile(path_ / "Emu/1.meta", file("Emu/2.meta"));
+
+    // Frames whose final name is taken wait for a stop that can give it to them.
+    fs::create_directory(path_ / "Emu/3");
+    const std::string blocked =
+        "Failed to rename file: " + (path_ / "Emu" / ".incomplete").string();
+    EXPECT_EQ(errorOf([&] { record(1); }), blocked);
+    EXPECT_EQ(stopError(), blocked);
+    EXPECT_EQ(startError(), "Already recording");
+    EXPECT_TRUE(device_->isRecordingDone() && device_->hasIncompleteFile());
+    fs::remove(path_ / "Emu/3");
+    EXPECT_EQ(stopError(), "");
+    EXPECT_EQ(stopError(), "Not recording");
 
     // A frame file that is gone counts as an empty one.
     start(1, 1);
     device_->discardIncompleteFile();
-    device_->stopRecording();
+    EXPECT_EQ(stopError(), "");
     EXPECT_EQ(device_->listFiles().back().size, 0u);
+
+    // A start that fails leaves nothing, and what clients see of the last recording.
+    fs::create_directory(path_ / ".files.new");
+    EXPECT_EQ(startError(), "Failed to open file: " + (path_ / ".files").string());
+    EXPECT_FALSE(device_->hasIncompleteFile());
+    uint32_t fileId, streamId;
+    device_->recordingFile(0, fileId, streamId);
+    EXPECT_EQ(fileId, 4u);
+    EXPECT_TRUE(device_->isRecordingDone());
+    fs::remove(path_ / ".files.new");
+    EXPECT_EQ(record(1), 5u);
+    // Neither the recording whose record was never written nor the empty one is there any more.
+    restart();
+    EXPECT_EQ(listed(), "2:2 3:3 5:5 ");
+}
+
+TEST_F(EmulatorTest, AFullDiskKeepsTheFramesThatAreWhole)
+{
+    prepare(50, 50);
+    if (!limitFileSizes(12000))
+        GTEST_SKIP() << "there is no way to fill a disk here";
+    start(0, 0);
+    waitFor([&] { return progress() > 2; });
+    limitFileSizes(0);
+    const uint64_t before = progress();
+    waitFor([&] { return progress() > before + 1; });
+    device_->stopRecording();
+    EXPECT_EQ(file("Emu/1"), syntheticFrames(50, 50, 2));
+
+    start(0, 0);
+    waitFor([&] { return progress() > 0; });
+    limitFileSizes(60);
+    EXPECT_EQ(errorOf([&] { device_->stopRecording(); }),
+              "Failed to open file: " + (path_ / "Emu" / "2.meta").string());
+    limitFileSizes(0);
+    // It can be played and removed; the next start wouldn't know it.
+    device_->readFrame(open(2), 0);
+    device_->closeFile(0);
+    EXPECT_EQ(record(1), 3u);
+    restart();
+    EXPECT_EQ(listed(), "1:1 3:3 ");
 }
 
 TEST_F(EmulatorTest, ACutOffRecordingLeavesWholeFrames)

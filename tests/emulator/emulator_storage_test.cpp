@@ -137,6 +137,73 @@ TEST_F(EmulatorTest, RemovesFilesThatAreNotOpen)
     EXPECT_EQ(listed(), "2:2 3:3 ");
 }
 
+TEST_F(EmulatorTest, AListThatCannotBeReplacedLosesNothing)
+{
+    const std::string failed = "Failed to open file: " + (path_ / ".files").string();
+    const auto removeError = [&](uint32_t id) {
+        return errorOf([&] { device_->removeFile(id, 0); });
+    };
+    prepare(2, 2);
+    for (int i = 0; i < 3; ++i)
+        record(1);
+    // A record that can't be deleted keeps its recording; without its record, it goes.
+    fs::create_directory(path_ / ".files.new");
+    fs::rename(path_ / "Emu/2.meta", path_ / "saved");
+    fs::create_directories(path_ / "Emu/2.meta/x");
+    EXPECT_EQ(removeError(2), failed);
+    EXPECT_EQ(removeError(3), failed);
+    EXPECT_EQ(listed(), "1:1 2:2 ");
+    EXPECT_TRUE(fs::exists(path_ / "Emu/2"));
+    EXPECT_FALSE(fs::exists(path_ / "Emu/3") || fs::exists(path_ / "Emu/3.meta"));
+    fs::remove_all(path_ / "Emu/2.meta");
+    fs::rename(path_ / "saved", path_ / "Emu/2.meta");
+    fs::remove(path_ / ".files.new");
+    restart();
+    EXPECT_EQ(listed(), "1:1 2:2 ");
+
+    // Records that can't be read now are read before anything of theirs is written or deleted.
+    for (const char *name : {".files", ".meta"}) {
+        fs::rename(path_ / name, path_ / "saved");
+        fs::create_directory(path_ / name);
+        restart();
+        const bool isList = listed().empty();
+        EXPECT_EQ(isList, std::string(name) == ".files");
+        EXPECT_EQ(errorOf([&] { isList ? start(1, 1) : device_->setPortConfig(0, 3, 3, 0, 0); }),
+                  "Failed to open file: " + (path_ / name).string());
+        EXPECT_EQ(errorOf([&] { isList ? device_->setup() : device_->unpairPort(0); }),
+                  "Failed to open file: " + (path_ / name).string());
+        fs::remove(path_ / name);
+        fs::rename(path_ / "saved", path_ / name);
+    }
+    EXPECT_EQ(record(1), 4u);
+    EXPECT_EQ(device_->pairedTo(0), "cam");
+    EXPECT_EQ(listed(), "1:1 2:2 4:4 ");
+}
+
+TEST_F(EmulatorTest, ListsNoMoreThanCanBeReadBack)
+{
+    for (const size_t length : {65537u, 65536u, 65535u}) {
+        std::vector<FileRecord> entries(length, entry(70000, "none"));
+        entries[0] = entry(1, "1");
+        writeMeta(path_ / "Emu/1.meta", {entry(1, "one")});
+        writeMeta(path_ / ".files", entries);
+        std::string list = file(".files");
+        if (length > 65535)
+            list[list.find("info") + 4] = '\xDD';
+        writeFile(path_ / ".files", list);
+        restart();
+        prepare(2, 2);
+        EXPECT_EQ(listed(), "1:one ");
+        EXPECT_EQ(errorOf([&] { start(1, 1); }), "Too many recordings.");
+        EXPECT_FALSE(device_->hasIncompleteFile());
+        const bool isTooLong = length == 65537;
+        EXPECT_EQ(errorOf([&] { device_->removeFile(1, 0); }),
+                  isTooLong ? "Too many recordings." : "");
+        EXPECT_EQ(fs::exists(path_ / "Emu/1.meta"), isTooLong);
+    }
+    EXPECT_EQ(record(1), 70001u);
+}
+
 TEST_F(EmulatorTest, SetupWipesAllButTheVisibleList)
 {
     prepare(2, 2);

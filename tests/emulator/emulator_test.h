@@ -14,6 +14,10 @@ namespace tavu {
 /// Makes \a folder the per-user data folder and returns the emulated device's folder in it.
 std::filesystem::path useDataFolder(const std::filesystem::path &folder);
 
+/// No file of this process grows beyond \a bytes, as if the disk were full; 0 lifts that. False
+/// where the system has no such limit.
+bool limitFileSizes(uint64_t bytes);
+
 /// The emulated device, seen through its interface, in a folder of the test's own.
 class EmulatorTest : public testing::Test
 {
