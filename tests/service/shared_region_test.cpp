@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <set>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -71,6 +74,36 @@ TEST(SharedRegionTest, FailuresLeaveTheObjectClosed)
     }
     EXPECT_FALSE(region.createNamed("tavu_region_named", 4096, false));
     EXPECT_FALSE(region.open("tavu_region_unknown"));
+}
+
+// Clients know the sequence: a name in use costs one number, a failure all that a call may draw.
+TEST(SharedRegionTest, EachCallTakesItsNumbers)
+{
+    std::srand(1);
+    std::vector<int> numbers(10'003);
+    std::generate(numbers.begin(), numbers.end(), std::rand);
+    const auto nameOf = [&](size_t index) {
+        std::ostringstream name;
+        name << "tavu_region_numbers" << std::hex << std::uppercase << numbers[index];
+        return name.str();
+    };
+    std::vector<SharedRegion> held(4);
+    const auto create = [&](SharedRegion &region, uint64_t size) {
+        region.createUnique("tavu_region_numbers", size, false);
+        return region.mappingName();
+    };
+    for (const uint64_t size : {uint64_t(0), uint64_t(1) << 60}) {
+        held = std::vector<SharedRegion>(4);
+        std::srand(1);
+        EXPECT_EQ(nameOf(0), create(held[0], 100));
+        EXPECT_EQ("", create(held[1], size));
+        EXPECT_EQ(nameOf(10'001), create(held[1], 100));
+        std::srand(1); // the first number's name is in use now
+        EXPECT_EQ("", create(held[2], size));
+        EXPECT_EQ(nameOf(10'000), create(held[2], 100));
+        std::srand(1);
+        EXPECT_EQ(nameOf(1), create(held[3], 100));
+    }
 }
 
 TEST(SharedRegionTest, ThreadsNeverShareAName)
