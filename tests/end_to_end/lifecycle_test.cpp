@@ -1,9 +1,12 @@
 #include "harness/service.h"
 #include "harness/surroundings.h"
+#include "service/local_socket.h"
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace tavu::test {
 namespace {
@@ -69,6 +72,25 @@ TEST(LifeCycle, OneInstanceServesAndTheOthersEndSilently)
     for (const auto &process : processes)
         EXPECT_EQ(process->exitStatus(), 0);
     EXPECT_EQ(service.output() + service.errors(), "");
+}
+
+TEST(LifeCycle, ClientsThatComeAndGoDisturbNobody)
+{
+    Service service;
+    Client worker;
+    std::atomic<int> running = 4;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; i++)
+        threads.emplace_back([&running] {
+            for (int round = 0; round < 200; round++)
+                LocalSocket().connect("tavusrv");
+            running--;
+        });
+    while (running > 0)
+        EXPECT_EQ(worker.result(4)["count"].text, "1");
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(worker.result(4)["count"].text, "1");
 }
 
 TEST(LifeCycle, AKilledServiceIsReplaced)

@@ -175,7 +175,12 @@ TEST_F(LocalSocketTest, NameIsFreeOnceTheListenerIsGone)
 {
     auto first = std::make_unique<LocalSocketServer>();
     ASSERT_TRUE(first->listen(name_, false));
-    // A client that comes before the first accept is served.
+    // A client that comes before the first accept is served, also one that has left by then.
+    ASSERT_TRUE(client_.connect(name_));
+    client_.close();
+    peer_ = first->accept();
+    char byte = 0;
+    EXPECT_EQ(0u, peer_.read(&byte, 1));
     connectTo(*first);
     peer_.close();
     first.reset();
