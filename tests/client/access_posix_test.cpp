@@ -13,89 +13,86 @@
 namespace tavu::client {
 namespace {
 
-unsigned modeOf(const std::string &path)
+/// Services in the common folder.
+class AccessTest : public testing::Test
 {
-    struct stat status = {};
-    ::lstat(path.c_str(), &status);
-    return status.st_mode & ALLPERMS;
-}
+protected:
+    AccessTest() { ::unsetenv("XDG_RUNTIME_DIR"); }
+    ~AccessTest() override { clear(); }
+    void clear() const
+    {
+        for (const char *suffix : {"", ".lock"})
+            std::filesystem::remove(address_ + suffix);
+    }
+    std::string connectToServiceOf(uid_t user) const;
 
-TEST(AccessTest, TheServicesThingsAreItsUsersUnderAnyUmask)
+    const std::string name_ = "tavutest-" + std::to_string(::getpid());
+    const std::string address_ = "/tmp/" + name_;
+};
+
+TEST_F(AccessTest, IsTheServicesUsersUnderAnyUmask)
 {
-    char folder[] = "/tmp/tavu-access-XXXXXX";
-    ASSERT_TRUE(::mkdtemp(folder));
-    ::setenv("XDG_RUNTIME_DIR", folder, 1);
-    const std::string address = localSocketAddress("tavutest");
     for (const mode_t mask : {0000, 0777}) {
         LocalSocketServer server;
         SharedRegion region;
         const mode_t former = ::umask(mask);
-        EXPECT_TRUE(server.listen("tavutest", false));
+        EXPECT_TRUE(server.listen(name_, false));
         EXPECT_TRUE(region.createUnique("tavu_access_test", 1, false));
         ::umask(former);
-        for (const std::string &path :
-             {address, address + ".lock", "/dev/shm/" + region.mappingName()})
-            EXPECT_EQ(0600u, modeOf(path)) << path << " under " << mask;
-        std::filesystem::remove(address + ".lock");
+        for (const auto &path :
+             {address_, address_ + ".lock", "/dev/shm/" + region.mappingName()}) {
+            struct stat status = {};
+            EXPECT_EQ(0, ::lstat(path.c_str(), &status));
+            EXPECT_EQ(0600u, status.st_mode & ALLPERMS) << path << " under " << mask;
+        }
+        clear();
     }
-    std::filesystem::remove_all(folder);
 }
 
-/// Connects to a service of this user in the common folder. Returns the failure's text, and in
-/// \a received how many bytes the service got, of which it reads one at most.
-std::string connectToServiceOf(uid_t user, int &received)
+/// Returns how many bytes that service gets, of which it reads one at most, and why the connection
+/// fails.
+std::string AccessTest::connectToServiceOf(uid_t user) const
 {
-    const std::string name = "tavutest-" + std::to_string(::getpid());
     int ready[2];
     EXPECT_EQ(0, ::pipe(ready));
+    char byte = 0;
     const pid_t child = ::fork();
     if (child == 0) {
         ::setenv("XDG_RUNTIME_DIR", "/tmp", 1);
         LocalSocketServer server;
-        char byte = 0;
-        if (::setuid(user) != 0 || !server.listen(name, false) || ::write(ready[1], "r", 1) != 1)
+        if (::setuid(user) != 0 || !server.listen(name_, false) || ::write(ready[1], "r", 1) != 1)
             ::_exit(100);
         ::_exit(static_cast<int>(server.accept().read(&byte, 1)));
     }
     ::close(ready[1]);
-    char byte = 0;
-    std::string text = "not ready";
+    EXPECT_EQ(1, ::read(ready[0], &byte, 1));
+    ::close(ready[0]);
+    std::string text;
     try {
-        if (::read(ready[0], &byte, 1) == 1)
-            Connection connection(name);
+        Connection connection(name_);
     } catch (const ConnectionError &error) {
         text = error.what();
     }
-    ::close(ready[0]);
     int status = 0;
     ::waitpid(child, &status, 0);
-    received = WEXITSTATUS(status);
-    std::filesystem::remove("/tmp/" + name);
-    std::filesystem::remove("/tmp/" + name + ".lock");
-    return text;
+    clear();
+    return std::to_string(WEXITSTATUS(status)) + ": " + text;
 }
 
-TEST(AccessTest, AStrangersServiceInTheCommonFolderGetsNoByte)
+TEST_F(AccessTest, AStrangersServiceInTheCommonFolderGetsNoByte)
 {
-    constexpr uid_t stranger = 23456;
-    int received = 0;
-    ::unsetenv("XDG_RUNTIME_DIR");
-    EXPECT_EQ(0u, connectToServiceOf(::geteuid(), received).find("the connection to the service "));
-    EXPECT_EQ(1, received);
+    const std::string served = "1: the connection to the service was lost";
+    EXPECT_EQ(0u, connectToServiceOf(::geteuid()).find(served));
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
-    for (const bool isEmpty : {false, true}) {
-        if (isEmpty)
-            ::setenv("XDG_RUNTIME_DIR", "", 1);
-        const std::string text = connectToServiceOf(stranger, received);
-        EXPECT_NE(std::string::npos, text.find("runs as another user (id 23456)")) << text;
-        EXPECT_NE(std::string::npos, text.find("Set XDG_RUNTIME_DIR to a folder")) << text;
-        EXPECT_EQ(0, received);
-    }
-    // A folder that was chosen is trusted.
+    const std::string refused =
+        "0: the service at " + address_ + " runs as another user (id 23456)";
+    EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));
+    ::setenv("XDG_RUNTIME_DIR", "", 1);
+    EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));
+    // A folder that somebody chose is trusted.
     ::setenv("XDG_RUNTIME_DIR", "/tmp", 1);
-    EXPECT_EQ(0u, connectToServiceOf(stranger, received).find("the connection to the service "));
-    EXPECT_EQ(1, received);
+    EXPECT_EQ(0u, connectToServiceOf(23456).find(served));
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include "service/local_socket.h"
 
 #include <algorithm>
-#include <atomic>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <thread>
@@ -78,19 +77,13 @@ TEST(LifeCycle, ClientsThatComeAndGoDisturbNobody)
 {
     Service service;
     Client worker;
-    std::atomic<int> running = 4;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; i++)
-        threads.emplace_back([&running] {
-            for (int round = 0; round < 200; round++)
-                LocalSocket().connect("tavusrv");
-            running--;
-        });
-    while (running > 0)
+    const auto comeAndGo = [] {
+        for (int round = 0; round < 200; round++)
+            LocalSocket().connect("tavusrv");
+    };
+    const std::jthread first(comeAndGo), second(comeAndGo), third(comeAndGo);
+    for (int round = 0; round < 200; round++)
         EXPECT_EQ(worker.result(4)["count"].text, "1");
-    for (std::thread &thread : threads)
-        thread.join();
-    EXPECT_EQ(worker.result(4)["count"].text, "1");
 }
 
 TEST(LifeCycle, AKilledServiceIsReplaced)

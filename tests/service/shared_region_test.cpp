@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <set>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -62,47 +62,38 @@ TEST(SharedRegionTest, MovesPassTheRegionOn)
     EXPECT_TRUE(client.open(name));
 }
 
-TEST(SharedRegionTest, FailuresLeaveTheObjectClosed)
+TEST(SharedRegionTest, UnknownNamesLeaveTheObjectClosed)
 {
     SharedRegion region;
-    // No bytes, and more than any machine has.
-    for (const uint64_t size : {uint64_t(0), uint64_t(1) << 60}) {
-        EXPECT_FALSE(region.createUnique(kBaseName, size, false)) << size;
-        EXPECT_EQ(nullptr, region.view());
-        EXPECT_EQ("", region.mappingName());
-        EXPECT_EQ(0u, region.viewSize());
-    }
     EXPECT_FALSE(region.createNamed("tavu_region_named", 4096, false));
     EXPECT_FALSE(region.open("tavu_region_unknown"));
 }
 
-// Clients know the sequence: a name in use costs one number, a failure all that a call may draw.
-TEST(SharedRegionTest, EachCallTakesItsNumbers)
+TEST(SharedRegionTest, ATakenNameCostsOneNumberAndAFailureAllOfThem)
 {
+    std::vector<int> numbers(10'002);
     std::srand(1);
-    std::vector<int> numbers(10'003);
     std::generate(numbers.begin(), numbers.end(), std::rand);
-    const auto nameOf = [&](size_t index) {
-        std::ostringstream name;
-        name << "tavu_region_numbers" << std::hex << std::uppercase << numbers[index];
-        return name.str();
+    SharedRegion first, next;
+    const std::string base = "tavu_numbers_" + std::to_string(std::random_device()()) + "_";
+    const auto numberOf = [&base](const SharedRegion &region) {
+        return std::stoi(region.mappingName().substr(base.size()), nullptr, 16);
     };
-    std::vector<SharedRegion> held(4);
-    const auto create = [&](SharedRegion &region, uint64_t size) {
-        region.createUnique("tavu_region_numbers", size, false);
-        return region.mappingName();
-    };
+    std::srand(1);
+    ASSERT_TRUE(first.createUnique(base, 1, false));
+    EXPECT_EQ(numbers[0], numberOf(first));
+    // No bytes, and more than any machine has.
     for (const uint64_t size : {uint64_t(0), uint64_t(1) << 60}) {
-        held = std::vector<SharedRegion>(4);
+        EXPECT_FALSE(next.createUnique(base, size, false));
+        EXPECT_TRUE(!next.view() && next.viewSize() == 0 && next.mappingName().empty());
+        ASSERT_TRUE(next.createUnique(base, 1, false));
+        EXPECT_EQ(numbers[10'001], numberOf(next)) << size;
+        std::srand(1); // its first number is taken now
+        EXPECT_FALSE(next.createUnique(base, size, false));
+        ASSERT_TRUE(next.createUnique(base, 1, false));
+        EXPECT_EQ(numbers[10'000], numberOf(next)) << size;
         std::srand(1);
-        EXPECT_EQ(nameOf(0), create(held[0], 100));
-        EXPECT_EQ("", create(held[1], size));
-        EXPECT_EQ(nameOf(10'001), create(held[1], 100));
-        std::srand(1); // the first number's name is in use now
-        EXPECT_EQ("", create(held[2], size));
-        EXPECT_EQ(nameOf(10'000), create(held[2], 100));
-        std::srand(1);
-        EXPECT_EQ(nameOf(1), create(held[3], 100));
+        std::rand();
     }
 }
 
