@@ -13,45 +13,33 @@
 namespace tavu::client {
 namespace {
 
-/// Services in the common folder.
-class AccessTest : public testing::Test
-{
-protected:
-    AccessTest() { ::unsetenv("XDG_RUNTIME_DIR"); }
-    ~AccessTest() override { clear(); }
-    void clear() const
-    {
-        for (const char *suffix : {"", ".lock"})
-            std::filesystem::remove(address_ + suffix);
-    }
-    std::string connectToServiceOf(uid_t user) const;
+// In the common folder.
+const std::string kName = "tavutest-" + std::to_string(::getpid());
+const std::string kAddress = "/tmp/" + kName;
 
-    const std::string name_ = "tavutest-" + std::to_string(::getpid());
-    const std::string address_ = "/tmp/" + name_;
-};
-
-TEST_F(AccessTest, IsTheServicesUsersUnderAnyUmask)
+TEST(AccessTest, IsTheServicesUsersUnderAnyUmask)
 {
+    ::unsetenv("XDG_RUNTIME_DIR");
     for (const mode_t mask : {0000, 0777}) {
         LocalSocketServer server;
         SharedRegion region;
         const mode_t former = ::umask(mask);
-        EXPECT_TRUE(server.listen(name_, false));
+        EXPECT_TRUE(server.listen(kName, false));
         EXPECT_TRUE(region.createUnique("tavu_access_test", 1, false));
         ::umask(former);
         for (const auto &path :
-             {address_, address_ + ".lock", "/dev/shm/" + region.mappingName()}) {
+             {kAddress, kAddress + ".lock", "/dev/shm/" + region.mappingName()}) {
             struct stat status = {};
-            EXPECT_EQ(0, ::lstat(path.c_str(), &status));
+            ::lstat(path.c_str(), &status);
             EXPECT_EQ(0600u, status.st_mode & ALLPERMS) << path << " under " << mask;
         }
-        clear();
+        std::filesystem::remove(kAddress + ".lock");
     }
 }
 
 /// Returns how many bytes that service gets, of which it reads one at most, and why the connection
 /// fails.
-std::string AccessTest::connectToServiceOf(uid_t user) const
+std::string connectToServiceOf(uid_t user)
 {
     int ready[2];
     EXPECT_EQ(0, ::pipe(ready));
@@ -60,7 +48,7 @@ std::string AccessTest::connectToServiceOf(uid_t user) const
     if (child == 0) {
         ::setenv("XDG_RUNTIME_DIR", "/tmp", 1);
         LocalSocketServer server;
-        if (::setuid(user) != 0 || !server.listen(name_, false) || ::write(ready[1], "r", 1) != 1)
+        if (::setuid(user) != 0 || !server.listen(kName, false) || ::write(ready[1], "r", 1) != 1)
             ::_exit(100);
         ::_exit(static_cast<int>(server.accept().read(&byte, 1)));
     }
@@ -69,24 +57,26 @@ std::string AccessTest::connectToServiceOf(uid_t user) const
     ::close(ready[0]);
     std::string text;
     try {
-        Connection connection(name_);
+        Connection connection(kName);
     } catch (const ConnectionError &error) {
         text = error.what();
     }
     int status = 0;
     ::waitpid(child, &status, 0);
-    clear();
+    std::filesystem::remove(kAddress);
+    std::filesystem::remove(kAddress + ".lock");
     return std::to_string(WEXITSTATUS(status)) + ": " + text;
 }
 
-TEST_F(AccessTest, AStrangersServiceInTheCommonFolderGetsNoByte)
+TEST(AccessTest, AStrangersServiceInTheCommonFolderGetsNoByte)
 {
+    ::unsetenv("XDG_RUNTIME_DIR");
     const std::string served = "1: the connection to the service was lost";
     EXPECT_EQ(0u, connectToServiceOf(::geteuid()).find(served));
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root can become another user";
     const std::string refused =
-        "0: the service at " + address_ + " runs as another user (id 23456)";
+        "0: the service at " + kAddress + " runs as another user (id 23456)";
     EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));
     ::setenv("XDG_RUNTIME_DIR", "", 1);
     EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));

@@ -161,16 +161,6 @@ TEST_F(LocalSocketTest, AbortEndsAcceptForGood)
     EXPECT_FALSE(client_.connect(name_));
 }
 
-TEST_F(LocalSocketTest, OneInstanceListensAtATime)
-{
-    if (!environment_.enforcesOneInstance())
-        GTEST_SKIP() << "this system lets two listen";
-    ASSERT_TRUE(server_.listen(name_, false));
-    LocalSocketServer second;
-    EXPECT_FALSE(second.listen(name_, false));
-    connectTo(server_);
-}
-
 TEST_F(LocalSocketTest, NameIsFreeOnceTheListenerIsGone)
 {
     auto first = std::make_unique<LocalSocketServer>();

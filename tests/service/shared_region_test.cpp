@@ -6,9 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
-#include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tavu {
@@ -95,31 +93,6 @@ TEST(SharedRegionTest, ATakenNameCostsOneNumberAndAFailureAllOfThem)
         std::srand(1);
         std::rand();
     }
-}
-
-TEST(SharedRegionTest, ThreadsNeverShareAName)
-{
-    constexpr int kThreads = 4;
-    constexpr int kRegions = 25;
-    std::vector<std::vector<SharedRegion>> regions(kThreads);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&regions, t] {
-            for (int i = 0; i < kRegions; ++i) {
-                SharedRegion region;
-                if (region.createUnique(kBaseName, 64, false))
-                    regions[t].push_back(std::move(region));
-            }
-        });
-    }
-    for (std::thread &thread : threads)
-        thread.join();
-    std::set<std::string> names;
-    for (const auto &list : regions) {
-        for (const SharedRegion &region : list)
-            names.insert(region.mappingName());
-    }
-    EXPECT_EQ(size_t(kThreads * kRegions), names.size());
 }
 
 TEST(SharedRegionTest, LivingRegionsOutlastAClearOut)
