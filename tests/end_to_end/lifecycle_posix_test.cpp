@@ -29,7 +29,8 @@ TEST(LifeCycle, AFailingAcceptCutsAllClientsOff)
         EXPECT_TRUE(waitUntil([&] { return arrived == 24; }));
         // Fewer descriptors than the clients hold; those they give back are needed at the very end.
         const rlimit few = {16, 16};
-        EXPECT_EQ(prlimit(static_cast<pid_t>(service.native()), RLIMIT_NOFILE, &few, nullptr), 0);
+        EXPECT_EQ(prlimit(static_cast<pid_t>(service.processId()), RLIMIT_NOFILE, &few, nullptr),
+                  0);
         Client(false); // the one that the service has been waiting for already
         EXPECT_EQ(service.waitForExit(), 0);
         service.start();

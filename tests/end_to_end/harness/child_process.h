@@ -30,7 +30,7 @@ public:
     /// Memory that the process occupies, in bytes.
     uint64_t residentBytes() const;
     /// What the system knows the process by: its id, on Windows its handle.
-    intptr_t native() const { return process_; }
+    intptr_t id() const { return process_; }
 
 private:
     intptr_t process_ = 0;
