@@ -135,7 +135,7 @@ bool metaListFits(std::span<const FileRecord> list, uint64_t size)
 {
     CountingStream stream;
     writeMetaList(list, stream);
-    return stream.count() <= size && list.size() <= kLongestMetaList;
+    return stream.count() <= size && list.size() <= kMostMetaRecords;
 }
 
 void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size)

@@ -19,9 +19,6 @@ void writeMetaList(std::span<const FileRecord> list, Stream &stream);
 /// fit; the memory is then as it was.
 void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size);
 
-/// The longest list that can be read back.
-inline constexpr size_t kLongestMetaList = 65535;
-
 /// Whether the record of \a list fits in \a size bytes, and can be read back.
 bool metaListFits(std::span<const FileRecord> list, uint64_t size);
 
