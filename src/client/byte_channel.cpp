@@ -8,6 +8,8 @@ SocketChannel::SocketChannel(const std::string &name)
 {
     if (!socket_.connect(name))
         throw ConnectionError::noService(localSocketAddress(name));
+    if (const auto user = socket_.stranger())
+        throw ConnectionError::strangersService(localSocketAddress(name), *user);
 }
 
 uint64_t SocketChannel::readSome(void *buffer, uint64_t byteCount)

@@ -36,7 +36,8 @@ class SocketChannel final : public ByteChannel
 {
 public:
     /// Connects to the service that listens under a base name. Raises ConnectionError when nobody
-    /// does.
+    /// does, and when it is another user's at an address that anybody could have taken: that one
+    /// gets no byte.
     explicit SocketChannel(const std::string &name);
     /// Adopts a connected socket.
     explicit SocketChannel(LocalSocket socket) : socket_(std::move(socket)) {}

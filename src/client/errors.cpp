@@ -9,4 +9,13 @@ ConnectionError ConnectionError::noService(const std::string &address)
                            "emulated device with TAVUSRV_ENABLE_EMULATOR=1 in its environment");
 }
 
+ConnectionError ConnectionError::strangersService(const std::string &address, uint32_t user)
+{
+    return ConnectionError("the service at " + address + " runs as another user (id " +
+                           std::to_string(user) +
+                           "), and anybody could have put it there: nothing was\n"
+                           "sent to it. Set XDG_RUNTIME_DIR to a folder of your own, for your "
+                           "service and for its clients");
+}
+
 } // namespace tavu::client

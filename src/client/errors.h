@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 
@@ -29,6 +30,8 @@ public:
 
     /// Nobody listens at \a address.
     static ConnectionError noService(const std::string &address);
+    /// The one who listens at \a address, open to all users, is the user with this id.
+    static ConnectionError strangersService(const std::string &address, uint32_t user);
 };
 
 /// A reply that isn't what the command should bring, from a service of another kind or version.

@@ -7,10 +7,15 @@
 
 namespace tavu {
 
+void MemStream::throwEnd()
+{
+    throw std::runtime_error("eof");
+}
+
 uint64_t MemStream::clip(uint64_t byteCount) const
 {
     if (position_ >= size_)
-        throw std::runtime_error("eof");
+        throwEnd();
     return std::min(byteCount, remaining());
 }
 

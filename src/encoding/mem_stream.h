@@ -18,6 +18,9 @@ public:
     uint64_t read(void *buffer, uint64_t byteCount) override;
     uint64_t write(const void *buffer, uint64_t byteCount) override;
 
+    /// Raises what read() and write() raise at the end.
+    [[noreturn]] static void throwEnd();
+
     /// The stream itself if it is a MemStream, otherwise null.
     static MemStream *from(Stream &stream)
     {

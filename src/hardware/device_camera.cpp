@@ -45,10 +45,10 @@ STavuDevice::Channel STavuDevice::takeChannel(std::unique_lock<std::mutex> &devi
 {
     PortState &state = portState(port);
     requireOpen(state);
-    std::unique_lock portLock = takePortLock(deviceLock, state.portLock);
+    TurnLock::Turn turn = takeTurn(deviceLock, state.portLock);
     // It can have been closed meanwhile.
     requireOpen(state);
-    return {std::move(portLock), state.serialPort};
+    return {std::move(turn), state.serialPort};
 }
 
 STavuDevice::Channel STavuDevice::handOverToChannel(uint8_t port)
@@ -139,7 +139,7 @@ void STavuDevice::registerRead(uint8_t port, uint32_t addr, void *buffer, uint32
     std::unique_lock deviceLock(lock_);
     PortState &state = portState(port);
     const auto camera = libraryPort(*device(), port);
-    const auto portLock = handOver(deviceLock, state.portLock);
+    const TurnLock::Turn turn = handOver(deviceLock, state.portLock);
     const auto content = allocateBuffer(size);
     camera->readMemory(content, addr, 0);
     copyOut(buffer, *content, size);
@@ -150,7 +150,7 @@ void STavuDevice::registerWrite(uint8_t port, uint32_t addr, const void *buffer,
     std::unique_lock deviceLock(lock_);
     PortState &state = portState(port);
     const auto camera = libraryPort(*device(), port);
-    const auto portLock = handOver(deviceLock, state.portLock);
+    const TurnLock::Turn turn = handOver(deviceLock, state.portLock);
     camera->writeMemory(bufferOf(buffer, size), addr, 0);
 }
 

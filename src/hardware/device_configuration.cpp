@@ -35,6 +35,7 @@ void STavuDevice::configurePort(uint64_t port, uint16_t width, uint16_t height,
     state.height = height;
     state.pixelFormat = pixelFormat;
     state.tapGeometry = tapGeometry;
+    state.untold = false;
     if (type.isCxp)
         wakeIfSilent(*camera);
     if (wasGrabbing)
@@ -83,7 +84,9 @@ void STavuDevice::pairPort(uint8_t port, const std::string &identity, const void
                            uint32_t infoSize, uint16_t numFramesPerPacket)
 {
     std::lock_guard guard(lock_);
-    portState(port).pairedTo = identity;
+    PortState &state = portState(port);
+    ensureConfigRead();
+    state.pairedTo = identity;
     setPairing(port, info, infoSize, numFramesPerPacket);
 }
 
@@ -91,7 +94,9 @@ void STavuDevice::repairPort(uint8_t port, const std::string &identity, const vo
                              uint32_t infoSize, uint16_t numFramesPerPacket)
 {
     std::lock_guard guard(lock_);
-    if (portState(port).pairedTo != identity)
+    const PortState &state = portState(port);
+    ensureConfigRead();
+    if (state.pairedTo != identity)
         throw std::runtime_error("Not paired to this camera.");
     setPairing(port, info, infoSize, numFramesPerPacket);
 }
@@ -113,6 +118,7 @@ void STavuDevice::unpairPort(uint8_t port)
 {
     std::lock_guard guard(lock_);
     PortState &state = portState(port);
+    ensureConfigRead();
     state.pairedTo.clear();
     state.pairInfo = ByteBlock();
     state.framesPerPacket = 0;
@@ -157,9 +163,10 @@ void STavuDevice::setPortConfig(uint8_t port, uint16_t width, uint16_t height, u
     std::lock_guard guard(lock_);
     const PortState &state = portState(port);
     refuseVirtual(*device(), "Virtual devices cannot be configured.");
-    if (state.width == width && state.height == height && state.pixelFormat == pixelFormat &&
-        state.tapGeometry == tapGeometry)
+    if (!state.untold && state.width == width && state.height == height &&
+        state.pixelFormat == pixelFormat && state.tapGeometry == tapGeometry)
         return;
+    ensureConfigRead();
     configurePort(port, width, height, pixelFormat, tapGeometry);
     writeConfigRecord();
 }

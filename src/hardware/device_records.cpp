@@ -1,5 +1,7 @@
 #include "hardware/stavu_device.h"
 
+#include "encoding/counting_stream.h"
+#include "encoding/mem_stream.h"
 #include "hardware/binding/handles.h"
 #include "records/config_record.h"
 #include "records/info_record.h"
@@ -41,8 +43,11 @@ boost::shared_ptr<Quillon::DriveFile> STavuDevice::ensureDriveFile(const std::st
     if (stripe == 0)
         throw std::runtime_error("The drive set has no blocks.");
     uint64_t wanted = stripesFor(size.initial, stripe);
-    while (wanted < stripesFor(size.needed, stripe))
+    while (wanted < stripesFor(size.needed, stripe)) {
+        if (size.step == 0)
+            MemStream::throwEnd();
         wanted += stripesFor(size.step, stripe);
+    }
 
     uint32_t fileId = set->findFile(name.c_str());
     if (fileId != 0 &&
@@ -72,8 +77,10 @@ void STavuDevice::writeConfigRecord()
         if (state.pairInfo.size() <= kInlineBlockLimit)
             ports[i].info = state.pairInfo;
     }
-    QuillonFileStream stream(
-        ensureDriveFile(kConfigFile, {kConfigFileSize, kConfigFileSize, kConfigFileSize}), true);
+    CountingStream size;
+    tavu::writeConfigRecord(ports, size, kInlineBlockLimit);
+    QuillonFileStream stream(ensureDriveFile(kConfigFile, {kConfigFileSize, size.count(), 0}),
+                             true);
     tavu::writeConfigRecord(ports, stream, kInlineBlockLimit);
     stream.flush();
 }
@@ -82,25 +89,58 @@ void STavuDevice::readConfigRecord()
 {
     const auto set = firstDriveSet();
     const uint32_t fileId = set->findFile(kConfigFile);
-    if (fileId == 0)
+    if (fileId == 0) {
+        configState_ = ConfigState::Read;
         throw std::runtime_error("no config file.");
+    }
     QuillonFileStream stream(given(set->openFile(fileId), "DriveSet::openFile"), false);
-    tavu::readConfigRecord(stream, [this](PortConfig &config) {
-        for (uint64_t i = 0; i < portCount_; ++i) {
-            PortState &state = ports_[i];
-            if (state.name != config.name)
-                continue;
-            state.pairedTo = config.pairedTo;
-            state.width = config.width;
-            state.height = config.height;
-            state.pixelFormat = config.pixelFormat;
-            state.tapGeometry = config.tapGeometry;
-            state.framesPerPacket = config.framesPerPacket;
-            if (!config.info.empty())
-                state.pairInfo = std::move(config.info);
-            return;
-        }
-    });
+    try {
+        tavu::readConfigRecord(stream, [this](PortConfig &config) { adoptConfig(config); });
+    } catch (const std::runtime_error &) {
+        // It could be read, and is no record: there is nothing more to be had from it.
+        configState_ = ConfigState::Read;
+        throw;
+    }
+    configState_ = ConfigState::Read;
+}
+
+void STavuDevice::adoptConfig(PortConfig &config)
+{
+    for (uint64_t i = 0; i < portCount_; ++i) {
+        PortState &state = ports_[i];
+        if (state.name != config.name)
+            continue;
+        state.pairedTo = config.pairedTo;
+        state.width = config.width;
+        state.height = config.height;
+        state.pixelFormat = config.pixelFormat;
+        state.tapGeometry = config.tapGeometry;
+        state.framesPerPacket = config.framesPerPacket;
+        if (!config.info.empty())
+            state.pairInfo = std::move(config.info);
+        return;
+    }
+}
+
+// A drive file that can't be read keeps the connection from getting to the configuration. What
+// other ports have stored there must outlive the next writing all the same.
+void STavuDevice::ensureConfigRead()
+{
+    if (configState_ == ConfigState::Read)
+        return;
+    // One that can't be read for the second time is given up: no port could be set up any more.
+    const bool lastTry = configState_ == ConfigState::Unreadable;
+    try {
+        readConfigRecord();
+    } catch (const NoDriveSet &) {
+        // Nothing is stored.
+    } catch (...) {
+        if (configState_ != ConfigState::Read && !lastTry)
+            throw;
+    }
+    configState_ = ConfigState::Read;
+    for (uint64_t i = 0; i < portCount_; ++i)
+        ports_[i].untold = ports_[i].width != 0 && ports_[i].height != 0;
 }
 
 void STavuDevice::writePairRecord(const PortState &port)

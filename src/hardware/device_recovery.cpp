@@ -1,9 +1,11 @@
 #include "hardware/stavu_device.h"
 
+#include "encoding/mem_stream.h"
 #include "hardware/binding/handles.h"
 #include "platform/clock.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace tavu {
 
@@ -93,7 +95,8 @@ void STavuDevice::finishRecovery()
     std::vector<FileRecord> list;
     for (uint32_t i = 0; i < file->streamCount(); ++i)
         recoverStream(*file, i, list);
-    storeMetaList(*file, list);
+    if (!storeMetaList(*file, incompleteFileId_, std::move(list)))
+        MemStream::throwEnd();
 }
 
 // A stream belongs to the port of its name; without one it is passed over.

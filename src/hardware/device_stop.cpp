@@ -1,10 +1,12 @@
 #include "hardware/stavu_device.h"
 
+#include "encoding/mem_stream.h"
 #include "hardware/binding/buffers.h"
 #include "hardware/binding/handles.h"
 #include "records/meta_record.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tavu {
 
@@ -22,12 +24,15 @@ void STavuDevice::stopRecording()
     const auto set = given(sets->open(sets->ids()[0]), "DriveSetCollection::open");
 
     std::vector<bool> stillGrabbing(portCount_);
+    bool allFit = true;
     for (const FileGroup &group : stopPorts(*recorder, *record, stillGrabbing)) {
         // A port without a file stays marked as recording, until the next start.
-        if (group.fileId != 0)
-            finishFile(*set, group, stillGrabbing);
+        if (group.fileId != 0 && !finishFile(*set, group, stillGrabbing))
+            allFit = false;
     }
     recordingActive_ = false;
+    if (!allFit)
+        MemStream::throwEnd();
 }
 
 // Groups stand in the order in which their file was first seen.
@@ -53,7 +58,7 @@ std::vector<STavuDevice::FileGroup> STavuDevice::stopPorts(Quillon::Device &devi
     return groups;
 }
 
-void STavuDevice::finishFile(Quillon::DriveSet &set, const FileGroup &group,
+bool STavuDevice::finishFile(Quillon::DriveSet &set, const FileGroup &group,
                              const std::vector<bool> &stillGrabbing)
 {
     const auto file = given(set.openFile(group.fileId), "DriveSet::openFile");
@@ -76,7 +81,7 @@ void STavuDevice::finishFile(Quillon::DriveSet &set, const FileGroup &group,
         if (state.numFrames != 0 && state.pairInfo.size() > kInlineBlockLimit)
             writeInfoRecord(group.fileId, state.streamId, state.pairInfo);
     }
-    storeMetaList(*file, list);
+    return storeMetaList(*file, group.fileId, std::move(list));
 }
 
 FileRecord STavuDevice::newFileRecord(const PortState &port, uint32_t fileId, uint32_t streamId,
@@ -99,11 +104,34 @@ FileRecord STavuDevice::newFileRecord(const PortState &port, uint32_t fileId, ui
     return entry;
 }
 
-void STavuDevice::storeMetaList(Quillon::DriveFile &file, const std::vector<FileRecord> &list)
+bool STavuDevice::storeMetaList(Quillon::DriveFile &file, uint32_t fileId,
+                                std::vector<FileRecord> list)
 {
     const auto block = createBuffer(file.metadataCapacity());
+    std::vector<FileRecord> moved;
+    bool fits = metaListFits(list, block->size());
+    while (!fits) {
+        const auto largest = std::max_element(list.begin(), list.end(),
+                                              [](const FileRecord &left, const FileRecord &right) {
+                                                  return left.info.size() < right.info.size();
+                                              });
+        if (largest == list.end() || largest->info.empty())
+            break;
+        moved.push_back(*largest);
+        largest->info.clear();
+        fits = metaListFits(list, block->size());
+    }
+    if (fits) {
+        for (const FileRecord &entry : moved)
+            writeInfoRecord(fileId, entry.streamId, entry.info);
+    } else {
+        list.clear();
+        std::erase_if(catalogue_,
+                      [fileId](const FileRecord &entry) { return entry.fileId == fileId; });
+    }
     writeMetaList(list, block->data(), block->size());
     file.writeMetadata(block);
+    return fits;
 }
 
 } // namespace tavu

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "hardware/library/port.h"
+#include "platform/turn_lock.h"
 #include "registry/file_record.h"
 #include "service/shared_region.h"
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -18,14 +18,17 @@ struct PortState
     std::string name;
     /// The camera's serial channel; empty when closed. Only cleared with portLock held as well.
     boost::shared_ptr<Quillon::SerialPort> serialPort;
-    std::mutex grabLock; ///< held while the port waits for a live frame
-    std::mutex portLock; ///< held for a transfer with the camera, serial or memory
+    TurnLock grabLock; ///< held while the port waits for a live frame
+    TurnLock portLock; ///< held for a transfer with the camera, serial or memory
 
     std::string pairedTo; ///< the camera's name; empty when unpaired
     uint16_t width = 0;   ///< pixels; 0: not configured
     uint16_t height = 0;  ///< pixels; 0: not configured
     uint32_t pixelFormat = 0;
     uint32_t tapGeometry = 0;
+    /// The geometry was found on the drives after the connection, and the recorder wasn't told of
+    /// it.
+    bool untold = false;
 
     bool recording = false; ///< takes part in the recording
     uint32_t fileId = 0;    ///< of the last recording that was stopped
@@ -37,6 +40,7 @@ struct PortState
     bool live = false;        ///< started and not stopped since
     SharedRegion liveRegion;
     /// Regions of a live view that was started again without a stop: clients may still open them.
+    /// They go when the view is stopped.
     std::vector<SharedRegion> formerLiveRegions;
 
     ByteBlock pairInfo; ///< the pairing's block; empty also while it only lies in its file

@@ -78,24 +78,31 @@ void STavuDevice::markDisconnected()
 
 void STavuDevice::buildPortTable()
 {
+    // Complete or not at all: a port without its name would lose what is stored under that name.
     const auto recorder = device();
     const uint32_t count = recorder->portCount();
-    ports_ = std::make_unique<PortState[]>(count);
+    auto ports = std::make_unique<PortState[]>(count);
+    for (uint64_t i = 0; i < count; ++i)
+        ports[i].name = textOf(libraryPort(*recorder, i)->name());
+    ports_ = std::move(ports);
     portCount_ = count;
-    for (uint64_t i = 0; i < portCount_; ++i)
-        ports_[i].name = textOf(libraryPort(*recorder, i)->name());
 }
 
 void STavuDevice::loadFromDrives()
 {
+    configState_ = ConfigState::Unread;
     try {
         scanCatalogue();
+        configState_ = ConfigState::Unreadable;
         readConfigRecord();
         for (uint64_t i = 0; i < portCount_; ++i) {
             const PortState &port = ports_[i];
             if (port.width != 0 && port.height != 0)
                 configurePort(i, port.width, port.height, port.pixelFormat, port.tapGeometry);
         }
+    } catch (const NoDriveSet &error) {
+        configState_ = ConfigState::Read;
+        printLine(stderr, "%s\n", error.what());
     } catch (...) {
         if (const char *text = currentFailureText())
             printLine(stderr, "%s\n", text);
@@ -130,7 +137,7 @@ boost::shared_ptr<Quillon::DriveSet> STavuDevice::firstDriveSet(Quillon::DriveSe
 {
     const Quillon::Vector<uint32_t> ids = sets.ids();
     if (ids.size() == 0)
-        throw std::runtime_error(absenceText);
+        throw NoDriveSet(absenceText);
     return given(sets.open(ids[0]), "DriveSetCollection::open");
 }
 
@@ -151,28 +158,23 @@ PortState &STavuDevice::portState(uint64_t port)
     return ports_[port];
 }
 
-// Whoever has to wait here waits without the device's mutex: it is given up until the port's lock
-// may be free, and both are only ever held in their order.
-std::unique_lock<std::mutex> STavuDevice::takePortLock(std::unique_lock<std::mutex> &deviceLock,
-                                                       std::mutex &portLock)
+// The place in the line is that of the device's mutex. Whoever has to wait waits without it.
+TurnLock::Turn STavuDevice::takeTurn(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock)
 {
-    for (;;) {
-        std::unique_lock taken(portLock, std::try_to_lock);
-        if (taken)
-            return taken;
+    TurnLock::Turn turn(portLock);
+    if (!turn.hasCome()) {
         deviceLock.unlock();
-        taken.lock();
-        taken.unlock();
-        deviceLock.lock();
+        if (turn.wait())
+            deviceLock.lock();
     }
+    return turn;
 }
 
-std::unique_lock<std::mutex> STavuDevice::handOver(std::unique_lock<std::mutex> &deviceLock,
-                                                   std::mutex &portLock)
+TurnLock::Turn STavuDevice::handOver(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock)
 {
-    std::unique_lock taken = takePortLock(deviceLock, portLock);
+    TurnLock::Turn turn = takeTurn(deviceLock, portLock);
     deviceLock.unlock();
-    return taken;
+    return turn;
 }
 
 std::string STavuDevice::name()

@@ -12,18 +12,21 @@
 #include <list>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace tavu {
+
+struct PortConfig;
 
 /// A real recorder, driven through the recorder library. Stands for one index of the library's
 /// collection; fetches what it needs of the library anew in each operation.
 ///
 /// Every operation holds the device's mutex for its whole length, library calls and drive writes
 /// included. Those that can wait for a camera hand over: they take the port's grabLock or portLock
-/// and then give the device's mutex up, so that a slow port holds up only itself. The device's
-/// mutex is never taken while a port's lock is held.
+/// and then give the device's mutex up, so that a slow port holds up only itself. Nobody waits for
+/// a port's lock with the device's mutex in hand, so it may be taken while a port's lock is held.
 class STavuDevice final : public RecorderDevice
 {
 public:
@@ -124,6 +127,19 @@ private:
     /// The second form of the text. Clients see both, each in its place.
     static constexpr const char *kNoDriveSetCapitalText = "No drive set.";
 
+    struct NoDriveSet : std::runtime_error
+    {
+        using std::runtime_error::runtime_error;
+    };
+
+    /// Whether the ports have what the stored configuration says.
+    enum class ConfigState
+    {
+        Unread,     ///< in this connection it wasn't looked for
+        Unreadable, ///< the library failed in reading it
+        Read,       ///< it was read, or there is none, or what is there is none
+    };
+
     // What follows wants lock_ held.
 
     boost::shared_ptr<Quillon::Device> device();
@@ -131,7 +147,8 @@ private:
     static void refuseVirtual(Quillon::Device &device, const char *text);
     static boost::shared_ptr<Quillon::Port> libraryPort(Quillon::Device &device, uint64_t port);
     static boost::shared_ptr<Quillon::DriveSetCollection> driveSets(Quillon::Device &device);
-    /// The one drive set that is ever used; raises \a absenceText when there is none.
+    /// The one drive set that is ever used; raises NoDriveSet with \a absenceText when there is
+    /// none.
     static boost::shared_ptr<Quillon::DriveSet> firstDriveSet(Quillon::DriveSetCollection &sets,
                                                               const char *absenceText);
     boost::shared_ptr<Quillon::DriveSet> firstDriveSet();
@@ -164,12 +181,16 @@ private:
     };
     std::vector<FileGroup> stopPorts(Quillon::Device &device, Quillon::Record &record,
                                      std::vector<bool> &stillGrabbing);
-    void finishFile(Quillon::DriveSet &set, const FileGroup &group,
+    /// False when the file's record has no room for its recordings.
+    bool finishFile(Quillon::DriveSet &set, const FileGroup &group,
                     const std::vector<bool> &stillGrabbing);
     /// A catalogue entry of a port's recording, without a camera's name.
     static FileRecord newFileRecord(const PortState &port, uint32_t fileId, uint32_t streamId,
                                     uint64_t numFrames, uint64_t timestamp);
-    static void storeMetaList(Quillon::DriveFile &file, const std::vector<FileRecord> &list);
+    /// Writes a drive file's record. Blocks that it has no room for get files of their own, the
+    /// largest first. Where there is no room even so, the record becomes an empty one, which scans
+    /// can read, and the catalogue forgets the file; the result is false then.
+    bool storeMetaList(Quillon::DriveFile &file, uint32_t fileId, std::vector<FileRecord> list);
     void recoverStream(Quillon::DriveFile &file, uint32_t index, std::vector<FileRecord> &list);
 
     void scanCatalogue();
@@ -191,7 +212,8 @@ private:
     // Records on the drive set.
 
     /// How large a record file has to be: as many steps on top of the first size as it takes, each
-    /// rounded up to whole stripes. In bytes.
+    /// rounded up to whole stripes. In bytes. With a step of 0 it never grows: what needs more
+    /// raises "eof" before anything is done.
     struct RecordFileSize
     {
         uint64_t initial;
@@ -203,23 +225,26 @@ private:
                                                           const RecordFileSize &size);
     boost::shared_ptr<Quillon::DriveFile> openNamedFile(const std::string &name);
     void writeConfigRecord();
+    /// Raises "no config file." when there is none.
     void readConfigRecord();
+    /// To be called before ports are changed whose configuration will then be written.
+    void ensureConfigRead();
+    void adoptConfig(PortConfig &config);
     void writePairRecord(const PortState &port);
     void readPairRecord(PortState &port);
     void writeInfoRecord(uint32_t fileId, uint32_t streamId, const ByteBlock &block);
     void readInfoRecord(uint32_t fileId, uint32_t streamId, ByteBlock &block);
 
-    /// Takes a port's lock beside the device's. May give the device's up for a while.
-    static std::unique_lock<std::mutex> takePortLock(std::unique_lock<std::mutex> &deviceLock,
-                                                     std::mutex &portLock);
+    /// Takes a port's lock beside the device's, which is given up while there is a wait. One that
+    /// is passed over comes back without both.
+    static TurnLock::Turn takeTurn(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock);
     /// Takes a port's lock and gives the device's up.
-    static std::unique_lock<std::mutex> handOver(std::unique_lock<std::mutex> &deviceLock,
-                                                 std::mutex &portLock);
+    static TurnLock::Turn handOver(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock);
 
     /// An open serial channel, with the lock of its port held.
     struct Channel
     {
-        std::unique_lock<std::mutex> lock;
+        TurnLock::Turn turn;
         boost::shared_ptr<Quillon::SerialPort> &serial;
     };
     /// Takes the port's lock beside the device's. Raises "Serial port not open.".
@@ -246,7 +271,8 @@ private:
     std::string recoveryErrorText_;
     uint32_t incompleteFileId_ = 0; ///< taken in hand by the last startRecovery()
     bool connected_ = false;        ///< what the last connection step found
-    uint64_t recordStartTime_ = 0;  ///< 100 ns since 1601-01-01 UTC
+    ConfigState configState_ = ConfigState::Unread;
+    uint64_t recordStartTime_ = 0; ///< 100 ns since 1601-01-01 UTC
 };
 
 } // namespace tavu

@@ -1,5 +1,6 @@
 #include "records/meta_record.h"
 
+#include "encoding/counting_stream.h"
 #include "encoding/mem_stream.h"
 #include "platform/clock.h"
 #include "records/record_envelope.h"
@@ -130,8 +131,17 @@ void writeMetaList(std::span<const FileRecord> list, Stream &stream)
         writeFile(writer, record);
 }
 
+bool metaListFits(std::span<const FileRecord> list, uint64_t size)
+{
+    CountingStream stream;
+    writeMetaList(list, stream);
+    return stream.count() <= size && list.size() <= kMostMetaRecords;
+}
+
 void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size)
 {
+    if (!metaListFits(list, size))
+        MemStream::throwEnd();
     MemStream stream(data, size);
     writeMetaList(list, stream);
 }

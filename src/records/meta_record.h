@@ -15,8 +15,12 @@ inline constexpr size_t kMostMetaRecords = 65535;
 
 /// Writes one file metadata record that holds \a list.
 void writeMetaList(std::span<const FileRecord> list, Stream &stream);
-/// The same into memory of the caller's: raises "eof" or cuts the record off when it doesn't fit.
+/// The same into memory of the caller's. Raises std::runtime_error "eof" when the record doesn't
+/// fit; the memory is then as it was.
 void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size);
+
+/// Whether the record of \a list fits in \a size bytes, and can be read back.
+bool metaListFits(std::span<const FileRecord> list, uint64_t size);
 
 /// Empties \a target and appends the usable entries of one file metadata record: those with a name,
 /// a geometry and frames. A missing size is computed, a missing time stamp becomes the present

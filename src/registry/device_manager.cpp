@@ -2,7 +2,9 @@
 
 #include "emulator/tavu_device_emulator.h"
 #include "hardware/quillon_library.h"
+#include "platform/diagnostics.h"
 #include "platform/environment.h"
+#include "registry/failure_text.h"
 
 #include <stdexcept>
 #include <system_error>
@@ -58,6 +60,9 @@ void DeviceManager::registerForChanges()
             queue->push(DeviceEvent{EventType::DevicesChanged, 0, 0});
         });
     } catch (...) {
+        const char *text = currentFailureText();
+        printLine(stderr, "No recorders, as their changes can't be followed: %s\n",
+                  text ? text : "unknown failure");
         std::lock_guard guard(lock_);
         std::erase_if(devices_, [](const std::unique_ptr<ITavuDevice> &device) {
             return dynamic_cast<RecorderDevice *>(device.get()) != nullptr;

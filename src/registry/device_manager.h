@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -180,7 +181,7 @@ private:
     RecorderDevice *findRecorder(uint32_t collectionIndex);
 
     const std::unique_ptr<RecorderLibrary> library_;
-    std::mutex lock_; ///< guards devices_, queueSlots_ and knownDeviceCount_
+    std::mutex lock_; ///< guards devices_, queueSlots_, knownDeviceCount_, undecidedRecorders_
     std::shared_ptr<RecorderInstance> instance_;
     std::shared_ptr<RecorderCollection> collection_;
     std::vector<std::unique_ptr<ITavuDevice>> devices_;
@@ -191,6 +192,9 @@ private:
     const std::shared_ptr<EventQueue> updateQueue_ = std::make_shared<EventQueue>();
     OwnedMutex globalLock_;
     uint64_t knownDeviceCount_ = 0;
+    /// Recorders of the collection that are neither in the list nor kept out of it by the filters:
+    /// what that takes failed so far.
+    std::set<uint32_t> undecidedRecorders_;
 };
 
 } // namespace tavu

@@ -55,8 +55,11 @@ void DeviceManager::updateDeviceList()
     knownDeviceCount_ = collection_->count();
     for (uint32_t i = 0; i < oldCount; ++i)
         logFailure([&] { updateKnownDevice(i); });
-    // An index that is passed over here is never looked at again.
+    // A recorder that the filters keep out here is never looked at again.
     for (auto i = static_cast<uint32_t>(oldCount); i < knownDeviceCount_; ++i)
+        undecidedRecorders_.insert(i);
+    const std::set<uint32_t> candidates = undecidedRecorders_;
+    for (const uint32_t i : candidates)
         logFailure([&] { addDevice(i, names, alternativeNames); });
     printLine(stdout, "Done updating device list.\n");
 }
@@ -81,18 +84,20 @@ void DeviceManager::addDevice(uint32_t collectionIndex, const NameFilter &names,
                               const NameFilter &alternativeNames)
 {
     const std::string name = collection_->deviceName(collectionIndex);
-    if (!names.admits(name) || !admitsAlternativeName(collectionIndex, alternativeNames))
+    if (!names.admits(name) || !admitsAlternativeName(collectionIndex, alternativeNames)) {
+        undecidedRecorders_.erase(collectionIndex);
         return;
+    }
     std::unique_ptr<RecorderDevice> created = collection_->createDevice();
     RecorderDevice &device = *created;
-    // The device has its place before anything can fail.
+    // The device has its place, and can be found again, before anything more can fail.
+    device.identify(collectionIndex, name);
     devices_.push_back(std::move(created));
+    undecidedRecorders_.erase(collectionIndex);
     if (collection_->deviceState(collectionIndex) == RecorderCollection::kDisconnected) {
         printLine(stdout, "Found device: %s (disconnected)\n", name.c_str());
-        device.identify(collectionIndex, name);
     } else {
         printLine(stdout, "Found device: %s\n", name.c_str());
-        device.identify(collectionIndex, name);
         device.connect();
     }
 }

@@ -116,14 +116,16 @@ void ConnectionServer::shutDown()
         }
     }
     // From here on nobody else changes the list: new clients aren't accepted, and a thread that
-    // finds its record closing leaves it to us.
+    // finds its record closing leaves it to us. A thread that hasn't come to its end may still walk
+    // the list, so no record goes before the last of them has.
     for (ClientConnection *connection : connections_) {
         if (connection->thread.joinable())
             connection->thread.join();
-        delete connection;
     }
-    connections_.clear();
     gate_->waitUntilEmpty();
+    for (ClientConnection *connection : connections_)
+        delete connection;
+    connections_.clear();
     devices_.stop();
 }
 

@@ -129,4 +129,10 @@ bool LocalSocket::connect(const std::string &name)
     return handle_.load() != kNoHandle;
 }
 
+std::optional<uint32_t> LocalSocket::stranger()
+{
+    Use use(*this);
+    return use ? systemStranger(use.handle()) : std::nullopt;
+}
+
 } // namespace tavu

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,11 @@ public:
     /// when nobody listens there. Neither waits nor retries.
     bool connect(const std::string &name);
 
+    /// Client side: the id of the user who runs the service at the other end, where that is neither
+    /// ours nor root and the address is one that any user of the machine can take. Empty otherwise,
+    /// and on systems that have no such addresses.
+    std::optional<uint32_t> stranger();
+
 private:
     class Use;
 
@@ -50,6 +56,7 @@ private:
     static int64_t systemRead(NativeHandle handle, void *buffer, uint32_t byteCount);
     static int64_t systemWrite(NativeHandle handle, const void *buffer, uint32_t byteCount);
     static NativeHandle systemConnect(const std::string &name);
+    static std::optional<uint32_t> systemStranger(NativeHandle handle);
     static void systemRelease(NativeHandle handle);
     /// Makes every call that is, or is about to be, inside the system with \a handle return.
     void systemInterrupt(NativeHandle handle);

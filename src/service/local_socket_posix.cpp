@@ -2,8 +2,6 @@
 #include "platform/environment.h"
 
 #include <cerrno>
-#include <chrono>
-#include <condition_variable>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -47,9 +45,14 @@ private:
     int fd_ = -1;
 };
 
+bool hasFolderOfOurOwn()
+{
+    return environmentFlag("XDG_RUNTIME_DIR");
+}
+
 std::string socketFolder()
 {
-    return environmentFlag("XDG_RUNTIME_DIR") ? *environmentVariable("XDG_RUNTIME_DIR") : "/tmp";
+    return hasFolderOfOurOwn() ? *environmentVariable("XDG_RUNTIME_DIR") : "/tmp";
 }
 
 /// A socket address for a path of any length: the few bytes that an address holds are enough for a
@@ -93,6 +96,18 @@ auto retryInterrupted(Call call)
     return result;
 }
 
+// What belongs to the service is its user's alone, whatever umask the service was started under.
+constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
+
+/// Sees to it that the owner may connect, whatever the umask has taken, and nobody else.
+bool openToOwner(const std::string &path)
+{
+    struct stat status;
+    if (::lstat(path.c_str(), &status) == 0 && (status.st_mode & ALLPERMS) == kOwnerOnly)
+        return true;
+    return ::fchmodat(AT_FDCWD, path.c_str(), kOwnerOnly, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
 /// True when the path is free, or was held by a socket that nobody listens on any more. Anything
 /// else at the path stays.
 bool clearStaleSocket(const std::string &path)
@@ -132,6 +147,19 @@ LocalSocket::NativeHandle LocalSocket::systemConnect(const std::string &name)
     return socket.release();
 }
 
+std::optional<uint32_t> LocalSocket::systemStranger(NativeHandle handle)
+{
+    if (hasFolderOfOurOwn())
+        return std::nullopt;
+    // Nobody, unless the system says otherwise.
+    ucred peer = {0, static_cast<uid_t>(-1), static_cast<gid_t>(-1)};
+    socklen_t size = sizeof peer;
+    ::getsockopt(static_cast<int>(handle), SOL_SOCKET, SO_PEERCRED, &peer, &size);
+    if (peer.uid == 0 || peer.uid == ::geteuid())
+        return std::nullopt;
+    return peer.uid;
+}
+
 void LocalSocket::systemRelease(NativeHandle handle)
 {
     const int fd = static_cast<int>(handle);
@@ -150,10 +178,20 @@ void LocalSocket::systemInterrupt(NativeHandle handle)
     ::shutdown(static_cast<int>(handle), SHUT_RDWR);
 }
 
+namespace {
+
+/// Whether a failed accept has to do with the client that was to come, so that the next one may
+/// still get through. A lack of descriptors or memory hasn't: it would only let clients hang.
+bool concernsOneClient(int error)
+{
+    return error == EINTR || error == ECONNABORTED || error == EPROTO || error == EPERM;
+}
+
+} // namespace
+
 struct LocalSocketServer::State
 {
     std::mutex mutex;
-    std::condition_variable aborted;
     std::string path;
     Descriptor lockFile; ///< held for as long as the path is ours
     Descriptor socket;
@@ -170,15 +208,22 @@ bool LocalSocketServer::State::listen(const std::string &socketPath)
 {
     // The lock is what keeps instances apart. It is never removed: a removed lock file would let
     // two instances lock two files of one name.
-    Descriptor lock(
-        ::open((socketPath + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    Descriptor lock(::open((socketPath + ".lock").c_str(),
+                           O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, kOwnerOnly));
     if (!lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0 || !clearStaleSocket(socketPath))
         return false;
+    ::fchmod(lock.get(), kOwnerOnly); // or the next instance can't open it after a umask of 777
     const SocketAddress address(socketPath);
     Descriptor listener = newSocket();
-    if (!listener || ::bind(listener.get(), address.get(), address.size()) != 0)
+    if (!listener)
         return false;
-    if (::listen(listener.get(), SOMAXCONN) != 0 || ::lstat(socketPath.c_str(), &identity) != 0) {
+    // The file at the path gets the socket's mode, less the umask, so that it isn't wider even for
+    // a moment.
+    ::fchmod(listener.get(), kOwnerOnly);
+    if (::bind(listener.get(), address.get(), address.size()) != 0)
+        return false;
+    if (!openToOwner(socketPath) || ::listen(listener.get(), SOMAXCONN) != 0 ||
+        ::lstat(socketPath.c_str(), &identity) != 0) {
         ::unlink(socketPath.c_str());
         return false;
     }
@@ -202,33 +247,17 @@ void LocalSocketServer::State::stopListening()
     ::shutdown(socket.get(), SHUT_RDWR);
     if (!accepting)
         socket.reset();
-    aborted.notify_all();
 }
 
-/// Waits for a client; an empty result leaves errno as the system set it.
+/// Waits for a client; an empty result is a failure of the system's, or the end of listening.
 Descriptor LocalSocketServer::State::acceptClient()
 {
     for (;;) {
         Descriptor client(::accept4(socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
         const int error = errno;
-        std::unique_lock lock(mutex);
-        if (client || !listening)
+        std::lock_guard guard(mutex);
+        if (client || !listening || !concernsOneClient(error))
             return client;
-        switch (error) {
-        case EINTR:
-        case ECONNABORTED:
-            break;
-        case EMFILE:
-        case ENFILE:
-        case ENOBUFS:
-        case ENOMEM:
-            // One client more than the system has room for waits until another one leaves; it is
-            // no reason to end the service for all the others.
-            aborted.wait_for(lock, std::chrono::milliseconds(100), [&] { return !listening; });
-            break;
-        default:
-            return client;
-        }
     }
 }
 

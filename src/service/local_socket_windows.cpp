@@ -77,6 +77,11 @@ LocalSocket::NativeHandle LocalSocket::systemConnect(const std::string &name)
     return reinterpret_cast<NativeHandle>(pipe);
 }
 
+std::optional<uint32_t> LocalSocket::systemStranger(NativeHandle /*handle*/)
+{
+    return std::nullopt; // users have no such ids, and pipes no folder
+}
+
 void LocalSocket::systemRelease(NativeHandle handle)
 {
     CloseHandle(nativeHandle(handle));
@@ -144,6 +149,7 @@ void LocalSocketServer::State::beginConnect(HANDLE &instance, bool &pending)
             connectPending = true;
             break;
         case ERROR_PIPE_CONNECTED: // the client was faster
+        case ERROR_NO_DATA:        // and has left already, which its first read will tell
             break;
         default:
             throw std::runtime_error("ConnectNamedPipe failed.");
@@ -164,12 +170,15 @@ void LocalSocketServer::State::waitForClient(HANDLE instance)
         throw std::runtime_error("ConnectNamedPipe aborted.");
     connectPending = false;
     DWORD unused = 0;
-    if (!GetOverlappedResult(instance, &connect, &unused, FALSE)) {
-        char text[64];
-        std::snprintf(text, sizeof text, "ConnectNamedPipe failed, GetLastError() = %u.",
-                      static_cast<unsigned>(GetLastError()));
-        throw std::runtime_error(text);
-    }
+    if (GetOverlappedResult(instance, &connect, &unused, FALSE))
+        return;
+    const DWORD error = GetLastError();
+    if (error == ERROR_NO_DATA || error == ERROR_BROKEN_PIPE) // a client that came and left
+        return;
+    char text[64];
+    std::snprintf(text, sizeof text, "ConnectNamedPipe failed, GetLastError() = %u.",
+                  static_cast<unsigned>(error));
+    throw std::runtime_error(text);
 }
 
 /// Puts the next instance in the place of the connected one, so that no client finds none waiting.

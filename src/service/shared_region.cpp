@@ -1,5 +1,6 @@
 #include "service/shared_region.h"
 
+#include <cstdlib>
 #include <utility>
 
 namespace tavu {
@@ -24,6 +25,12 @@ SharedRegion &SharedRegion::operator=(SharedRegion &&other) noexcept
 SharedRegion::~SharedRegion()
 {
     close();
+}
+
+void SharedRegion::skipNumbers(int attempt)
+{
+    for (; attempt < kNameAttempts; ++attempt)
+        std::rand();
 }
 
 bool SharedRegion::adopt(const std::string &name, intptr_t handle, void *view, uint64_t viewSize)

@@ -16,7 +16,9 @@ public:
     ~SharedRegion();
 
     /// Creates a region of \a size zeroed bytes under a name that nobody uses: the base name and
-    /// hexadecimal digits. False when that can't be done; the object is then closed.
+    /// hexadecimal digits of a number from std::rand(). False when that can't be done; the object
+    /// is then closed. A name in use costs one number; memory that can't be had costs all those
+    /// that one call may draw, so that the names that follow don't depend on why it failed.
     bool createUnique(const std::string &baseName, uint64_t size, bool global);
 
     /// Creates a region under exactly this name; false when the name is in use.
@@ -34,6 +36,12 @@ public:
     std::string mappingName() const { return mappingName_; }
 
 private:
+    /// The most names that one createUnique() tries.
+    static constexpr int kNameAttempts = 10000;
+
+    /// Draws the numbers that the attempts from this one on would have cost.
+    static void skipNumbers(int attempt);
+
     /// Takes over a new mapping; false, and closed, when \a view is null.
     bool adopt(const std::string &name, intptr_t handle, void *view, uint64_t viewSize);
 

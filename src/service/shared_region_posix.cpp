@@ -18,9 +18,9 @@ namespace {
 // A region's creator keeps its object open under a shared file lock for as long as the region
 // lives, so that an object that can be locked exclusively is one whose creator died.
 
-constexpr int kNameAttempts = 10000;
 constexpr size_t kNameBytes = 512;
 constexpr const char *kObjectFolder = "/dev/shm";
+constexpr mode_t kObjectMode = 0600;
 
 std::string objectName(const std::string &name)
 {
@@ -46,10 +46,11 @@ bool hasName(int fd)
 int createObject(const std::string &name)
 {
     const int fd =
-        ::shm_open(objectName(name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+        ::shm_open(objectName(name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kObjectMode);
     if (fd < 0)
         return -1;
-    const bool locked = lockObject(fd, LOCK_SH);
+    // The region is its owner's, also under a umask that would take it from them.
+    const bool locked = ::fchmod(fd, kObjectMode) == 0 && lockObject(fd, LOCK_SH);
     // A service that started in between may have taken the object for a dead one's and removed it.
     if (locked && hasName(fd))
         return fd;
@@ -82,10 +83,11 @@ bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool
 {
     close();
     int fd = -1;
+    int attempt = 0;
     char name[kNameBytes];
     // The generator is never seeded: names repeat from run to run, and a name in use costs one more
     // attempt. A region of no bytes fails at each attempt.
-    for (int attempt = 0; attempt < kNameAttempts && fd < 0; ++attempt) {
+    for (; attempt < kNameAttempts && fd < 0; ++attempt) {
         std::snprintf(name, sizeof name, "%s%X", baseName.c_str(),
                       static_cast<unsigned>(std::rand()));
         if (size > 0)
@@ -93,7 +95,10 @@ bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool
     }
     if (fd < 0)
         return false;
-    return adopt(name, fd + 1, reserve(fd, size) ? mapObject(fd, size) : nullptr, size);
+    const bool reserved = reserve(fd, size);
+    if (!reserved)
+        skipNumbers(attempt); // another name wouldn't help
+    return adopt(name, fd + 1, reserved ? mapObject(fd, size) : nullptr, size);
 }
 
 bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool /*global*/)

@@ -11,7 +11,6 @@ namespace tavu {
 
 namespace {
 
-constexpr int kNameAttempts = 10000;
 constexpr size_t kNameBytes = 512;
 constexpr const char *kGlobalPrefix = "Global\\";
 constexpr DWORD kMapAccess = FILE_MAP_READ | FILE_MAP_WRITE;
@@ -22,7 +21,8 @@ HANDLE nativeHandle(intptr_t handle)
     return reinterpret_cast<HANDLE>(handle);
 }
 
-/// A mapping of the paging file under a new name. Null on failure, also when the name is in use.
+/// A mapping of the paging file under a new name. Null on failure, also when the name is in use:
+/// GetLastError() tells.
 HANDLE createMapping(const std::wstring &name, DWORD sizeHigh, DWORD sizeLow,
                      SECURITY_ATTRIBUTES *security)
 {
@@ -30,9 +30,18 @@ HANDLE createMapping(const std::wstring &name, DWORD sizeHigh, DWORD sizeLow,
                                               sizeHigh, sizeLow, name.c_str());
     if (mapping && GetLastError() == ERROR_ALREADY_EXISTS) {
         CloseHandle(mapping);
+        SetLastError(ERROR_ALREADY_EXISTS);
         return nullptr;
     }
     return mapping;
+}
+
+/// Whether another name may succeed where one failed: it belongs to a mapping, to one that we may
+/// not open, or to an object of another kind.
+bool nameIsTaken(DWORD error)
+{
+    return error == ERROR_ALREADY_EXISTS || error == ERROR_ACCESS_DENIED ||
+           error == ERROR_INVALID_HANDLE;
 }
 
 void *mapWhole(HANDLE mapping)
@@ -47,14 +56,20 @@ bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool
     close();
     SECURITY_ATTRIBUTES *security = global ? sharedSecurityAttributes() : nullptr;
     // The generator is never seeded: names repeat from run to run and from thread to thread, and a
-    // name in use costs one more attempt, as does any other failure.
+    // name in use costs one more attempt. Any other failure would meet each name alike.
     HANDLE mapping = nullptr;
     char name[kNameBytes];
-    for (int attempt = 0; attempt < kNameAttempts && !mapping; ++attempt) {
+    for (int attempt = 0; attempt < kNameAttempts && !mapping;) {
         std::snprintf(name, sizeof name, "%s%s%X", global ? kGlobalPrefix : "", baseName.c_str(),
                       static_cast<unsigned>(std::rand()));
-        mapping = createMapping(wideText(name), static_cast<DWORD>(size >> 32),
-                                static_cast<DWORD>(size), security);
+        ++attempt;
+        const std::wstring wideName = wideText(name);
+        mapping = createMapping(wideName, static_cast<DWORD>(size >> 32), static_cast<DWORD>(size),
+                                security);
+        if (!mapping && !nameIsTaken(GetLastError())) {
+            skipNumbers(attempt);
+            break;
+        }
     }
     if (!mapping)
         return false;

@@ -1,6 +1,7 @@
 // Ports that wait: live view, serial channels and camera memory, and whom they don't hold up.
 
 #include "harness/lab.h"
+#include "harness/surroundings.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -48,7 +49,7 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     configurePorts(client, 1, 70, 3);
     EXPECT_EQ(client.call(54, "P"), error("Failed to grab frame."));
     EXPECT_EQ(client.call(52, "D port=1"), error("Failed to create shared memory mapping."));
-    const Region first(client.result(52, "P"));
+    Region first(client.result(52, "P"));
     // Started again the view has a new region, and the one before still can be opened.
     const Value restarted = client.result(52, "P");
     const Region region(restarted);
@@ -64,6 +65,11 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     };
     for (int i = 0; i < 5; i++)
         takeFrame();
+    // When that fails, the view goes on as it is.
+    lab.setFaults(client, "bench", "Port::startGrab 1 raise broken");
+    EXPECT_EQ(client.call(52, "P"), error("broken"));
+    takeFrame();
+    EXPECT_TRUE(first.isReachable());
     EXPECT_EQ(client.call(42, recordingOf(1)), "{}");
     takeFrame();
     EXPECT_EQ(client.call(43, "D"), "{}");
@@ -71,6 +77,8 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     EXPECT_EQ(client.call(53, "P"), "{}");
     EXPECT_EQ(client.call(54, "P"), error("Failed to grab frame."));
     EXPECT_TRUE(region.bytes(420) == simulatedFrame(0, last, 70, 3));
+    EXPECT_EQ(first.isReachable(), regionsStayForTheirUsers());
+    EXPECT_EQ(Region(restarted).bytes(420), region.bytes(420));
 }
 
 TEST(RecorderLive, RefusesFramesOfAnotherDepthAndCutsLargeOnes)
@@ -131,6 +139,24 @@ TEST(RecorderLive, APortThatWaitsHoldsUpNobodyElse)
     }
     EXPECT_EQ(client.result(54, "P")["width"].number, 16u);
     EXPECT_EQ(client.call(43, "D"), "{}");
+}
+
+// Those who waited for a frame that never came hear so together, not one after another.
+TEST(RecorderLive, AllWhoWaitForASilentPortHearOfIt)
+{
+    Lab lab;
+    lab.describe("bench", "drive sets = 1\n[ports]\nsilent = yes\n");
+    Service service({}, lab.path());
+    Client client;
+    configurePorts(client, 1, 16, 2);
+    client.result(52, "P");
+    const auto begin = std::chrono::steady_clock::now();
+    std::vector<std::unique_ptr<Background>> waiting;
+    for (int i = 0; i < 8; i++)
+        waiting.push_back(std::make_unique<Background>(54, "P"));
+    for (const auto &request : waiting)
+        EXPECT_EQ(request->reply(), error("Failed to grab frame."));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }
 
 TEST(RecorderLive, ASilentCameraIsWokenWhenItsPortIsConfiguredOrRecorded)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <string>
 #include <unistd.h>
@@ -18,6 +19,13 @@ TEST(DiagnosticsTest, AReaderThatStopsHoldsNobodyUp)
     // Far more than a pipe holds; were one to wait for the reader, this would never end.
     for (int i = 0; i < 1000; ++i)
         printLine(stream, "%s\n", line.c_str());
+    // Nor does the reader of standard error, who takes its lines, make the others wait again.
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < 100; ++i) {
+        printLine(stderr, "%s", "");
+        printLine(stream, "%s\n", line.c_str());
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     std::string buffer(1 << 20, '\0');
     EXPECT_GT(::read(ends[0], buffer.data(), buffer.size()), 30'000);
     // The reader is back, and so are the lines.

@@ -174,14 +174,16 @@ TEST_F(DeviceManagerTest, failureHurtsOneDeviceOnly)
     EXPECT_EQ(names(), "A+ B+ D+ ");
     EXPECT_EQ(update(), "Updating device list.\nFound device: A (existing)\n"
                         "Caught exception: reconnect 0 failed\nFound device: B (existing)\n"
-                        "Found device: D (existing)\nDone updating device list.\n");
+                        "Found device: D (existing)\n"
+                        "Caught exception: deviceName 2 failed\nDone updating device list.\n");
     // A count that fails ends this one update; clients are told all the same.
     fake->faults = {{"count", Fault::WithText}};
     EXPECT_EQ(update(), "Updating device list.\nCaught exception: count failed\n");
     fake->faults.clear();
     fake->change({{"A", "", 0}, {"B", "", 0}, {"C", "", 0}, {"D", "", 0}, {"E", "", 0}});
     update();
-    EXPECT_EQ(names(), "A+ B+ D+ E+ ");
+    // The recorder without a name was tried again and again.
+    EXPECT_EQ(names(), "A+ B+ D+ C+ E+ ");
 }
 
 TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)

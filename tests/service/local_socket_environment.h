@@ -12,8 +12,6 @@ public:
     ~SocketEnvironment();
 
     std::string uniqueName() const;
-    /// Whether the system refuses a second listener under one name.
-    bool enforcesOneInstance() const;
     /// Whether the system can list its sockets.
     bool listsSockets() const;
     /// Whether a write may return before its bytes are read.

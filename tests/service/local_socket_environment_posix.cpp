@@ -25,10 +25,6 @@ std::string SocketEnvironment::uniqueName() const
 {
     return "tavutest";
 }
-bool SocketEnvironment::enforcesOneInstance() const
-{
-    return true;
-}
 bool SocketEnvironment::listsSockets() const
 {
     return true;

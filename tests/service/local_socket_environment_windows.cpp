@@ -6,7 +6,7 @@ namespace tavu {
 
 namespace {
 
-/// Wine lets a second first instance of a pipe be created, and can't list pipes.
+/// Wine can't list pipes.
 bool runsUnderWine()
 {
     const HMODULE library = GetModuleHandleW(L"ntdll.dll");
@@ -25,10 +25,6 @@ SocketEnvironment::~SocketEnvironment() = default;
 std::string SocketEnvironment::uniqueName() const
 {
     return folder_;
-}
-bool SocketEnvironment::enforcesOneInstance() const
-{
-    return !runsUnderWine();
 }
 bool SocketEnvironment::listsSockets() const
 {

@@ -2,10 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <cstring>
-#include <set>
+#include <random>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace tavu {
@@ -59,43 +60,39 @@ TEST(SharedRegionTest, MovesPassTheRegionOn)
     EXPECT_TRUE(client.open(name));
 }
 
-TEST(SharedRegionTest, FailuresLeaveTheObjectClosed)
+TEST(SharedRegionTest, UnknownNamesLeaveTheObjectClosed)
 {
     SharedRegion region;
-    // No bytes, and more than any machine has.
-    for (const uint64_t size : {uint64_t(0), uint64_t(1) << 60}) {
-        EXPECT_FALSE(region.createUnique(kBaseName, size, false)) << size;
-        EXPECT_EQ(nullptr, region.view());
-        EXPECT_EQ("", region.mappingName());
-        EXPECT_EQ(0u, region.viewSize());
-    }
     EXPECT_FALSE(region.createNamed("tavu_region_named", 4096, false));
     EXPECT_FALSE(region.open("tavu_region_unknown"));
 }
 
-TEST(SharedRegionTest, ThreadsNeverShareAName)
+TEST(SharedRegionTest, ATakenNameCostsOneNumberAndAFailureAllOfThem)
 {
-    constexpr int kThreads = 4;
-    constexpr int kRegions = 25;
-    std::vector<std::vector<SharedRegion>> regions(kThreads);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&regions, t] {
-            for (int i = 0; i < kRegions; ++i) {
-                SharedRegion region;
-                if (region.createUnique(kBaseName, 64, false))
-                    regions[t].push_back(std::move(region));
-            }
-        });
+    std::vector<int> numbers(10'002);
+    std::srand(1);
+    std::generate(numbers.begin(), numbers.end(), std::rand);
+    SharedRegion first, next;
+    const std::string base = "tavu_numbers_" + std::to_string(std::random_device()()) + "_";
+    const auto numberOf = [&base](const SharedRegion &region) {
+        return std::stoi(region.mappingName().substr(base.size()), nullptr, 16);
+    };
+    std::srand(1);
+    ASSERT_TRUE(first.createUnique(base, 1, false));
+    EXPECT_EQ(numbers[0], numberOf(first));
+    // No bytes, and more than any machine has.
+    for (const uint64_t size : {uint64_t(0), uint64_t(1) << 60}) {
+        EXPECT_FALSE(next.createUnique(base, size, false));
+        EXPECT_TRUE(!next.view() && next.viewSize() == 0 && next.mappingName().empty());
+        ASSERT_TRUE(next.createUnique(base, 1, false));
+        EXPECT_EQ(numbers[10'001], numberOf(next)) << size;
+        std::srand(1); // its first number is taken now
+        EXPECT_FALSE(next.createUnique(base, size, false));
+        ASSERT_TRUE(next.createUnique(base, 1, false));
+        EXPECT_EQ(numbers[10'000], numberOf(next)) << size;
+        std::srand(1);
+        std::rand();
     }
-    for (std::thread &thread : threads)
-        thread.join();
-    std::set<std::string> names;
-    for (const auto &list : regions) {
-        for (const SharedRegion &region : list)
-            names.insert(region.mappingName());
-    }
-    EXPECT_EQ(size_t(kThreads * kRegions), names.size());
 }
 
 TEST(SharedRegionTest, LivingRegionsOutlastAClearOut)

@@ -29,6 +29,8 @@ public:
     std::optional<int> exitStatus();
     /// Memory that the process occupies, in bytes.
     uint64_t residentBytes() const;
+    /// What the system knows the process by: its id, on Windows its handle.
+    intptr_t id() const { return process_; }
 
 private:
     intptr_t process_ = 0;

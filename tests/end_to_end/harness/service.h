@@ -53,6 +53,7 @@ public:
     /// One more process in the same folder.
     std::unique_ptr<ChildProcess> startAnother() const;
     uint64_t residentBytes() const { return process_->residentBytes(); }
+    intptr_t processId() const { return process_->id(); }
     std::string output() const { return readLines(folder.path + "/stdout"); }
     std::string errors() const { return readLines(folder.path + "/stderr"); }
 

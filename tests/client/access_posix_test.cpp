@@ -1,0 +1,89 @@
+#include "client/connection.h"
+#include "service/shared_region.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace tavu::client {
+namespace {
+
+// In the common folder.
+const std::string kName = "tavutest-" + std::to_string(::getpid());
+const std::string kAddress = "/tmp/" + kName;
+
+TEST(AccessTest, IsTheServicesUsersUnderAnyUmask)
+{
+    ::unsetenv("XDG_RUNTIME_DIR");
+    for (const mode_t mask : {0000, 0777}) {
+        LocalSocketServer server;
+        SharedRegion region;
+        const mode_t former = ::umask(mask);
+        EXPECT_TRUE(server.listen(kName, false));
+        EXPECT_TRUE(region.createUnique("tavu_access_test", 1, false));
+        ::umask(former);
+        for (const auto &path :
+             {kAddress, kAddress + ".lock", "/dev/shm/" + region.mappingName()}) {
+            struct stat status = {};
+            ::lstat(path.c_str(), &status);
+            EXPECT_EQ(0600u, status.st_mode & ALLPERMS) << path << " under " << mask;
+        }
+        std::filesystem::remove(kAddress + ".lock");
+    }
+}
+
+/// Returns how many bytes that service gets, of which it reads one at most, and why the connection
+/// fails.
+std::string connectToServiceOf(uid_t user)
+{
+    int ready[2];
+    EXPECT_EQ(0, ::pipe(ready));
+    char byte = 0;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::setenv("XDG_RUNTIME_DIR", "/tmp", 1);
+        LocalSocketServer server;
+        if (::setuid(user) != 0 || !server.listen(kName, false) || ::write(ready[1], "r", 1) != 1)
+            ::_exit(100);
+        ::_exit(static_cast<int>(server.accept().read(&byte, 1)));
+    }
+    ::close(ready[1]);
+    EXPECT_EQ(1, ::read(ready[0], &byte, 1));
+    ::close(ready[0]);
+    std::string text;
+    try {
+        Connection connection(kName);
+    } catch (const ConnectionError &error) {
+        text = error.what();
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    std::filesystem::remove(kAddress);
+    std::filesystem::remove(kAddress + ".lock");
+    return std::to_string(WEXITSTATUS(status)) + ": " + text;
+}
+
+TEST(AccessTest, AStrangersServiceInTheCommonFolderGetsNoByte)
+{
+    ::unsetenv("XDG_RUNTIME_DIR");
+    const std::string served = "1: the connection to the service was lost";
+    EXPECT_EQ(0u, connectToServiceOf(::geteuid()).find(served));
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can become another user";
+    const std::string refused =
+        "0: the service at " + kAddress + " runs as another user (id 23456)";
+    EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));
+    ::setenv("XDG_RUNTIME_DIR", "", 1);
+    EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));
+    // A folder that somebody chose is trusted.
+    ::setenv("XDG_RUNTIME_DIR", "/tmp", 1);
+    EXPECT_EQ(0u, connectToServiceOf(23456).find(served));
+}
+
+} // namespace
+} // namespace tavu::client

@@ -1,0 +1,41 @@
+#include "harness/service.h"
+
+#include <atomic>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <thread>
+
+namespace tavu::test {
+namespace {
+
+// The service ends while all threads are at work in it, and look at what the others hold: several
+// times, because what then goes wrong goes wrong now and then.
+TEST(LifeCycle, AFailingAcceptCutsAllClientsOff)
+{
+    Service service({"noautoclose"});
+    for (int round = 0; round < 8; round++) {
+        std::atomic<int> arrived = 0;
+        const auto keepBusy = [&arrived] {
+            Client client;
+            for (arrived++; client.send(encodeRequest(0, encodeMap("")));)
+                try {
+                    client.call(1, concat("queueId=", client.reply()["result"]["queueId"].text));
+                } catch (const std::runtime_error &) { // the end
+                }
+        };
+        std::vector<std::jthread> clients;
+        for (int i = 0; i < 24; i++)
+            clients.emplace_back(keepBusy);
+        EXPECT_TRUE(waitUntil([&] { return arrived == 24; }));
+        // Fewer descriptors than the clients hold; those they give back are needed at the very end.
+        const rlimit few = {16, 16};
+        EXPECT_EQ(prlimit(static_cast<pid_t>(service.processId()), RLIMIT_NOFILE, &few, nullptr),
+                  0);
+        Client(false); // the one that the service has been waiting for already
+        EXPECT_EQ(service.waitForExit(), 0);
+        service.start();
+    }
+}
+
+} // namespace
+} // namespace tavu::test
