@@ -200,23 +200,6 @@ TEST_F(EmulatorTest, AFullDiskKeepsTheFramesThatAreWhole)
     EXPECT_EQ(listed(), "1:1 3:3 ");
 }
 
-TEST_F(EmulatorTest, ACutOffRecordingLeavesWholeFrames)
-{
-    prepare(50, 50);
-    start(0, 0);
-    waitFor([&] { return progress() > 1; });
-    restart();
-    EXPECT_TRUE(device_->hasIncompleteFile());
-    const std::string content = file("Emu/.incomplete");
-    EXPECT_GE(content.size(), 2u * 5000);
-    EXPECT_EQ(content, syntheticFrames(50, 50, content.size() / 5000));
-    EXPECT_EQ(listed(), "");
-    device_->discardIncompleteFile();
-    device_->discardIncompleteFile();
-    EXPECT_FALSE(device_->hasIncompleteFile());
-    EXPECT_EQ(record(1), 1u);
-}
-
 TEST_F(EmulatorTest, RecoveryFailsAsClientsKnowIt)
 {
     EXPECT_EQ(errorOf([&] { device_->finishRecovery(); }), "Not paired/configured.");

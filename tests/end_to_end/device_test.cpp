@@ -1,6 +1,5 @@
 #include "harness/service.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -183,34 +182,6 @@ TEST(Recovery, AKilledRecordingIsDiscardedOrWrittenOver)
         EXPECT_EQ(script["A"].result(26, "D")["files"].members.size(), id - 1);
         EXPECT_EQ(record(script["A"], 1), id);
         EXPECT_EQ(readFile(concat(service.emulatorFolder, "Emu/", id)), expectedFrame(0, 50, 50));
-    }
-}
-
-TEST(Recovery, AKillLeavesNoHalfWrittenRecord)
-{
-    Service service;
-    const std::string names[] = {std::string(3000, 'a'), std::string(500, 'b')};
-    {
-        Client client;
-        configure(client, 4, 4);
-        record(client, 1);
-        client.call(48, "D fileId=1 streamId=0 name='" + names[0] + "' notify=false");
-    }
-    EXPECT_EQ(service.waitForExit(), 0);
-    for (int round = 0; round < 12; round++) {
-        service.start();
-        Client client;
-        const Value found = client.result(26, "D")["files"];
-        ASSERT_EQ(found.members.size(), 1u);
-        EXPECT_TRUE(std::count(std::begin(names), std::end(names), found[""]["name"].string));
-        EXPECT_EQ(client.result(35, "P")["pairedTo"].string, "Cam");
-        for (size_t i = 0; i < 20; i++) {
-            client.request(48, "D fileId=1 streamId=0 name='" + names[i % 2] + "' notify=false");
-            client.request(41, "P width=4 height=4 pixelFormat=0 tapGeometry=0");
-        }
-        for (int i = 0; i <= round * 3; i++)
-            EXPECT_EQ(client.reply().text, "{}");
-        service.kill();
     }
 }
 

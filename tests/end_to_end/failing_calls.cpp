@@ -23,7 +23,7 @@ using tavu::test::Failure;
 
 namespace {
 
-FailingCalls *control = nullptr; // null until main begins
+FailingCalls *control = nullptr; // null until the service's own code runs
 
 template <typename Function>
 Function original(const char *name)
@@ -50,6 +50,16 @@ void endIfTold()
 {
     if (control->failure == Failure::Kill)
         kill(getpid(), SIGKILL);
+}
+
+__attribute__((constructor)) void begin()
+{
+    const int fd = open(std::getenv("FAILING_CALLS"), O_RDWR | O_CLOEXEC);
+    void *memory = mmap(nullptr, sizeof(FailingCalls), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    close(fd);
+    if (memory == MAP_FAILED)
+        std::abort();
+    control = static_cast<FailingCalls *>(memory);
 }
 
 } // namespace
@@ -122,33 +132,4 @@ extern "C" int failingClose(FILE *file)
     real(file);
     errno = ENOSPC;
     return EOF;
-}
-
-namespace {
-
-using Main = int (*)(int, char **, char **);
-
-Main realMain;
-
-int mainUnderControl(int count, char **arguments, char **environment)
-{
-    const int fd = open(std::getenv("FAILING_CALLS"), O_RDWR | O_CLOEXEC);
-    void *memory = mmap(nullptr, sizeof(FailingCalls), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    close(fd);
-    if (memory == MAP_FAILED)
-        std::abort();
-    control = static_cast<FailingCalls *>(memory);
-    return realMain(count, arguments, environment);
-}
-
-} // namespace
-
-extern "C" int startMain(Main main, int count, char **arguments, void (*init)(), void (*fini)(),
-                         void (*loaderFini)(), void *stackEnd) __asm__("__libc_start_main");
-extern "C" int startMain(Main main, int count, char **arguments, void (*init)(), void (*fini)(),
-                         void (*loaderFini)(), void *stackEnd)
-{
-    realMain = main;
-    return original<decltype(&startMain)>("__libc_start_main")(mainUnderControl, count, arguments,
-                                                               init, fini, loaderFini, stackEnd);
 }

@@ -17,7 +17,7 @@ enum class Failure
 /// counts the calls, the test says which of them fail. FAILING_CALLS names it in the environment.
 struct FailingCalls
 {
-    std::atomic<uint64_t> calls; ///< so far, from main on
+    std::atomic<uint64_t> calls; ///< so far
     std::atomic<uint64_t> at;    ///< counted from 1
     std::atomic<Failure> failure;
     char name[32]; ///< of the first call that failed

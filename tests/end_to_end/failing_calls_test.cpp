@@ -44,14 +44,17 @@ protected:
         calls_->failure = failure;
     }
 
-    /// Starts a service that finds recordings, in which calls fail from now on.
-    void begin(Failure failure, uint64_t at)
+    /// Starts a service in which calls fail from now on, in a fresh folder or with recordings.
+    void begin(Failure failure, uint64_t at, bool isFresh)
     {
-        arm(Failure::None, 0);
+        arm(isFresh ? failure : Failure::None, at);
         scenario_.emplace([](uint64_t number) {
             return expectedFrame(number, Scenario::kWidth, Scenario::kHeight);
         });
+        scenario_->losesFrames = [this] { return calls_->name == std::string("fwrite"); };
         service_.emplace(std::vector<std::string>{"noautoclose"});
+        if (isFresh)
+            return;
         scenario_->doAll(client_.emplace());
         restart(failure, at);
     }
@@ -67,14 +70,14 @@ protected:
     /// The calls when none fails.
     uint64_t count()
     {
-        begin(Failure::None, 0);
+        begin(Failure::None, 0, false);
         scenario_->doAll(client_.emplace());
         return calls_->calls;
     }
 
-    void letFail(Failure failure, uint64_t at)
+    void letFail(Failure failure, uint64_t at, bool isFresh)
     {
-        begin(failure, at);
+        begin(failure, at, isFresh);
         uint64_t callsUntilConnected = ~uint64_t(0);
         try {
             client_.emplace(true, [&] { return service_->hasEnded(); });
@@ -111,8 +114,12 @@ TEST_P(FailingCallsTest, LoseNothing)
     const auto [failure, share] = GetParam();
     const uint64_t total = count();
     ASSERT_GT(total, 100u);
+    // The start is different where there is nothing yet.
+    constexpr uint64_t kFresh = 32;
+    for (uint64_t at = 1 + share; at <= kFresh; at += kShares)
+        letFail(failure, at, true);
     for (uint64_t at = 1 + share; at <= total; at += kShares)
-        letFail(failure, at);
+        letFail(failure, at, false);
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, FailingCallsTest,

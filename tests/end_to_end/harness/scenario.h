@@ -2,47 +2,162 @@
 
 #include "service.h"
 
+#include <gtest/gtest.h>
 #include <map>
 #include <optional>
 
 namespace tavu::test {
 
-/// What clients do all day on device 0, in which faults may be planted: pair, configure, record
-/// twice, rename, edit, play, watch, remove. It keeps book of what the service has confirmed.
+/// What clients do all day on device 0, in which faults may be planted. It keeps book of what the
+/// service has confirmed. Frames are 16 by 3.
 class Scenario
 {
 public:
-    /// \a frame makes the bytes that a frame of this number must have. Frames are 16 by 3.
-    explicit Scenario(std::function<Bytes(uint64_t)> frame) : frame_(std::move(frame)) {}
-
     static constexpr uint32_t kWidth = 16, kHeight = 3;
 
+    /// \a frame makes the bytes that a frame of this number must have.
+    explicit Scenario(std::function<Bytes(uint64_t)> frame) : frame_(std::move(frame)) {}
+
     /// With faults about: requests may be refused. A closed connection raises std::runtime_error.
-    void tryAll(Client &client);
+    void tryAll(Client &client) { run(client, true); }
+
     /// Ends what a refused request has left open, does it all again, and nothing may be refused.
-    void doAll(Client &client);
+    void doAll(Client &client)
+    {
+        client.call(53, "P");
+        // A stop that was refused can be asked for again. There may be nothing to stop, too.
+        if (client.call(43, "D") == "{}")
+            keepStopped(client);
+        run(client, false);
+    }
+
     /// What was confirmed is listed, what was removed isn't, and all that is listed can be played.
-    void check(Client &client);
+    void check(Client &client)
+    {
+        Recordings listed = list(client);
+        for (const auto &[ids, kept] : kept_) {
+            EXPECT_EQ(listed[ids].frames, kept.frames) << ids;
+            EXPECT_TRUE(kept.name.empty() || listed[ids].name == kept.name) << ids;
+        }
+        client_ = &client;
+        mayFail_ = false;
+        for (const auto &[ids, file] : listed)
+            play(ids, file.frames);
+    }
+
+    /// Whether a fault may have cost a recording frames.
+    std::function<bool()> losesFrames = [] { return false; };
 
 private:
-    struct Kept
+    struct Recording
     {
-        std::string name; ///< empty when an edit was refused
-        uint64_t frames = 0;
+        std::string name;    ///< empty when an edit was refused
+        uint64_t frames = 0; ///< none: removed
     };
-    using Ids = std::string; ///< as parameters
+    using Recordings = std::map<std::string, Recording>; ///< by the ids, as parameters
 
-    void run();
-    std::optional<Value> ask(uint64_t ordinal, std::string_view params);
-    std::optional<Ids> record(uint64_t frames);
-    std::optional<Ids> keepStopped();
-    void edit(uint64_t ordinal, const Ids &ids, std::string_view params, const std::string &name);
-    void play(const Ids &ids, uint64_t frames);
+    static std::string idsOf(const Value &file)
+    {
+        return concat("D fileId=", file["fileId"].number, " streamId=", file["streamId"].number);
+    }
+
+    static Recordings list(Client &client)
+    {
+        Recordings recordings;
+        const Value reply = client.result(26, "D");
+        for (const auto &[key, file] : reply["files"].members)
+            recordings[idsOf(file)] = {file["name"].string, file["numFrames"].number};
+        return recordings;
+    }
+
+    /// The ids; none of a recording without a frame, which isn't kept beyond this run.
+    std::string keepStopped(Client &client)
+    {
+        const std::string ids = idsOf(client.result(46, "P"));
+        kept_.erase(ids);
+        const Recording recording = list(client)[ids];
+        if (recording.frames == 0)
+            return {};
+        kept_[ids] = recording;
+        return ids;
+    }
+
+    std::optional<Value> ask(uint64_t ordinal, std::string_view params)
+    {
+        client_->request(ordinal, params);
+        Value reply = client_->reply();
+        if (!reply.text.starts_with(R"({"error":)"))
+            return reply.members.empty() ? reply : reply["result"];
+        EXPECT_TRUE(mayFail_) << ordinal << ' ' << params << ": " << reply.text;
+        return std::nullopt;
+    }
+
+    std::string record(uint64_t frames)
+    {
+        if (!ask(42, concat("D portMask=1 externalTrigger=0 type=1 count=", frames,
+                            " usePretrigger=false pretriggerCount=0")))
+            return {};
+        const std::string done = R"({"result":{"done":true}})";
+        EXPECT_TRUE(waitUntil([&] { return client_->call(45, "D") == done; }));
+        if (!ask(43, "D"))
+            return {};
+        Recordings before = kept_;
+        const std::string ids = keepStopped(*client_);
+        EXPECT_EQ(before[ids].frames, 0u) << ids << " has been given away";
+        EXPECT_TRUE(losesFrames() || (!ids.empty() && kept_[ids].frames == frames)) << ids;
+        return ids;
+    }
+
+    void edit(uint64_t ordinal, const std::string &ids, const std::string &params)
+    {
+        Recording &kept = kept_[ids];
+        kept.name.clear();
+        const std::string name = concat(ordinal, ' ', ids);
+        if (const auto done = ask(ordinal, concat(ids, " name='", name, "' notify=false", params)))
+            kept.name = done->members.empty() ? name : (*done)["name"].string;
+    }
+
+    void play(const std::string &ids, uint64_t frames)
+    {
+        const std::optional<Value> opened = frames > 0 ? ask(27, ids) : std::nullopt;
+        if (!opened)
+            return;
+        const std::string slot = concat("D openFileId=", (*opened)["openFileId"].number);
+        const Region region(*opened);
+        for (uint64_t frame = 0; frame < frames; frame++) {
+            const bool came = ask(30, concat(slot, " frame=", frame)).has_value();
+            EXPECT_TRUE(mayFail_ || (came && region.bytes(kWidth * kHeight * 2) == frame_(frame)))
+                << ids << ' ' << frame;
+        }
+        ask(29, slot);
+    }
+
+    void run(Client &client, bool mayFail)
+    {
+        client_ = &client;
+        mayFail_ = mayFail;
+        ask(34, "P identity='Cam' info=#0102 numFramesPerPacket=3");
+        ask(41, "P width=16 height=3 pixelFormat=5 tapGeometry=0");
+        const std::string first = record(3), second = record(1);
+        if (!first.empty())
+            edit(48, first, "");
+        if (!second.empty())
+            edit(49, second, " width=16 height=3 numImages=1 numDroppedFrames=0 duration=7");
+        for (const std::string &ids : {first, second})
+            play(ids, ids.empty() ? 0 : kept_[ids].frames);
+        if (ask(52, "P")) {
+            ask(54, "P");
+            ask(53, "P");
+        }
+        // May be there or not, until the removal is confirmed.
+        if (kept_.erase(first) && ask(31, first))
+            kept_[first] = {};
+    }
 
     std::function<Bytes(uint64_t)> frame_;
     Client *client_ = nullptr;
     bool mayFail_ = false;
-    std::map<Ids, Kept> kept_; ///< no frames: removed
+    Recordings kept_;
 };
 
 } // namespace tavu::test
