@@ -267,7 +267,8 @@ bool Installation::loadLibraryFile()
                                                         : folder_ / description.callLog);
         });
     const std::lock_guard lock(mutex_);
-    return numbersOf(std::exchange(version_, description.version)) != numbersOf(version_);
+    const auto before = numbersOf(std::exchange(version_, description.version));
+    return before != numbersOf(description.version);
 }
 
 void Installation::notify(Event event)

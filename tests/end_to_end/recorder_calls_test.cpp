@@ -2,7 +2,6 @@
 // line at the left edge is a step, with what belongs to it indented below.
 //
 //     describe NAME               a recorder as recorder.conf has it
-//     write FILE                  any file of the lab
 //     faults NAME                 those of faults.conf, on device 0
 //     only Port::.*               which of the calls count from now on
 //     said TEXT                   what the service has written by now has this line
@@ -82,8 +81,6 @@ private:
         const std::string rest = step.head.substr(std::min(blank + 1, step.head.size()));
         if (word == "describe") {
             lab_.describe(rest, step.below);
-        } else if (word == "write") {
-            writeFile(lab_.file(rest), step.below);
         } else if (word == "faults") {
             lab_.setFaults(script_["A"], rest, step.below);
             newCalls();
