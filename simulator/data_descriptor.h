@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 namespace simulator {
 
@@ -25,11 +26,15 @@ public:
     Quillon::String subModel;
     bool custom = false;
 
+    /// Everything, the fields in the order in which they were first asked for.
+    std::string text() const;
+
 private:
     uint32_t number(uint32_t id) const;
 
     const uint32_t type_;
     std::map<uint32_t, Quillon::ParameterValue> fields_;
+    std::vector<uint32_t> order_;
     Quillon::ParameterValue discarded_;
 };
 

@@ -16,7 +16,7 @@ DeviceList::~DeviceList() = default;
 
 uint64_t DeviceList::count()
 {
-    if (session_->installation().faults().empties("DeviceCollection::count"))
+    if (session_->installation().gate().empties("DeviceCollection::count"))
         return 0;
     return countSeen();
 }
@@ -24,7 +24,7 @@ uint64_t DeviceList::count()
 Quillon::String DeviceList::deviceName(uint32_t index)
 {
     const boost::shared_ptr<Recorder> recorder = at(index);
-    if (recorder->faults().empties("DeviceCollection::deviceName"))
+    if (recorder->gate().empties("DeviceCollection::deviceName", index))
         return {};
     return recorder->description()->name.c_str();
 }
@@ -32,7 +32,7 @@ Quillon::String DeviceList::deviceName(uint32_t index)
 uint32_t DeviceList::deviceState(uint32_t index)
 {
     const boost::shared_ptr<Recorder> recorder = at(index);
-    if (recorder->faults().empties("DeviceCollection::deviceState"))
+    if (recorder->gate().empties("DeviceCollection::deviceState", index))
         return 0;
     return recorder->isConnected() && isAttached(*recorder) ? 0 : 1;
 }
@@ -40,14 +40,14 @@ uint32_t DeviceList::deviceState(uint32_t index)
 boost::shared_ptr<Quillon::Device> DeviceList::device(uint32_t index)
 {
     boost::shared_ptr<Recorder> recorder = at(index);
-    if (recorder->faults().empties("DeviceCollection::device"))
+    if (recorder->gate().empties("DeviceCollection::device", index))
         return {};
     return recorder;
 }
 
 uint32_t DeviceList::registerChangeCallback(const ChangeCallback &callback)
 {
-    if (session_->installation().faults().empties("DeviceCollection::registerChangeCallback"))
+    if (session_->installation().gate().empties("DeviceCollection::registerChangeCallback"))
         return 0;
     if (!callback)
         throw Common::GeneralException("There is no callback.");
@@ -56,7 +56,7 @@ uint32_t DeviceList::registerChangeCallback(const ChangeCallback &callback)
 
 void DeviceList::unregisterChangeCallback(uint32_t id)
 {
-    if (session_->installation().faults().empties("DeviceCollection::unregisterChangeCallback"))
+    if (session_->installation().gate().empties("DeviceCollection::unregisterChangeCallback", id))
         return;
     session_->installation().removeCallback(id);
 }

@@ -1,14 +1,11 @@
 #include "fault_plan.h"
 
-#include "hardware/library/common.h"
 #include "operations.h"
 #include "settings_file.h"
 
 #include <algorithm>
-#include <chrono>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
 #include <tuple>
 
 namespace simulator {
@@ -45,7 +42,8 @@ FaultPlan::Effect parseEffect(const std::string &verb, const std::string &rest)
     return effect;
 }
 
-/// The effects of both; of two texts, the first counts.
+} // namespace
+
 FaultPlan::Effect operator+(FaultPlan::Effect left, const FaultPlan::Effect &right)
 {
     left.milliseconds += std::min(right.milliseconds, UINT32_MAX - left.milliseconds);
@@ -56,8 +54,6 @@ FaultPlan::Effect operator+(FaultPlan::Effect left, const FaultPlan::Effect &rig
     }
     return left;
 }
-
-} // namespace
 
 void FaultPlan::load(const std::filesystem::path &file)
 {
@@ -114,19 +110,6 @@ FaultPlan::Effect FaultPlan::count(const char *operation)
         if (fault.operation == operation && call >= fault.firstCall && call <= fault.lastCall)
             effect = effect + fault.effect;
     return effect;
-}
-
-bool FaultPlans::empties(const char *operation) const
-{
-    FaultPlan::Effect effect;
-    for (FaultPlan *plan : {common.get(), recorder.get()})
-        if (plan)
-            effect = effect + plan->count(operation);
-    if (effect.milliseconds > 0)
-        std::this_thread::sleep_for(std::chrono::milliseconds(effect.milliseconds));
-    if (effect.raises)
-        throw Common::GeneralException(effect.text.c_str());
-    return effect.empty;
 }
 
 } // namespace simulator

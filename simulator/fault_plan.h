@@ -51,16 +51,7 @@ private:
     std::vector<Counter> counters_;
 };
 
-/// The plans that an operation is subject to: the library's, and its recorder's if it has one.
-struct FaultPlans
-{
-    std::shared_ptr<FaultPlan> common;   ///< of all recorders and of the library itself
-    std::shared_ptr<FaultPlan> recorder; ///< null outside of a recorder
-
-    /// To be called first thing in every operation, with no lock held that other operations need:
-    /// waits, then raises Common::GeneralException, as the plans say. True when the operation shall
-    /// do nothing and yield nothing.
-    bool empties(const char *operation) const;
-};
+/// The effects of both; of two texts, the first counts.
+FaultPlan::Effect operator+(FaultPlan::Effect left, const FaultPlan::Effect &right);
 
 } // namespace simulator

@@ -5,6 +5,7 @@
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <exception>
 #include <utility>
@@ -49,19 +50,34 @@ Quillon::VersionInfo parseVersion(const std::string &text)
     return {numbers[0], numbers[1], numbers[2], numbers[3]};
 }
 
-Quillon::VersionInfo readVersion(const std::filesystem::path &file)
+std::array<uint32_t, 4> numbersOf(const Quillon::VersionInfo &version)
+{
+    return {version.majorNumber, version.minorNumber, version.thirdNumber, version.fourthNumber};
+}
+
+/// What library.conf says.
+struct LibraryDescription
 {
     Quillon::VersionInfo version = kDefaultVersion;
+    std::filesystem::path callLog; ///< from the folder of the installation; empty: none
+};
+
+LibraryDescription readLibraryDescription(const std::filesystem::path &file)
+{
+    LibraryDescription description;
     for (const Setting &setting : readSettings(file)) {
         try {
-            if (!setting.section.empty() || setting.key != "version")
+            if (setting.section.empty() && setting.key == "version")
+                description.version = parseVersion(setting.value);
+            else if (setting.section.empty() && setting.key == "call log")
+                description.callLog = pathOf(setting.text());
+            else
                 throw std::runtime_error("there is no key \"" + setting.key + "\" here");
-            version = parseVersion(setting.value);
         } catch (const std::runtime_error &error) {
             failAt(file, setting.line, error.what());
         }
     }
-    return version;
+    return description;
 }
 
 bool startsAlphabeticallyBefore(const std::filesystem::path &left,
@@ -78,8 +94,8 @@ Installation::Place::Place(const std::filesystem::path &folder)
 }
 
 Installation::Installation(std::filesystem::path folder)
-    : folder_(std::move(folder)), faults_{std::make_shared<FaultPlan>(), nullptr},
-      versionFile_(folder_ / "library.conf"), faultsFile_(folder_ / "faults.conf"),
+    : folder_(std::move(folder)), gate_{std::make_shared<CallLog>(), std::make_shared<FaultPlan>()},
+      libraryFile_(folder_ / "library.conf"), faultsFile_(folder_ / "faults.conf"),
       version_(kDefaultVersion)
 {
     if (folder_.empty()) {
@@ -89,10 +105,10 @@ Installation::Installation(std::filesystem::path folder)
     std::error_code error;
     if (!std::filesystem::is_directory(folder_, error))
         report(nameOf(folder_) + " is not a folder, so there are no recorders");
-    if (versionFile_.lookFirst())
-        guarded([&] { loadVersion(); });
+    if (libraryFile_.lookFirst())
+        guarded([&] { loadLibraryFile(); });
     if (faultsFile_.lookFirst())
-        guarded([&] { faults_.common->load(faultsFile_.path()); });
+        guarded([&] { gate_.commonFaults->load(faultsFile_.path()); });
 }
 
 Quillon::VersionInfo Installation::version() const
@@ -160,11 +176,12 @@ void Installation::watch()
 void Installation::look()
 {
     if (faultsFile_.hasChanged())
-        guarded([&] { faults_.common->load(faultsFile_.path()); });
-    if (versionFile_.hasChanged()) {
-        guarded([&] { loadVersion(); });
+        guarded([&] { gate_.commonFaults->load(faultsFile_.path()); });
+    bool isNoticeable = false;
+    if (libraryFile_.hasChanged())
+        guarded([&] { isNoticeable = loadLibraryFile(); });
+    if (isNoticeable)
         notify(Event::Changed);
-    }
     newPlaces();
     for (auto &[folder, place] : places_)
         lookAt(place);
@@ -190,7 +207,7 @@ std::vector<Installation::Place *> Installation::newPlaces()
 void Installation::lookAt(Place &place)
 {
     if (place.recorder && place.faults.hasChanged())
-        guarded([&] { place.recorder->faults().recorder->load(place.faults.path()); });
+        guarded([&] { place.recorder->gate().recorderFaults->load(place.faults.path()); });
     if (!place.description.hasChanged())
         return;
     if (!place.recorder) {
@@ -228,22 +245,30 @@ void Installation::makeRecorder(Place &place)
     if (!description)
         return;
     guarded([&] {
-        const FaultPlans faults{faults_.common, std::make_shared<FaultPlan>()};
+        const std::filesystem::path folder = place.description.path().parent_path();
+        CallGate gate = gate_;
+        gate.recorderFaults = std::make_shared<FaultPlan>();
+        gate.recorderName = nameOf(folder.filename());
         if (place.faults.lookFirst())
-            guarded([&] { faults.recorder->load(place.faults.path()); });
-        place.recorder = boost::make_shared<Recorder>(place.description.path().parent_path(),
-                                                      faults, *description);
+            guarded([&] { gate.recorderFaults->load(place.faults.path()); });
+        place.recorder = boost::make_shared<Recorder>(folder, gate, *description);
         const std::lock_guard lock(mutex_);
         recorders_.push_back(place.recorder);
     });
 }
 
-void Installation::loadVersion()
+bool Installation::loadLibraryFile()
 {
-    const Quillon::VersionInfo version =
-        versionFile_.exists() ? readVersion(versionFile_.path()) : kDefaultVersion;
+    const LibraryDescription description =
+        libraryFile_.exists() ? readLibraryDescription(libraryFile_.path()) : LibraryDescription();
+    if (std::exchange(callLog_, description.callLog) != description.callLog)
+        guarded([&] {
+            gate_.log->open(description.callLog.empty() ? description.callLog
+                                                        : folder_ / description.callLog);
+        });
     const std::lock_guard lock(mutex_);
-    version_ = version;
+    const auto before = numbersOf(std::exchange(version_, description.version));
+    return before != numbersOf(description.version);
 }
 
 void Installation::notify(Event event)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "fault_plan.h"
+#include "call_gate.h"
 #include "hardware/library/instance.h"
 #include "recorder.h"
 #include "watched_file.h"
@@ -38,7 +38,8 @@ public:
     Installation(const Installation &) = delete;
     Installation &operator=(const Installation &) = delete;
 
-    const FaultPlans &faults() const { return faults_; }
+    /// Of operations that belong to no recorder.
+    const CallGate &gate() const { return gate_; }
     Quillon::VersionInfo version() const;
 
     /// Finds the recorders and begins to watch.
@@ -72,15 +73,17 @@ private:
     /// As the place's file describes it now; none, after a report, when that is no good.
     std::optional<RecorderDescription> describe(const Place &place) const;
     void makeRecorder(Place &place);
-    void loadVersion();
+    /// True when a program can notice the change.
+    bool loadLibraryFile();
     void notify(Event event);
 
     const std::filesystem::path folder_;
-    const FaultPlans faults_;
+    const CallGate gate_;
 
     // Of the thread that watches, after the start.
-    WatchedFile versionFile_;
+    WatchedFile libraryFile_;
     WatchedFile faultsFile_;
+    std::filesystem::path callLog_;
     std::map<std::filesystem::path, Place> places_;
 
     mutable std::mutex mutex_;
@@ -99,7 +102,7 @@ private:
     std::thread thread_;
 };
 
-/// The faults of the library as it was started last; none before that.
-FaultPlans libraryFaults();
+/// The gate of the library as it was started last; an open one before that.
+CallGate libraryGate();
 
 } // namespace simulator

@@ -48,11 +48,11 @@ Installation &newInstallation()
 }
 
 /// Empty when a fault wants it.
-std::shared_ptr<Session> startSession()
+std::shared_ptr<Session> startSession(const Quillon::String &name, bool flag, Quillon::Scope scope)
 {
     const auto running = runningSession();
     Installation &installation = running ? running->installation() : newInstallation();
-    if (installation.faults().empties("Instance::initialize"))
+    if (installation.gate().empties("Instance::initialize", name, flag, uint32_t(scope)))
         return nullptr;
 
     const std::lock_guard lock(library().startMutex);
@@ -66,29 +66,31 @@ std::shared_ptr<Session> startSession()
 
 } // namespace
 
-FaultPlans libraryFaults()
+CallGate libraryGate()
 {
     const std::lock_guard lock(library().mutex);
     const auto &all = library().installations;
-    return all.empty() ? FaultPlans() : all.back()->faults();
+    return all.empty() ? CallGate() : all.back()->gate();
 }
 
 } // namespace simulator
 
 namespace Quillon {
 
-boost::shared_ptr<Instance> Instance::initialize(const String &, bool, Scope)
+boost::shared_ptr<Instance> Instance::initialize(const String &name, bool flag, Scope scope)
 {
-    const auto session = simulator::startSession();
+    const auto session = simulator::startSession(name, flag, scope);
     if (!session)
         return {};
     return boost::make_shared<simulator::RunningInstance>(session);
 }
 
-boost::shared_ptr<DeviceCollection> Instance::deviceCollection(HostInterfaceType interfaces, bool)
+boost::shared_ptr<DeviceCollection> Instance::deviceCollection(HostInterfaceType interfaces,
+                                                               bool flag)
 {
     const auto &session = static_cast<simulator::RunningInstance &>(*this).session;
-    if (session->installation().faults().empties("Instance::deviceCollection"))
+    if (session->installation().gate().empties("Instance::deviceCollection", uint32_t(interfaces),
+                                               flag))
         return {};
     return boost::make_shared<simulator::DeviceList>(session, uint32_t(interfaces));
 }
@@ -96,7 +98,7 @@ boost::shared_ptr<DeviceCollection> Instance::deviceCollection(HostInterfaceType
 VersionInfo Instance::version()
 {
     const auto &session = static_cast<simulator::RunningInstance &>(*this).session;
-    if (session->installation().faults().empties("Instance::version"))
+    if (session->installation().gate().empties("Instance::version"))
         return {};
     return session->installation().version();
 }

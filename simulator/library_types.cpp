@@ -245,7 +245,7 @@ void *Buffer::ptr(uint64_t offset)
 
 uint64_t TimestampHelper::universalTime()
 {
-    if (simulator::libraryFaults().empties("TimestampHelper::universalTime"))
+    if (simulator::libraryGate().empties("TimestampHelper::universalTime"))
         return 0;
     using Ticks = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
     constexpr uint64_t until1970 = 116'444'736'000'000'000; // from 1601

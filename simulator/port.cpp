@@ -2,8 +2,8 @@
 
 #include "data_descriptor.h"
 #include "frame.h"
+#include "operation.h"
 #include "picture.h"
-#include "recorder.h"
 #include "recording.h"
 #include "serial_channel.h"
 
@@ -28,6 +28,11 @@ Common::Buffer &required(const boost::shared_ptr<Common::Buffer> &data)
 
 } // namespace
 
+std::string spelled(const Quillon::Port &port)
+{
+    return spelled(static_cast<const Port &>(port).description().name.c_str());
+}
+
 Port::Port(Recorder &recorder, uint32_t index, const PortDescription &description)
     : recorder_(recorder), index_(index), camera_(description),
       serial_(boost::make_shared<SerialChannel>(recorder, *this)), description_(description)
@@ -38,25 +43,22 @@ Port::~Port() = default;
 
 Quillon::String Port::name()
 {
-    if (recorder_.faults().empties("Port::name"))
+    if (isEmptied(recorder_, "Port::name", *this))
         return {};
-    recorder_.requireConnected();
     return description().name.c_str();
 }
 
 bool Port::isCameraDetected()
 {
-    if (recorder_.faults().empties("Port::isCameraDetected"))
+    if (isEmptied(recorder_, "Port::isCameraDetected", *this))
         return false;
-    recorder_.requireConnected();
     return camera_.isPresent();
 }
 
 void Port::setDataDescriptor(const boost::shared_ptr<Quillon::DataDescriptor> &descriptor)
 {
-    if (recorder_.faults().empties("Port::setDataDescriptor"))
+    if (isEmptied(recorder_, "Port::setDataDescriptor", *this, descriptor))
         return;
-    recorder_.requireConnected();
     if (!descriptor)
         throw Common::GeneralException("There is no data descriptor.");
     const auto &fields = static_cast<const DataDescriptor &>(*descriptor);
@@ -64,11 +66,10 @@ void Port::setDataDescriptor(const boost::shared_ptr<Quillon::DataDescriptor> &d
     declared_ = {fields.width(), fields.height()};
 }
 
-void Port::startGrab(const Quillon::GrabOptions &, uint32_t)
+void Port::startGrab(const Quillon::GrabOptions &options, uint32_t flags)
 {
-    if (recorder_.faults().empties("Port::startGrab"))
+    if (isEmptied(recorder_, "Port::startGrab", *this, options, flags))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     grabbing_ = true;
     interrupted_ = false;
@@ -77,9 +78,8 @@ void Port::startGrab(const Quillon::GrabOptions &, uint32_t)
 
 void Port::stopGrab()
 {
-    if (recorder_.faults().empties("Port::stopGrab"))
+    if (isEmptied(recorder_, "Port::stopGrab", *this))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     grabbing_ = false;
     ++interruptions_;
@@ -88,20 +88,18 @@ void Port::stopGrab()
 
 bool Port::isGrabbing()
 {
-    if (recorder_.faults().empties("Port::isGrabbing"))
+    if (isEmptied(recorder_, "Port::isGrabbing", *this))
         return false;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     return grabbing_;
 }
 
-void Port::grab(boost::shared_ptr<Common::Frame> &frame, uint32_t timeLimit, bool, bool, bool, bool,
-                bool)
+void Port::grab(boost::shared_ptr<Common::Frame> &frame, uint32_t timeLimit, bool first,
+                bool second, bool third, bool fourth, bool fifth)
 {
     frame.reset();
-    if (recorder_.faults().empties("Port::grab"))
+    if (isEmptied(recorder_, "Port::grab", *this, timeLimit, first, second, third, fourth, fifth))
         return;
-    recorder_.requireConnected();
     if (const auto tick = awaitFrame(std::chrono::milliseconds(timeLimit)))
         frame = takePicture(tick->number);
 }
@@ -153,9 +151,8 @@ boost::shared_ptr<Common::Frame> Port::takePicture(uint64_t number) const
 
 void Port::interruptGrab()
 {
-    if (recorder_.faults().empties("Port::interruptGrab"))
+    if (isEmptied(recorder_, "Port::interruptGrab", *this))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     interrupted_ = true;
     ++interruptions_;
@@ -164,17 +161,15 @@ void Port::interruptGrab()
 
 bool Port::hasSerial()
 {
-    if (recorder_.faults().empties("Port::hasSerial"))
+    if (isEmptied(recorder_, "Port::hasSerial", *this))
         return false;
-    recorder_.requireConnected();
     return description().hasSerial;
 }
 
 boost::shared_ptr<Quillon::SerialPort> Port::serial()
 {
-    if (recorder_.faults().empties("Port::serial"))
+    if (isEmptied(recorder_, "Port::serial", *this))
         return {};
-    recorder_.requireConnected();
     if (!description().hasSerial)
         throw Common::GeneralException("The port has no serial channel.");
     return serial_;
@@ -182,52 +177,48 @@ boost::shared_ptr<Quillon::SerialPort> Port::serial()
 
 double Port::measuredFrameRate()
 {
-    if (recorder_.faults().empties("Port::measuredFrameRate"))
+    if (isEmptied(recorder_, "Port::measuredFrameRate", *this))
         return 0;
-    recorder_.requireConnected();
     return camera_.frameRate();
 }
 
 uint32_t Port::linkMode()
 {
-    if (recorder_.faults().empties("Port::linkMode"))
+    if (isEmptied(recorder_, "Port::linkMode", *this))
         return 0;
-    recorder_.requireConnected();
     return description().linkMode;
 }
 
-void Port::writeMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t address, uint32_t)
+void Port::writeMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t address,
+                       uint32_t flags)
 {
-    if (recorder_.faults().empties("Port::writeMemory"))
+    if (isEmptied(recorder_, "Port::writeMemory", *this, Content{data}, Address{address}, flags))
         return;
-    recorder_.requireConnected();
     Common::Buffer &buffer = required(data);
     camera_.writeMemory(address, buffer.data(), buffer.size());
     cameraChanged();
 }
 
-void Port::readMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t address, uint32_t)
+void Port::readMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t address,
+                      uint32_t flags)
 {
-    if (recorder_.faults().empties("Port::readMemory"))
+    if (isEmptied(recorder_, "Port::readMemory", *this, data, Address{address}, flags))
         return;
-    recorder_.requireConnected();
     Common::Buffer &buffer = required(data);
     camera_.readMemory(address, buffer.data(), buffer.size());
 }
 
 bool Port::hasBitDepthSetting()
 {
-    if (recorder_.faults().empties("Port::hasBitDepthSetting"))
+    if (isEmptied(recorder_, "Port::hasBitDepthSetting", *this))
         return false;
-    recorder_.requireConnected();
     return description().hasBitDepthSetting;
 }
 
 void Port::setBitDepth(uint32_t bits)
 {
-    if (recorder_.faults().empties("Port::setBitDepth"))
+    if (isEmptied(recorder_, "Port::setBitDepth", *this, bits))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     if (!description_.hasBitDepthSetting)
         throw Common::GeneralException("The port has no bit depth setting.");
@@ -238,17 +229,15 @@ void Port::setBitDepth(uint32_t bits)
 
 bool Port::hasPackingSetting()
 {
-    if (recorder_.faults().empties("Port::hasPackingSetting"))
+    if (isEmptied(recorder_, "Port::hasPackingSetting", *this))
         return false;
-    recorder_.requireConnected();
     return description().hasPackingSetting;
 }
 
 void Port::setPacking(uint32_t packing)
 {
-    if (recorder_.faults().empties("Port::setPacking"))
+    if (isEmptied(recorder_, "Port::setPacking", *this, packing))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     if (!description_.hasPackingSetting)
         throw Common::GeneralException("The port has no packing setting.");

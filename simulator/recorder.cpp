@@ -1,6 +1,7 @@
 #include "recorder.h"
 
 #include "hardware/library/common.h"
+#include "operation.h"
 #include "port.h"
 #include "recording.h"
 #include "storage/drive_storage.h"
@@ -25,8 +26,8 @@ PortDescription emptyPort(const PortDescription &before)
 
 } // namespace
 
-Recorder::Recorder(std::filesystem::path folder, FaultPlans faults, RecorderDescription description)
-    : folder_(std::move(folder)), faults_(std::move(faults)),
+Recorder::Recorder(std::filesystem::path folder, CallGate gate, RecorderDescription description)
+    : folder_(std::move(folder)), gate_(std::move(gate)),
       description_(std::make_shared<RecorderDescription>(std::move(description)))
 {
     for (const PortDescription &port : description_->ports)
@@ -40,75 +41,69 @@ Recorder::~Recorder() = default;
 
 uint32_t Recorder::kind()
 {
-    return !faults_.empties("Device::kind") && description()->isVirtual ? 1 : 0;
+    return !gate_.empties("Device::kind") && description()->isVirtual ? 1 : 0;
 }
 
 Quillon::String Recorder::name()
 {
-    if (faults_.empties("Device::name"))
+    if (gate_.empties("Device::name"))
         return {};
     return description()->name.c_str();
 }
 
 Quillon::String Recorder::altName()
 {
-    if (faults_.empties("Device::altName"))
+    if (gate_.empties("Device::altName"))
         return {};
     return description()->alternativeName.c_str();
 }
 
 uint32_t Recorder::connectionState()
 {
-    return faults_.empties("Device::connectionState") || isConnected() ? 0 : 1;
+    return gate_.empties("Device::connectionState") || isConnected() ? 0 : 1;
 }
 
-boost::shared_ptr<Quillon::HardwareInfo> Recorder::hardwareInfo(uint32_t)
+boost::shared_ptr<Quillon::HardwareInfo> Recorder::hardwareInfo(uint32_t flags)
 {
-    if (faults_.empties("Device::hardwareInfo"))
+    if (isEmptied(*this, "Device::hardwareInfo", flags))
         return {};
-    requireConnected();
     const auto info = boost::make_shared<Quillon::HardwareInfo>();
     info->deviceType = description()->deviceType;
     return info;
 }
 
-boost::shared_ptr<Quillon::Storage> Recorder::storage(uint32_t)
+boost::shared_ptr<Quillon::Storage> Recorder::storage(uint32_t flags)
 {
-    if (faults_.empties("Device::storage"))
+    if (isEmptied(*this, "Device::storage", flags))
         return {};
-    requireConnected();
     return storage_;
 }
 
 uint32_t Recorder::portCount()
 {
-    if (faults_.empties("Device::portCount"))
+    if (isEmptied(*this, "Device::portCount"))
         return 0;
-    requireConnected();
     return uint32_t(description()->ports.size());
 }
 
 boost::shared_ptr<Quillon::Port> Recorder::port(uint32_t index)
 {
-    if (faults_.empties("Device::port"))
+    if (isEmptied(*this, "Device::port", index))
         return {};
-    requireConnected();
     return portAt(index);
 }
 
 boost::shared_ptr<Quillon::TriggerBank> Recorder::triggerBank()
 {
-    if (faults_.empties("Device::triggerBank"))
+    if (isEmptied(*this, "Device::triggerBank"))
         return {};
-    requireConnected();
     return triggers_;
 }
 
 boost::shared_ptr<Quillon::Record> Recorder::record()
 {
-    if (faults_.empties("Device::record"))
+    if (isEmptied(*this, "Device::record"))
         return {};
-    requireConnected();
     return recording_;
 }
 

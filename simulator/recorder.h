@@ -1,7 +1,7 @@
 #pragma once
 
+#include "call_gate.h"
 #include "description.h"
-#include "fault_plan.h"
 #include "hardware/library/device.h"
 
 #include <atomic>
@@ -23,7 +23,7 @@ class Recorder final : public Quillon::Device
 {
 public:
     /// \a folder holds its recorder.conf and its drive sets.
-    Recorder(std::filesystem::path folder, FaultPlans faults, RecorderDescription description);
+    Recorder(std::filesystem::path folder, CallGate gate, RecorderDescription description);
     Recorder(const Recorder &) = delete;
     Recorder &operator=(const Recorder &) = delete;
     virtual ~Recorder();
@@ -40,7 +40,7 @@ public:
     boost::shared_ptr<Quillon::Record> record() override;
 
     const std::filesystem::path &folder() const { return folder_; }
-    const FaultPlans &faults() const { return faults_; }
+    const CallGate &gate() const { return gate_; }
     /// As it is now; later changes make another one.
     std::shared_ptr<const RecorderDescription> description() const;
 
@@ -59,7 +59,7 @@ public:
 
 private:
     const std::filesystem::path folder_;
-    const FaultPlans faults_;
+    const CallGate gate_;
 
     mutable std::mutex mutex_;
     std::shared_ptr<const RecorderDescription> description_;

@@ -14,9 +14,10 @@ Recording::Recording(Recorder &recorder) : recorder_(recorder) {}
 Recording::~Recording() = default;
 
 uint32_t Recording::addPort(const boost::shared_ptr<Quillon::Port> &port, uint64_t timestamp,
-                            uint32_t, const std::optional<uint64_t> &, const Quillon::String &)
+                            uint32_t portNumber, const std::optional<uint64_t> &limit,
+                            const Quillon::String &label)
 {
-    if (isEmptied(recorder_, "Record::addPort"))
+    if (isEmptied(recorder_, "Record::addPort", port, timestamp, portNumber, limit, label))
         return 0;
     const auto ours = portOf(port);
     const std::lock_guard lock(mutex_);
@@ -27,9 +28,9 @@ uint32_t Recording::addPort(const boost::shared_ptr<Quillon::Port> &port, uint64
     return slot.streamId;
 }
 
-void Recording::start(uint32_t)
+void Recording::start(uint32_t flags)
 {
-    if (isEmptied(recorder_, "Record::start"))
+    if (isEmptied(recorder_, "Record::start", flags))
         return;
     const std::lock_guard order(order_);
     const std::vector<Slot> slots = comingSlots();
@@ -42,9 +43,9 @@ void Recording::start(uint32_t)
     launch(slots, makeWriters(slots));
 }
 
-uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &port, uint32_t)
+uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &port, uint32_t flags)
 {
-    if (isEmptied(recorder_, "Record::stopPort"))
+    if (isEmptied(recorder_, "Record::stopPort", port, flags))
         return 0;
     const uint32_t index = portOf(port)->index();
     const std::lock_guard order(order_);
@@ -67,7 +68,7 @@ uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &port, uint3
 boost::shared_ptr<Quillon::Record::Status>
 Recording::status(const boost::shared_ptr<Quillon::Port> &port)
 {
-    if (isEmptied(recorder_, "Record::status"))
+    if (isEmptied(recorder_, "Record::status", port))
         return {};
     const uint32_t index = portOf(port)->index();
     auto status = boost::make_shared<Status>();
@@ -82,7 +83,7 @@ Recording::status(const boost::shared_ptr<Quillon::Port> &port)
 void Recording::attachDriveSet(const boost::shared_ptr<Quillon::DriveSet> &set,
                                const boost::shared_ptr<Quillon::Port> &port)
 {
-    if (isEmptied(recorder_, "Record::attachDriveSet"))
+    if (isEmptied(recorder_, "Record::attachDriveSet", set, port))
         return;
     const auto ours = portOf(port);
     const auto *driveSet = dynamic_cast<const DriveSet *>(set.get());
@@ -94,7 +95,7 @@ void Recording::attachDriveSet(const boost::shared_ptr<Quillon::DriveSet> &set,
 
 void Recording::detachPort(const boost::shared_ptr<Quillon::Port> &port)
 {
-    if (isEmptied(recorder_, "Record::detachPort"))
+    if (isEmptied(recorder_, "Record::detachPort", port))
         return;
     const auto ours = portOf(port);
     const std::lock_guard lock(mutex_);

@@ -1,7 +1,7 @@
 #include "serial_channel.h"
 
+#include "operation.h"
 #include "port.h"
-#include "recorder.h"
 
 #include <chrono>
 #include <cstring>
@@ -26,30 +26,27 @@ SerialChannel::~SerialChannel() = default;
 
 void SerialChannel::send(const boost::shared_ptr<Common::Buffer> &data)
 {
-    if (recorder_.faults().empties("SerialPort::send"))
+    if (isEmptied(recorder_, "SerialPort::send", port_, Content{data}))
         return;
-    recorder_.requireConnected();
     if (!data)
         throw Common::GeneralException("There is no buffer.");
     for (const std::string &line : takeLines(static_cast<const char *>(data->data()), data->size()))
         append(answerTo(line));
 }
 
-void SerialChannel::clear(uint32_t)
+void SerialChannel::clear(uint32_t flags)
 {
-    if (recorder_.faults().empties("SerialPort::clear"))
+    if (isEmptied(recorder_, "SerialPort::clear", port_, flags))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     state_.answer.clear();
 }
 
 bool SerialChannel::receive(const boost::shared_ptr<Common::Buffer> &data, uint32_t timeLimit,
-                            const Quillon::String &)
+                            const Quillon::String &terminator)
 {
-    if (recorder_.faults().empties("SerialPort::receive"))
+    if (isEmptied(recorder_, "SerialPort::receive", port_, data, timeLimit, terminator))
         return false;
-    recorder_.requireConnected();
     if (!data)
         throw Common::GeneralException("There is no buffer.");
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeLimit);
@@ -65,9 +62,8 @@ bool SerialChannel::receive(const boost::shared_ptr<Common::Buffer> &data, uint3
 
 void SerialChannel::setEnabled(bool enabled)
 {
-    if (recorder_.faults().empties("SerialPort::setEnabled"))
+    if (isEmptied(recorder_, "SerialPort::setEnabled", port_, enabled))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     state_.enabled = enabled;
     changed_.notify_all();
@@ -75,63 +71,56 @@ void SerialChannel::setEnabled(bool enabled)
 
 bool SerialChannel::isEnabled()
 {
-    if (recorder_.faults().empties("SerialPort::isEnabled"))
+    if (isEmptied(recorder_, "SerialPort::isEnabled", port_))
         return false;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     return state_.enabled;
 }
 
 void SerialChannel::setBaudRate(uint32_t rate)
 {
-    if (recorder_.faults().empties("SerialPort::setBaudRate"))
+    if (isEmptied(recorder_, "SerialPort::setBaudRate", port_, rate))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     state_.baudRate = rate;
 }
 
 uint32_t SerialChannel::baudRate()
 {
-    if (recorder_.faults().empties("SerialPort::baudRate"))
+    if (isEmptied(recorder_, "SerialPort::baudRate", port_))
         return 0;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     return state_.baudRate;
 }
 
 void SerialChannel::setStopBits(uint8_t bits)
 {
-    if (recorder_.faults().empties("SerialPort::setStopBits"))
+    if (isEmptied(recorder_, "SerialPort::setStopBits", port_, bits))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     state_.stopBits = bits;
 }
 
 void SerialChannel::setParity(uint8_t parity)
 {
-    if (recorder_.faults().empties("SerialPort::setParity"))
+    if (isEmptied(recorder_, "SerialPort::setParity", port_, parity))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     state_.parity = parity;
 }
 
 void SerialChannel::setWatermark(uint32_t watermark)
 {
-    if (recorder_.faults().empties("SerialPort::setWatermark"))
+    if (isEmptied(recorder_, "SerialPort::setWatermark", port_, watermark))
         return;
-    recorder_.requireConnected();
     const std::lock_guard lock(mutex_);
     state_.watermark = watermark;
 }
 
 uint32_t SerialChannel::watermarkLimit()
 {
-    if (recorder_.faults().empties("SerialPort::watermarkLimit"))
+    if (isEmptied(recorder_, "SerialPort::watermarkLimit", port_))
         return 0;
-    recorder_.requireConnected();
     return kMostWatermark;
 }
 

@@ -51,6 +51,11 @@ std::string nameOf(const std::filesystem::path &path)
     return std::string(name.begin(), name.end());
 }
 
+std::filesystem::path pathOf(const std::string &name)
+{
+    return reinterpret_cast<const char8_t *>(name.c_str());
+}
+
 std::string trimmed(const std::string &text)
 {
     const size_t first = text.find_first_not_of(kBlanks);

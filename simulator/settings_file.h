@@ -10,6 +10,8 @@ namespace simulator {
 
 /// The path as UTF-8, for messages.
 std::string nameOf(const std::filesystem::path &path);
+/// The other way round.
+std::filesystem::path pathOf(const std::string &name);
 
 /// Without the blanks around it.
 std::string trimmed(const std::string &text);

@@ -48,7 +48,7 @@ public:
 
     void set(const Quillon::ParameterValue &value) override
     {
-        if (isEmptied(recorder_, "Parameter::set"))
+        if (isEmptied(recorder_, "Parameter::set", setting_.name, value))
             return;
         if (value.tag() != setting_.tag)
             raiseError(std::string("A value of another type for \"") + setting_.name + "\".");
@@ -70,6 +70,8 @@ public:
     void connectInput(const boost::shared_ptr<Quillon::TriggerElement> &source, uint32_t input,
                       bool variant) override;
 
+    uint32_t kind() const { return kind_; }
+
 private:
     Recorder &recorder_;
     const uint32_t kind_;
@@ -77,7 +79,7 @@ private:
 
 boost::shared_ptr<Quillon::Parameter> Element::parameter(const Quillon::String &name)
 {
-    if (isEmptied(recorder_, "TriggerElement::parameter"))
+    if (isEmptied(recorder_, "TriggerElement::parameter", *this, name))
         return {};
     for (const Setting &setting : kSettings) {
         if (kind_ == RecordControlElement && std::string(setting.name) == name.c_str())
@@ -89,22 +91,27 @@ boost::shared_ptr<Quillon::Parameter> Element::parameter(const Quillon::String &
 void Element::connectInput(const boost::shared_ptr<Quillon::TriggerElement> &source, uint32_t input,
                            bool variant)
 {
-    if (isEmptied(recorder_, "TriggerElement::connectInput"))
+    if (isEmptied(recorder_, "TriggerElement::connectInput", *this, source, input, variant))
         return;
     if (kind_ != RecordControlElement || input > 1)
         raiseError("There is no input " + std::to_string(input) + ".");
     const auto *element = dynamic_cast<const Element *>(source.get());
-    if (!element || element->kind_ == RecordControlElement)
+    if (!element || element->kind() == RecordControlElement)
         raiseError("That is no source.");
     TriggerInput connection;
     connection.source =
-        element->kind_ == ExternalInput ? TriggerSource::External : TriggerSource::Software;
+        element->kind() == ExternalInput ? TriggerSource::External : TriggerSource::Software;
     connection.falling = variant;
     recorder_.triggers().connect(
         input == 0 ? &RecordControl::startInput : &RecordControl::stopInput, connection);
 }
 
 } // namespace
+
+std::string spelled(const Quillon::TriggerElement &element)
+{
+    return "element " + std::to_string(static_cast<const Element &>(element).kind());
+}
 
 bool TriggerInput::isFiredBy(TriggerSource from, bool high) const
 {
@@ -117,7 +124,7 @@ TriggerNetwork::~TriggerNetwork() = default;
 
 boost::shared_ptr<Quillon::TriggerElement> TriggerNetwork::element(uint32_t kind, uint32_t index)
 {
-    if (isEmptied(recorder_, "TriggerBank::element"))
+    if (isEmptied(recorder_, "TriggerBank::element", kind, index))
         return {};
     const bool isKnown =
         kind == SoftwareSource || kind == ExternalInput || kind == RecordControlElement;

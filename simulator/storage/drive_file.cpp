@@ -14,16 +14,16 @@ DriveFile::DriveFile(Recorder &recorder, std::shared_ptr<FileTable> table, uint3
 {
 }
 
-boost::shared_ptr<Quillon::DriveSet> DriveFile::driveSet(bool)
+boost::shared_ptr<Quillon::DriveSet> DriveFile::driveSet(bool flag)
 {
-    if (isEmptied(recorder_, "DriveFile::driveSet"))
+    if (isEmptied(recorder_, "DriveFile::driveSet", Numbered{"file", fileId_}, flag))
         return {};
     return boost::make_shared<DriveSet>(recorder_, table_);
 }
 
 boost::shared_ptr<Quillon::DriveFileInfo> DriveFile::info()
 {
-    if (isEmptied(recorder_, "DriveFile::info"))
+    if (isEmptied(recorder_, "DriveFile::info", Numbered{"file", fileId_}))
         return {};
     auto info = boost::make_shared<Quillon::DriveFileInfo>();
     info->clusterBytes = table_->clusterBytes();
@@ -32,14 +32,14 @@ boost::shared_ptr<Quillon::DriveFileInfo> DriveFile::info()
 
 boost::shared_ptr<Common::Buffer> DriveFile::readMetadata()
 {
-    if (isEmptied(recorder_, "DriveFile::readMetadata"))
+    if (isEmptied(recorder_, "DriveFile::readMetadata", Numbered{"file", fileId_}))
         return {};
     return table_->readMetadata(fileId_);
 }
 
 void DriveFile::writeMetadata(const boost::shared_ptr<Common::Buffer> &block)
 {
-    if (isEmptied(recorder_, "DriveFile::writeMetadata"))
+    if (isEmptied(recorder_, "DriveFile::writeMetadata", Numbered{"file", fileId_}, Content{block}))
         return;
     if (!block)
         raiseError("There is no block to write.");
@@ -48,12 +48,14 @@ void DriveFile::writeMetadata(const boost::shared_ptr<Common::Buffer> &block)
 
 uint32_t DriveFile::metadataCapacity()
 {
-    return isEmptied(recorder_, "DriveFile::metadataCapacity") ? 0 : table_->metadataBytes();
+    return isEmptied(recorder_, "DriveFile::metadataCapacity", Numbered{"file", fileId_})
+               ? 0
+               : table_->metadataBytes();
 }
 
-void DriveFile::readBlock(const boost::shared_ptr<Common::Buffer> &block, uint32_t)
+void DriveFile::readBlock(const boost::shared_ptr<Common::Buffer> &block, uint32_t flags)
 {
-    if (isEmptied(recorder_, "DriveFile::readBlock"))
+    if (isEmptied(recorder_, "DriveFile::readBlock", Numbered{"file", fileId_}, block, flags))
         return;
     requireBlock(block);
     const std::lock_guard lock(mutex_);
@@ -63,7 +65,7 @@ void DriveFile::readBlock(const boost::shared_ptr<Common::Buffer> &block, uint32
 
 void DriveFile::writeBlock(const boost::shared_ptr<Common::Buffer> &block)
 {
-    if (isEmptied(recorder_, "DriveFile::writeBlock"))
+    if (isEmptied(recorder_, "DriveFile::writeBlock", Numbered{"file", fileId_}, Content{block}))
         return;
     requireBlock(block);
     const std::lock_guard lock(mutex_);
@@ -80,26 +82,28 @@ void DriveFile::requireBlock(const boost::shared_ptr<Common::Buffer> &block) con
 
 uint32_t DriveFile::streamCount()
 {
-    if (isEmptied(recorder_, "DriveFile::streamCount"))
+    if (isEmptied(recorder_, "DriveFile::streamCount", Numbered{"file", fileId_}))
         return 0;
     return static_cast<uint32_t>(table_->file(fileId_).streams.size());
 }
 
 boost::shared_ptr<Quillon::RecordedStream> DriveFile::streamByIndex(uint32_t index)
 {
-    if (isEmptied(recorder_, "DriveFile::streamByIndex"))
+    if (isEmptied(recorder_, "DriveFile::streamByIndex", Numbered{"file", fileId_}, index))
         return {};
     return makeStream(streamAt(index));
 }
 
 uint32_t DriveFile::streamIdByIndex(uint32_t index)
 {
-    return isEmptied(recorder_, "DriveFile::streamIdByIndex") ? 0 : streamAt(index).id;
+    return isEmptied(recorder_, "DriveFile::streamIdByIndex", Numbered{"file", fileId_}, index)
+               ? 0
+               : streamAt(index).id;
 }
 
 boost::shared_ptr<Quillon::RecordedStream> DriveFile::streamById(uint32_t streamId)
 {
-    if (isEmptied(recorder_, "DriveFile::streamById"))
+    if (isEmptied(recorder_, "DriveFile::streamById", Numbered{"file", fileId_}, streamId))
         return {};
     return makeStream(table_->stream(fileId_, streamId));
 }

@@ -55,6 +55,11 @@ private:
 
 } // namespace
 
+std::string spelled(const Quillon::DriveSet &set)
+{
+    return "set " + static_cast<const DriveSet &>(set).table()->name();
+}
+
 DriveSet::DriveSet(Recorder &recorder, std::shared_ptr<FileTable> table)
     : recorder_(recorder), table_(std::move(table))
 {
@@ -62,14 +67,14 @@ DriveSet::DriveSet(Recorder &recorder, std::shared_ptr<FileTable> table)
 
 boost::shared_ptr<Quillon::DriveSet::Info> DriveSet::info()
 {
-    if (isEmptied(recorder_, "DriveSet::info"))
+    if (isEmptied(recorder_, "DriveSet::info", *this))
         return {};
     return boost::make_shared<SetInfo>(recorder_, table_->clusterBytes());
 }
 
 boost::shared_ptr<Quillon::DriveFile> DriveSet::openFile(uint32_t fileId)
 {
-    if (isEmptied(recorder_, "DriveSet::openFile"))
+    if (isEmptied(recorder_, "DriveSet::openFile", *this, fileId))
         return {};
     table_->requireFile(fileId);
     return boost::make_shared<DriveFile>(recorder_, table_, fileId);
@@ -78,7 +83,7 @@ boost::shared_ptr<Quillon::DriveFile> DriveSet::openFile(uint32_t fileId)
 Quillon::Vector<uint32_t> DriveSet::fileIds()
 {
     Quillon::Vector<uint32_t> ids;
-    if (isEmptied(recorder_, "DriveSet::fileIds"))
+    if (isEmptied(recorder_, "DriveSet::fileIds", *this))
         return ids;
     for (const uint32_t id : table_->listedIds())
         ids.append(id);
@@ -87,17 +92,17 @@ Quillon::Vector<uint32_t> DriveSet::fileIds()
 
 uint32_t DriveSet::findFile(const Quillon::String &name)
 {
-    return isEmptied(recorder_, "DriveSet::findFile") ? 0 : table_->find(name.c_str());
+    return isEmptied(recorder_, "DriveSet::findFile", *this, name) ? 0 : table_->find(name.c_str());
 }
 
 uint32_t DriveSet::incompleteFileId()
 {
-    return isEmptied(recorder_, "DriveSet::incompleteFileId") ? 0 : table_->incompleteId();
+    return isEmptied(recorder_, "DriveSet::incompleteFileId", *this) ? 0 : table_->incompleteId();
 }
 
 boost::shared_ptr<Quillon::DriveFileEntry> DriveSet::fileEntry(uint32_t fileId)
 {
-    if (isEmptied(recorder_, "DriveSet::fileEntry"))
+    if (isEmptied(recorder_, "DriveSet::fileEntry", *this, fileId))
         return {};
     auto entry = boost::make_shared<Quillon::DriveFileEntry>();
     entry->sizeClusters = table_->file(fileId).stripes();
@@ -107,20 +112,20 @@ boost::shared_ptr<Quillon::DriveFileEntry> DriveSet::fileEntry(uint32_t fileId)
 uint32_t DriveSet::createFile(const Quillon::String &name, uint64_t sizeClusters,
                               uint64_t timestamp)
 {
-    if (isEmptied(recorder_, "DriveSet::createFile"))
+    if (isEmptied(recorder_, "DriveSet::createFile", *this, name, sizeClusters, timestamp))
         return 0;
     return table_->createNamed(name.c_str(), sizeClusters, timestamp);
 }
 
 void DriveSet::removeFile(uint32_t fileId)
 {
-    if (!isEmptied(recorder_, "DriveSet::removeFile"))
+    if (!isEmptied(recorder_, "DriveSet::removeFile", *this, fileId))
         table_->removeFile(fileId);
 }
 
 boost::shared_ptr<Quillon::Recovery> DriveSet::recover(uint32_t fileId)
 {
-    if (isEmptied(recorder_, "DriveSet::recover"))
+    if (isEmptied(recorder_, "DriveSet::recover", *this, fileId))
         return {};
     if (!table_->isIncomplete(fileId))
         raiseError("File " + std::to_string(fileId) + " is not incomplete.");
@@ -129,9 +134,9 @@ boost::shared_ptr<Quillon::Recovery> DriveSet::recover(uint32_t fileId)
     return repair;
 }
 
-boost::shared_ptr<Quillon::DriveSet::CapacityInfo> DriveSet::capacityInfo(bool)
+boost::shared_ptr<Quillon::DriveSet::CapacityInfo> DriveSet::capacityInfo(bool flag)
 {
-    if (isEmptied(recorder_, "DriveSet::capacityInfo"))
+    if (isEmptied(recorder_, "DriveSet::capacityInfo", *this, flag))
         return {};
     return boost::make_shared<SetCapacity>(recorder_, *table_);
 }
@@ -139,7 +144,7 @@ boost::shared_ptr<Quillon::DriveSet::CapacityInfo> DriveSet::capacityInfo(bool)
 Quillon::Vector<boost::shared_ptr<Quillon::Drive>> DriveSet::drives()
 {
     Quillon::Vector<boost::shared_ptr<Quillon::Drive>> drives;
-    if (isEmptied(recorder_, "DriveSet::drives"))
+    if (isEmptied(recorder_, "DriveSet::drives", *this))
         return drives;
     for (const uint32_t drive : table_->drives())
         drives.append(boost::make_shared<StorageDrive>(drive));

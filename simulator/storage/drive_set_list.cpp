@@ -11,7 +11,7 @@ namespace simulator {
 
 boost::shared_ptr<Quillon::DriveSet> DriveSetList::open(uint32_t id)
 {
-    if (isEmptied(recorder_, "DriveSetCollection::open"))
+    if (isEmptied(recorder_, "DriveSetCollection::open", id))
         return {};
     return boost::make_shared<DriveSet>(recorder_, storage_.openSet(id));
 }
@@ -28,7 +28,7 @@ Quillon::Vector<uint32_t> DriveSetList::ids()
 
 void DriveSetList::create(const boost::shared_ptr<Quillon::DriveSet::CreateParameters> &parameters)
 {
-    if (isEmptied(recorder_, "DriveSetCollection::create"))
+    if (isEmptied(recorder_, "DriveSetCollection::create", parameters))
         return;
     if (!parameters)
         raiseError("A drive set needs parameters.");
@@ -40,7 +40,7 @@ void DriveSetList::create(const boost::shared_ptr<Quillon::DriveSet::CreateParam
 
 void DriveSetList::remove(uint32_t id)
 {
-    if (!isEmptied(recorder_, "DriveSetCollection::remove"))
+    if (!isEmptied(recorder_, "DriveSetCollection::remove", id))
         storage_.removeSet(id);
 }
 

@@ -1,5 +1,6 @@
 #include "storage/drives.h"
 
+#include "installation.h"
 #include "operation.h"
 #include "raise.h"
 
@@ -18,6 +19,7 @@ Drive::PhysicalLocation::PhysicalLocation(const boost::shared_ptr<Drive> &drive)
 
 void DriveSet::Source::add(const Drive::PhysicalLocation &location)
 {
+    simulator::libraryGate().note("DriveSet::Source::add", location);
     drives_.insert(location);
 }
 
@@ -34,7 +36,7 @@ uint64_t DriveGroupList::size()
 
 boost::shared_ptr<Quillon::DriveGroup> DriveGroupList::group(uint64_t index)
 {
-    if (isEmptied(recorder_, "DriveGroupList::group"))
+    if (isEmptied(recorder_, "DriveGroupList::group", index))
         return {};
     const std::vector<uint32_t> counts = recorder_.description()->driveGroups;
     if (index >= counts.size())
@@ -51,7 +53,7 @@ uint64_t DriveGroup::size()
 
 boost::shared_ptr<Quillon::Drive> DriveGroup::drive(uint64_t index)
 {
-    if (isEmptied(recorder_, "DriveGroup::drive"))
+    if (isEmptied(recorder_, "DriveGroup::drive", index))
         return {};
     if (index >= count_)
         raiseError("There is no drive " + std::to_string(index) + " in its group.");

@@ -24,6 +24,9 @@ public:
     /// Reads what is there, and clears away what a process that died left half done.
     explicit FileTable(std::filesystem::path folder);
 
+    /// Of the set's folder.
+    std::string name() const { return folder_.filename().string(); }
+
     /// Removes the set with its files.
     void remove();
 

@@ -23,12 +23,17 @@ RecordedStream::RecordedStream(Recorder &recorder, std::shared_ptr<FileTable> ta
 
 Quillon::String RecordedStream::portName()
 {
-    return isEmptied(recorder_, "RecordedStream::portName") ? "" : portName_.c_str();
+    return isEmptied(recorder_, "RecordedStream::portName", Numbered{"file", fileId_},
+                     Numbered{"stream", streamId_})
+               ? ""
+               : portName_.c_str();
 }
 
-boost::shared_ptr<Quillon::FrameSequence> RecordedStream::frames(uint64_t, uint64_t, bool, bool)
+boost::shared_ptr<Quillon::FrameSequence> RecordedStream::frames(uint64_t first, uint64_t second,
+                                                                 bool third, bool fourth)
 {
-    if (isEmptied(recorder_, "RecordedStream::frames"))
+    if (isEmptied(recorder_, "RecordedStream::frames", Numbered{"file", fileId_},
+                  Numbered{"stream", streamId_}, first, second, third, fourth))
         return {};
     return boost::make_shared<FrameSequence>(recorder_, table_, fileId_, streamId_);
 }
@@ -41,7 +46,8 @@ FrameSequence::FrameSequence(Recorder &recorder, std::shared_ptr<FileTable> tabl
 
 boost::shared_ptr<Common::DataType> FrameSequence::dataType()
 {
-    if (isEmptied(recorder_, "FrameSequence::dataType"))
+    if (isEmptied(recorder_, "FrameSequence::dataType", Numbered{"file", fileId_},
+                  Numbered{"stream", streamId_}))
         return {};
     const StreamRecord stream = table_->stream(fileId_, streamId_);
     return makeDataType(stream.width, stream.height, kBitDepth);
@@ -49,16 +55,18 @@ boost::shared_ptr<Common::DataType> FrameSequence::dataType()
 
 uint64_t FrameSequence::frameCount()
 {
-    if (isEmptied(recorder_, "FrameSequence::frameCount"))
+    if (isEmptied(recorder_, "FrameSequence::frameCount", Numbered{"file", fileId_},
+                  Numbered{"stream", streamId_}))
         return 0;
     return table_->stream(fileId_, streamId_).frames;
 }
 
 void FrameSequence::readFrames(boost::shared_ptr<Common::Frame> &frame, const uint64_t &index,
-                               uint32_t)
+                               uint32_t count)
 {
     frame.reset();
-    if (isEmptied(recorder_, "FrameSequence::readFrames"))
+    if (isEmptied(recorder_, "FrameSequence::readFrames", Numbered{"file", fileId_},
+                  Numbered{"stream", streamId_}, index, count))
         return;
     const StreamRecord stream = table_->stream(fileId_, streamId_);
     if (index >= stream.frames)

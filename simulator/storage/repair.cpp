@@ -113,12 +113,12 @@ Repair::State Repair::state()
 
 bool Repair::isIn(State state, const char *operation)
 {
-    return !isEmptied(recorder_, operation) && this->state() == state;
+    return !isEmptied(recorder_, operation, Numbered{"file", fileId_}) && this->state() == state;
 }
 
 void Repair::cancel()
 {
-    if (isEmptied(recorder_, "Recovery::cancel"))
+    if (isEmptied(recorder_, "Recovery::cancel", Numbered{"file", fileId_}))
         return;
     const std::lock_guard lock(mutex_);
     if (state_ != State::Running)
@@ -129,7 +129,8 @@ void Repair::cancel()
 
 bool Repair::isFinished()
 {
-    return !isEmptied(recorder_, "Recovery::isFinished") && state() != State::Running;
+    return !isEmptied(recorder_, "Recovery::isFinished", Numbered{"file", fileId_}) &&
+           state() != State::Running;
 }
 
 bool Repair::isCancelled()
@@ -144,7 +145,7 @@ bool Repair::isSuccessful()
 
 Quillon::String Repair::errorText()
 {
-    if (isEmptied(recorder_, "Recovery::errorText"))
+    if (isEmptied(recorder_, "Recovery::errorText", Numbered{"file", fileId_}))
         return "";
     const std::lock_guard lock(mutex_);
     return errorText_.c_str();

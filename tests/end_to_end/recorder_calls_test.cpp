@@ -1,111 +1,168 @@
-// Each operation of the recorder library that a recording's start, its stop and a recovery need
-// raises once, at its first call and at later ones.
+// The calls of the recorder library that requests consist of. The files in calls/ tell them: each
+// line at the left edge is a step, with what belongs to it indented below.
+//
+//     describe NAME               a recorder as recorder.conf has it
+//     faults NAME                 those of faults.conf, on device 0
+//     only Port::.*               which of the calls count from now on
+//     said TEXT                   what the service has written by now has this line
+//     start, kill                 the service
+//     A 42 D portMask=1 ...       a line as Script plays it
+//
+// Below a step of the two latter kinds stand the calls since the step before; without any they
+// aren't compared, and "none" means that there are none. When the variable TAVU_RECORD_CALLS is set
+// the files are rewritten with the calls that were made, for "git diff" and an eye to judge.
 
 #include "harness/lab.h"
-#include "harness/scenario.h"
-#include "harness/surroundings.h"
 
+#include <algorithm>
+#include <cstdlib>
 #include <gtest/gtest.h>
-#include <sstream>
+#include <optional>
+#include <regex>
 
 namespace tavu::test {
 namespace {
 
-constexpr uint32_t kShares = 4; ///< of the operations, each a test
-
-constexpr const char *kOperations = R"(
-    Device::kind Device::hardwareInfo Device::storage Device::port Device::triggerBank
-    Device::record Port::isCameraDetected Port::isGrabbing Port::measuredFrameRate
-    Port::setDataDescriptor TriggerBank::element TriggerElement::parameter
-    TriggerElement::connectInput Parameter::set Record::addPort Record::start Record::stopPort
-    Record::status Storage::driveSets DriveSetCollection::open DriveSetCollection::ids
-    DriveSet::capacityInfo DriveSet::openFile DriveSet::findFile DriveSet::incompleteFileId
-    DriveSet::recover DriveSet::removeFile DriveFile::readMetadata DriveFile::writeMetadata
-    DriveFile::metadataCapacity DriveFile::writeBlock DriveFile::streamCount
-    DriveFile::streamByIndex DriveFile::streamIdByIndex DriveFile::streamById
-    RecordedStream::portName RecordedStream::frames FrameSequence::frameCount
-    FrameSequence::readFrames Recovery::isFinished Recovery::isSuccessful
-)";
-
-class RecorderCalls : public testing::TestWithParam<uint32_t>
+struct Step
 {
-protected:
-    RecorderCalls()
+    std::string head;  ///< or a comment
+    std::string below; ///< lines
+};
+
+std::vector<Step> readSteps(const std::string &path)
+{
+    std::vector<Step> steps;
+    std::istringstream stream(readLines(path));
+    for (std::string line; std::getline(stream, line);) {
+        if (line.empty() || line[0] != ' ')
+            steps.push_back({line, ""});
+        else
+            steps.back().below += line + '\n';
+    }
+    return steps;
+}
+
+class Player
+{
+public:
+    Player() { writeFile(lab_.file("library.conf"), "call log = calls.log"); }
+
+    /// Returns the calls, when the step has some.
+    std::string play(const Step &step)
     {
-        lab_.describe("bench", "device type = 15\nports = 1\ndrives = 2\ncluster size = 64K\n"
-                               "drive sets = 1\nrecovery time = 1\n[ports]\nframe rate = 1000\n");
-        service_.emplace(std::vector<std::string>{"noautoclose"}, lab_.path());
-        scenario_.doAll(client_.emplace());
+        if (prepare(step))
+            return step.below;
+        if (step.head == "kill") {
+            script_ = {};
+            service_->kill();
+        } else if (step.head == "start") {
+            if (service_)
+                service_->start();
+            else
+                service_.emplace(std::vector<std::string>{"noautoclose"}, lab_.path());
+            script_["A"];
+        } else {
+            script_.play(step.head);
+        }
+        const std::vector<std::string> calls = newCalls();
+        // Of a request that was made until it succeeded, the last attempt counts.
+        auto first = calls.begin();
+        if (step.head.find(" => ") != std::string::npos && !calls.empty())
+            first = std::find(calls.rbegin(), calls.rend(), calls[0]).base() - 1;
+        return step.below.empty() ? "" : spelled({first, calls.end()});
     }
 
-    void restart()
+private:
+    /// Plays a step that has no calls; false for any other.
+    bool prepare(const Step &step)
     {
-        client_.reset();
-        service_->kill();
-        service_->start();
-        client_.emplace();
+        const size_t blank = std::min(step.head.find(' '), step.head.size());
+        const std::string word = step.head.substr(0, blank);
+        const std::string rest = step.head.substr(std::min(blank + 1, step.head.size()));
+        if (word == "describe") {
+            lab_.describe(rest, step.below);
+        } else if (word == "faults") {
+            lab_.setFaults(script_["A"], rest, step.below);
+            newCalls();
+        } else if (word == "only") {
+            counted_ = rest;
+        } else if (word == "said") {
+            EXPECT_TRUE(hasSaid(rest));
+        } else {
+            return false;
+        }
+        return true;
     }
 
-    void setFaults(const std::string &text) { lab_.setFaults(*client_, "bench", text); }
-
-    bool hasIncompleteFile() { return client_->result(7, "D")["hasIncompleteFile"].text == "true"; }
-
-    void recover()
+    bool hasSaid(const std::string &line) const
     {
-        client_->call(9, "D");
-        const std::string running = R"({"result":{"status":1}})";
-        EXPECT_TRUE(waitUntil([&] { return client_->call(11, "D") != running; }));
-        client_->call(13, "D");
+        const std::string text = '\n' + service_->output() + '\n' + service_->errors();
+        return text.find('\n' + line + '\n') != std::string::npos;
     }
 
-    /// A recording is cut off and salvaged, and the fault hits the salvage.
-    void salvage(const std::string &fault)
+    /// Without those that only lead to an object, and without times.
+    std::vector<std::string> newCalls()
     {
-        EXPECT_EQ(client_->call(42, recordingOf(1)), "{}");
-        EXPECT_TRUE(waitUntil([&] { return client_->result(47, "P")["numFrames"].number > 3; }));
-        restart();
-        setFaults(fault);
-        recover();
-        setFaults("");
-        // A last step that was refused can be taken again; else all of it.
-        if (hasIncompleteFile())
-            client_->call(13, "D");
-        if (hasIncompleteFile())
-            recover();
-        EXPECT_FALSE(hasIncompleteFile());
+        static const std::regex time("\\d{18}"),
+            passed("DeviceCollection::device |Descriptor::field|CapacityInfo::");
+        std::istringstream stream(readFile(lab_.file("calls.log")).substr(position_));
+        std::vector<std::string> calls;
+        for (std::string line; std::getline(stream, line); position_ += line.size() + 1) {
+            if (std::regex_search(line, counted_) && !std::regex_search(line, passed))
+                calls.push_back(std::regex_replace(line, time, "TIME"));
+        }
+        return calls;
+    }
+
+    /// One in a row that is made again and again stands once.
+    static std::string spelled(const std::vector<std::string> &calls)
+    {
+        std::string text;
+        for (auto call = calls.begin(); call != calls.end();) {
+            const auto end = std::find_if(call, calls.end(),
+                                          [&](const std::string &next) { return next != *call; });
+            const std::string times = end - call == 1 ? "" : concat(" (", end - call, " times)");
+            text += "    " + *call + times + '\n';
+            call = end;
+        }
+        return text.empty() ? "    none\n" : text;
     }
 
     Lab lab_;
-    Scenario scenario_{[](uint64_t number) {
-        return simulatedFrame(0, number, Scenario::kWidth, Scenario::kHeight);
-    }};
     std::optional<Service> service_;
-    std::optional<Client> client_;
+    Script script_;
+    std::regex counted_{""};
+    size_t position_ = 0;
 };
 
-TEST_P(RecorderCalls, LoseNothing)
+class RecorderCalls : public testing::TestWithParam<std::string>
 {
-    const uint32_t calls = transfersAreSlow() ? 1 : 3;
-    std::istringstream operations(kOperations);
-    uint32_t number = 0;
-    for (std::string operation; operations >> operation; number++) {
-        for (uint32_t call = 1; number % kShares == GetParam() && call <= calls; call++) {
-            const std::string fault = concat(operation, ' ', call, " raise broken\n");
-            SCOPED_TRACE(fault);
-            setFaults(fault);
-            scenario_.tryAll(*client_);
-            setFaults("");
-            scenario_.doAll(*client_);
-            salvage(fault);
-            scenario_.doAll(*client_);
-            restart();
-            scenario_.check(*client_);
-        }
+};
+
+TEST_P(RecorderCalls, AreTheseInThisOrder)
+{
+    const std::string path = CALLS_FOLDER "/" + GetParam() + ".txt";
+    std::string played;
+    Player player;
+    for (const Step &step : readSteps(path)) {
+        SCOPED_TRACE(step.head);
+        const bool isStep = !step.head.empty() && step.head[0] != '#';
+        const std::string below = isStep ? player.play(step) : "";
+        EXPECT_EQ(step.below, below);
+        played += step.head + '\n' + below;
     }
+    if (std::getenv("TAVU_RECORD_CALLS"))
+        writeFile(path, played);
 }
 
-INSTANTIATE_TEST_SUITE_P(Operations, RecorderCalls,
-                         testing::Range(0u, transfersAreSlow() ? 1 : kShares));
+INSTANTIATE_TEST_SUITE_P(, RecorderCalls, testing::ValuesIn([] {
+                             std::vector<std::string> names;
+                             for (const auto &entry :
+                                  std::filesystem::directory_iterator(CALLS_FOLDER))
+                                 names.push_back(entry.path().stem().string());
+                             return names;
+                         }()),
+                         [](const auto &file) { return file.param; });
 
 } // namespace
 } // namespace tavu::test

@@ -100,90 +100,40 @@ TEST(RecorderFiles, AreStoredByteForByteAndSurviveARestart)
     }
 }
 
-TEST(RecorderFiles, AreNamedChangedAndRemovedStreamByStream)
+TEST(RecorderFiles, AreSalvagedAfterTheServiceDied)
 {
     Lab lab;
-    lab.describe("bench", concat("shared file = yes\n", kBench));
-    Service service({}, lab.path());
-    Script script;
-    configurePorts(script["A"], 2, 70, 3);
-    recordFrames(script["A"], 3, 2);
-    const Value port = script["A"].result(46, "P"), other = script["A"].result(46, "D port=1");
-    const std::string file = concat("D fileId=", port["fileId"].number, " streamId=");
-    const std::string one = concat(file, port["streamId"].number);
-    const std::string two = concat(file, other["streamId"].number);
-    const std::string change = " width=9 height=8 numImages=7 numDroppedFrames=6 startTime=5 "
-                               "endTime=4 duration=3 notify=false name=";
-    script.play(
-        concat("A 48 ", one, " name='a' notify=false -> ok\n", "A 48 ", two,
-               " name='a' notify=false -> ok\n", "A 49 ", one, change,
-               "'a' -> {\"name\":\"a(1)\"}\n", "A 49 ", one, change, "'a' -> {\"name\":\"a(2)\"}\n",
-               "A 49 ", one, change, "'a(2)' -> {\"name\":\"a(2)(1)\"}\n", "A 49 ", file, "77",
-               change, "'b' -> !File not found.\n", "A 48 ", file,
-               "77 name='b' notify=false -> !File not found.\n", "A 31 ", file, "77 -> ok\n"));
-    const std::string changed = script["A"].result(26, "D").text;
-    EXPECT_NE(changed.find(R"-("name":"a(2)(1)","port":"Port 1")-"), std::string::npos);
-    EXPECT_NE(
-        changed.find(R"("width":9,"height":8,"numFrames":7,"numDroppedFrames":6,"size":840,)"),
-        std::string::npos);
+    lab.describe("bench", "ports = 2\ndrive sets = 1\nshared file = yes\nrecovery time = 1\n"
+                          "[ports]\nframe rate = 500\n");
+    Service service({"noautoclose"}, lab.path());
+    {
+        Client client;
+        configurePorts(client, 2, 16, 2);
+        EXPECT_EQ(client.call(42, recordingOf(3)), "{}");
+        for (const char *port : {"D port=0", "D port=1"})
+            EXPECT_TRUE(
+                waitUntil([&] { return client.result(47, port)["numFrames"].number >= 20; }));
+    }
+    service.kill();
+    service.start();
 
-    // The same stream twice: two slots over one reader, and no removal before both are closed.
-    const Value opened = script["A"].result(27, one), again = script["B"].result(27, one);
-    EXPECT_NE(opened["mapping"].string, again["mapping"].string);
-    EXPECT_EQ(again["openFileId"].number, 1u);
-    const Region region(again);
-    script.play(concat("A 29 D openFileId=0 -> ok\n", "B 30 D openFileId=1 frame=1 -> ok\n",
-                       "A 31 ", one, " -> !Can't remove file, file is open.\n",
-                       "A 33 D -> !Can't setup tavu while files are open.\n", "B leaves\n"));
-    EXPECT_TRUE(region.bytes(420) == simulatedFrame(0, 1, 70, 3));
-    EXPECT_TRUE(waitUntil([&] { return script["A"].call(31, one) == "{}"; }));
-    EXPECT_EQ(script["A"].result(27, two)["openFileId"].number, 0u);
-    script.play("A 29 D openFileId=0 -> ok");
-    EXPECT_TRUE(std::filesystem::exists(nativePath(lab.file("bench/sets/1/2.file"))));
-    script.play(concat("A 31 ", two, " -> ok\nA 26 D -> {\"files\":[]}\n"));
-    EXPECT_FALSE(std::filesystem::exists(nativePath(lab.file("bench/sets/1/2.file"))));
-}
-
-TEST(RecorderFiles, LargeBlocksHaveAFileThatGoesWithTheRecording)
-{
-    Lab lab;
-    lab.describe("bench", kBench);
-    Service service({}, lab.path());
     Client client;
-    configurePorts(client, 1, 70, 3);
-    const Bytes block(20000, 'x');
-    std::vector<Field> fields = parseFields("P identity='Cam' info=# numFramesPerPacket=1");
-    fields[3].encoded = fromHex("C5 4E20") + block;
-    client.send(encodeRequest(34, encodeMap(fields)));
-    EXPECT_EQ(client.reply().text, "{}");
-    recordFrames(client, 1, 2);
-    const Value port = client.result(46, "P");
-    const std::string pair =
-        concat("D fileId=", port["fileId"].number, " streamId=", port["streamId"].number);
-    EXPECT_TRUE(client.result(32, pair)["data"].string == block);
-    EXPECT_EQ(metadata(lab, port["fileId"].number).find("info\":#"), std::string::npos);
-    EXPECT_EQ(client.call(31, pair), "{}");
-    EXPECT_EQ(client.call(32, pair), error("There is no file 0."));
-}
-
-TEST(RecorderFiles, SetupWipesTheDrivesAndNothingElse)
-{
-    Lab lab;
-    lab.describe("bench", "drive sets = 2\n[ports]\nframe rate = 500\n");
-    Service service({}, lab.path());
-    Script script;
-    configurePorts(script["A"], 1, 70, 3);
-    recordFrames(script["A"], 1, 2);
-    const std::string files = script["A"].result(26, "D").text;
-    script.play(concat("A 33 D -> ok\n", "A 26 D -> ", files, "\n",
-                       "A 35 P -> {\"pairedTo\":\"Cam 0\"}\n", "A 51 D -> {\"percent\":0}\n"));
-    EXPECT_FALSE(std::filesystem::exists(nativePath(lab.file("bench/sets/1/set.conf"))) &&
-                 std::filesystem::exists(nativePath(lab.file("bench/sets/2/set.conf"))));
-    // The port is attached to no drive set until its configuration changes.
-    EXPECT_EQ(script["A"].call(41, "P width=70 height=3 pixelFormat=5 tapGeometry=0"), "{}");
-    EXPECT_NE(script["A"].call(42, recordingOf(1)), "{}");
-    EXPECT_EQ(script["A"].call(41, "P width=70 height=4 pixelFormat=5 tapGeometry=0"), "{}");
-    recordFrames(script["A"], 1, 2);
+    EXPECT_NE(service.errors().find("HasIncompleteFile\n"), std::string::npos);
+    EXPECT_EQ(client.call(9, "D"), "{}");
+    EXPECT_TRUE(waitUntil([&] { return client.result(11, "D")["status"].number == 3; }));
+    EXPECT_EQ(client.call(13, "D"), "{}");
+    const Value list = client.result(26, "D")["files"];
+    ASSERT_EQ(list.members.size(), 2u);
+    for (uint32_t port = 0; port < 2; port++) {
+        const Value &file = list.members[port].second;
+        EXPECT_GE(file["numFrames"].number, 20u);
+        const Region region(client.result(
+            27, concat("D fileId=", file["fileId"].number, " streamId=", file["streamId"].number)));
+        for (const uint64_t frame : {uint64_t(0), file["numFrames"].number - 1}) {
+            EXPECT_EQ(client.call(30, concat("D openFileId=", port, " frame=", frame)), "{}");
+            EXPECT_TRUE(region.bytes(64) == simulatedFrame(port, frame, 16, 2)) << frame;
+        }
+    }
 }
 
 } // namespace

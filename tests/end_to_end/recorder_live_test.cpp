@@ -159,66 +159,6 @@ TEST(RecorderLive, AllWhoWaitForASilentPortHearOfIt)
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }
 
-TEST(RecorderLive, ASilentCameraIsWokenWhenItsPortIsConfiguredOrRecorded)
-{
-    Lab lab;
-    const std::string silent = "drive sets = 1\n[ports]\nframe rate = 100\nsilent = yes\n"
-                               "acquisition start = 0x9000\n";
-    for (const char *type : {"15", "1"})
-        lab.describe(concat("r", type), concat("device type = ", type, "\n", silent));
-    Service service({}, lab.path());
-    Client client;
-    // Device 0 has no CoaXPress: its cameras are left alone.
-    for (int device = 0; device < 2; device++) {
-        const std::string port = concat("deviceId=", device, " port=0 ");
-        EXPECT_EQ(client.call(41, port + "width=16 height=2 pixelFormat=0 tapGeometry=0"), "{}");
-        EXPECT_EQ(client.result(21, port + "addr=36864 size=4").text,
-                  device == 0 ? R"({"data":#00000000})" : R"({"data":#00000001})");
-    }
-    EXPECT_EQ(client.call(22, "deviceId=1 port=0 addr=36864 data=#00000000"), "{}");
-    EXPECT_EQ(client.call(42, "deviceId=1 " + recordingOf(1).substr(2)), "{}");
-    EXPECT_TRUE(
-        waitUntil([&] { return client.result(47, "deviceId=1 port=0")["numFrames"].number > 3; }));
-}
-
-TEST(RecorderCamera, TalksOverItsSerialChannel)
-{
-    Lab lab;
-    lab.describe("bench", "ports = 3\n[port 2]\nserial = no\n[port 3]\ncamera = no\n");
-    Service service({}, lab.path());
-    Script script;
-    script.play(R"(
-        A 17 P size=1 -> !Serial port not open.
-        A 14 D port=1 baudRate=9600 parity=0 stopBits=1 -> !serial not supported on this device
-        A 14 D port=2 baudRate=9600 parity=0 stopBits=1 -> !camera not detected
-        A 14 D port=3 baudRate=9600 parity=0 stopBits=1 -> !Invalid port index.
-        A 14 P baudRate=9600 parity=0 stopBits=1 -> ok
-        A 14 P baudRate=9600 parity=0 stopBits=1 -> !Serial port already open.
-        B 15 P -> {"baudRate":9600}
-        B 16 P baudRate=115200 -> ok
-        B 15 P -> {"baudRate":115200}
-        A 18 P data=#6563686F2068690D -> {"size":8}
-        A 17 P size=4 -> !Serial port recieve failed.
-        B 17 P size=2 -> {"data":#6869}
-        B 17 P size=0 -> {"data":#}
-        B 17 P size=1 -> {"data":#0D}
-        A 18 P data=#69640D -> {"size":3}
-        A 19 P -> ok
-        A 17 P size=1 -> !Serial port recieve failed.
-        A leaves
-        B 20 P -> ok
-        B 20 P -> !Serial port not open.
-        B 22 P addr=4096 data=#010203 -> ok
-        B 21 P addr=4095 size=5 -> {"data":#0001020300}
-        B 21 P addr=4095 size=0 -> {"data":#}
-        B 21 D port=3 addr=0 size=4 -> !Invalid port index.
-    )");
-    Client client;
-    EXPECT_NE(client.call(21, "P addr=1048575 size=2").find("error"), std::string::npos);
-    EXPECT_NE(client.call(21, "D port=2 addr=0 size=2").find("error"), std::string::npos);
-    EXPECT_NE(client.call(21, "P addr=0 size=4294967295").find("error"), std::string::npos);
-}
-
 TEST(RecorderCamera, ASlowTransferHoldsUpItsPortAlone)
 {
     Lab lab;

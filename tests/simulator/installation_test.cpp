@@ -115,6 +115,37 @@ TEST(InstallationTest, TellsTheVersionOfItsFile)
     EXPECT_TRUE(eventually([&] { return version() == std::vector<uint32_t>{3, 0, 12, 1}; }));
 }
 
+TEST(InstallationTest, CallsAreLoggedAsLongAsAFileIsNamed)
+{
+    Lab lab;
+    lab.describe("a", "");
+    lab.write("", "faults.conf", "Device::altName * raise x");
+    lab.start();
+    const auto device = lab.device(0);
+    const auto log = [&] { return readFile(lab.folder.path / "calls.log"); };
+    const auto call = [&] { return libraryErrorOf([&] { device->altName(); }); };
+    lab.write("", "library.conf", "call log = calls.log");
+    EXPECT_TRUE(eventually([&] { return call() == "x" && !log().empty(); }));
+    const size_t before = log().size();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; i++)
+        threads.emplace_back([&] {
+            for (int k = 0; k < 200; k++)
+                call();
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    std::string expected;
+    for (int i = 0; i < 800; i++)
+        expected += "a Device::altName\n";
+    EXPECT_EQ(log().substr(before), expected);
+    lab.write("", "library.conf", "");
+    EXPECT_TRUE(eventually([&] {
+        const std::string text = log();
+        return call() == "x" && log() == text;
+    }));
+}
+
 TEST(InstallationTest, FaultsHitTheCallsTheyName)
 {
     Lab lab;

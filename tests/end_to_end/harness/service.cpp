@@ -7,6 +7,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <random>
+#include <regex>
 #include <stdexcept>
 #include <thread>
 
@@ -250,7 +251,7 @@ void Script::play(std::string_view lines)
 
 void Script::playLine(const std::string &line)
 {
-    const size_t arrow = line.find(" -> ");
+    const size_t arrow = std::min(line.find(" -> "), line.find(" => "));
     std::istringstream left(line.substr(0, arrow));
     std::string name, word, params;
     left >> name >> word >> std::ws;
@@ -264,11 +265,29 @@ void Script::playLine(const std::string &line)
     } else if (word == "records") {
         record(client, std::stoull(params));
     } else {
-        const std::string expected = line.substr(arrow + 4);
-        EXPECT_EQ(client.call(std::stoull(word), params), expected == "ok" ? "{}"
-                                                          : expected[0] == '!'
-                                                              ? error(expected.substr(1))
-                                                              : R"({"result":)" + expected + "}");
+        std::string expected = line.substr(arrow + 4);
+        if (const size_t star = expected.find('*', 1); star != std::string::npos) {
+            const size_t count = std::stoull(expected.substr(star + 1));
+            std::string digits;
+            while (digits.size() < 2 * count)
+                digits += expected.substr(star - 2, 2);
+            expected.replace(star - 2, std::string::npos, digits + "}");
+        }
+        const std::string whole = expected == "ok"     ? "{}"
+                                  : expected[0] == '!' ? error(expected.substr(1))
+                                                       : R"({"result":)" + expected + "}";
+        static const std::regex time("\\d{18}");
+        const bool hasTime = whole.find("TIME") != std::string::npos;
+        const auto reply = [&] {
+            const std::string text = client.call(std::stoull(word), params);
+            return hasTime ? std::regex_replace(text, time, "TIME") : text;
+        };
+        if (line[arrow + 1] == '=')
+            EXPECT_TRUE(waitUntil([&] { return reply() == whole; }));
+        else if (const std::string text = reply(); expected == "*")
+            EXPECT_NE(text.find("result"), std::string::npos) << text;
+        else
+            EXPECT_EQ(text, whole);
     }
 }
 

@@ -107,8 +107,10 @@ Bytes expectedFrame(uint64_t number, uint32_t width, uint32_t height);
 Bytes expectedRamp(uint64_t first, uint64_t count);
 
 /// Plays lines such as "A 28 D openFileId=0 -> !File not open": the client, which connects when it
-/// is first named, an ordinal, the parameters, and the reply: "ok", an error's text behind "!", or
-/// what is below "result". "A configures 4 3", "A records 2" and "A leaves" are lines too.
+/// is first named, an ordinal, the parameters, and the reply: "ok", an error's text behind "!", "*"
+/// for any result, or what is below "result" (with #61*9} for nine bytes 61, TIME for a time). With
+/// "=>" the request is made until it has that reply. "A configures 4 3", "A records 2" and "A
+/// leaves" are lines too.
 class Script
 {
 public:

@@ -34,7 +34,10 @@ Field parseField(const std::string &name, const std::string &value)
         writer.writeString(rest.substr(0, rest.size() - 1));
     } else if (kind == '#') {
         kind = 'x';
-        const Bytes blob = fromHex(rest);
+        const size_t times = std::min(rest.find('*'), rest.size());
+        Bytes blob = fromHex(rest.substr(0, times));
+        if (times < rest.size())
+            blob.resize(std::stoull(rest.substr(times + 1)), blob[0]);
         writer.writeBlob(blob.data(), static_cast<uint32_t>(blob.size()));
     } else if (kind == '!') {
         stream.bytes = fromHex(rest);

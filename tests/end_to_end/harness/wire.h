@@ -34,7 +34,8 @@ struct Field
 };
 
 /// Reads pairs such as "x=0 name='a b' notify=true info=#0102 port=!FF": a number, a string, a
-/// bool, a blob in hexadecimal, encoded bytes. D is short for deviceId=0, P for deviceId=0 port=0.
+/// bool, a blob in hexadecimal (or #61*20000, so many bytes 61), encoded bytes. D is short for
+/// deviceId=0, P for deviceId=0 port=0.
 std::vector<Field> parseFields(std::string_view text);
 
 Bytes encodeMap(const std::vector<Field> &fields);

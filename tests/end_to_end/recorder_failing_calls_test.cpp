@@ -1,0 +1,111 @@
+// Each operation of the recorder library that a recording's start, its stop and a recovery need
+// raises once, at its first call and at later ones.
+
+#include "harness/lab.h"
+#include "harness/scenario.h"
+#include "harness/surroundings.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace tavu::test {
+namespace {
+
+constexpr uint32_t kShares = 4; ///< of the operations, each a test
+
+constexpr const char *kOperations = R"(
+    Device::kind Device::hardwareInfo Device::storage Device::port Device::triggerBank
+    Device::record Port::isCameraDetected Port::isGrabbing Port::measuredFrameRate
+    Port::setDataDescriptor TriggerBank::element TriggerElement::parameter
+    TriggerElement::connectInput Parameter::set Record::addPort Record::start Record::stopPort
+    Record::status Storage::driveSets DriveSetCollection::open DriveSetCollection::ids
+    DriveSet::capacityInfo DriveSet::openFile DriveSet::findFile DriveSet::incompleteFileId
+    DriveSet::recover DriveSet::removeFile DriveFile::readMetadata DriveFile::writeMetadata
+    DriveFile::metadataCapacity DriveFile::writeBlock DriveFile::streamCount
+    DriveFile::streamByIndex DriveFile::streamIdByIndex DriveFile::streamById
+    RecordedStream::portName RecordedStream::frames FrameSequence::frameCount
+    FrameSequence::readFrames Recovery::isFinished Recovery::isSuccessful
+)";
+
+class RecorderCalls : public testing::TestWithParam<uint32_t>
+{
+protected:
+    RecorderCalls()
+    {
+        lab_.describe("bench", "device type = 15\nports = 1\ndrives = 2\ncluster size = 64K\n"
+                               "drive sets = 1\nrecovery time = 1\n[ports]\nframe rate = 1000\n");
+        service_.emplace(std::vector<std::string>{"noautoclose"}, lab_.path());
+        scenario_.doAll(client_.emplace());
+    }
+
+    void restart()
+    {
+        client_.reset();
+        service_->kill();
+        service_->start();
+        client_.emplace();
+    }
+
+    void setFaults(const std::string &text) { lab_.setFaults(*client_, "bench", text); }
+
+    bool hasIncompleteFile() { return client_->result(7, "D")["hasIncompleteFile"].text == "true"; }
+
+    void recover()
+    {
+        client_->call(9, "D");
+        const std::string running = R"({"result":{"status":1}})";
+        EXPECT_TRUE(waitUntil([&] { return client_->call(11, "D") != running; }));
+        client_->call(13, "D");
+    }
+
+    /// A recording is cut off and salvaged, and the fault hits the salvage.
+    void salvage(const std::string &fault)
+    {
+        EXPECT_EQ(client_->call(42, recordingOf(1)), "{}");
+        EXPECT_TRUE(waitUntil([&] { return client_->result(47, "P")["numFrames"].number > 3; }));
+        restart();
+        setFaults(fault);
+        recover();
+        setFaults("");
+        // A last step that was refused can be taken again; else all of it.
+        if (hasIncompleteFile())
+            client_->call(13, "D");
+        if (hasIncompleteFile())
+            recover();
+        EXPECT_FALSE(hasIncompleteFile());
+    }
+
+    Lab lab_;
+    Scenario scenario_{[](uint64_t number) {
+        return simulatedFrame(0, number, Scenario::kWidth, Scenario::kHeight);
+    }};
+    std::optional<Service> service_;
+    std::optional<Client> client_;
+};
+
+TEST_P(RecorderCalls, LoseNothing)
+{
+    const uint32_t calls = transfersAreSlow() ? 1 : 3;
+    std::istringstream operations(kOperations);
+    uint32_t number = 0;
+    for (std::string operation; operations >> operation; number++) {
+        for (uint32_t call = 1; number % kShares == GetParam() && call <= calls; call++) {
+            const std::string fault = concat(operation, ' ', call, " raise broken\n");
+            SCOPED_TRACE(fault);
+            setFaults(fault);
+            scenario_.tryAll(*client_);
+            setFaults("");
+            scenario_.doAll(*client_);
+            salvage(fault);
+            scenario_.doAll(*client_);
+            restart();
+            scenario_.check(*client_);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, RecorderCalls,
+                         testing::Range(0u, transfersAreSlow() ? 1 : kShares));
+
+} // namespace
+} // namespace tavu::test
