@@ -204,6 +204,17 @@ Value decodeFile(const std::string &path)
     return value;
 }
 
+std::string withoutTimes(const std::string &text)
+{
+    std::string masked;
+    for (size_t i = 0, end = 0; i < text.size(); i = end) {
+        const size_t digits = std::min(text.find_first_not_of("0123456789", i), text.size()) - i;
+        end = i + std::max<size_t>(digits, 1);
+        masked += digits == 18 ? "TIME" : text.substr(i, end - i);
+    }
+    return masked;
+}
+
 std::string readFile(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);

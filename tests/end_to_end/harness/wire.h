@@ -58,6 +58,9 @@ struct Value
 /// std::runtime_error on anything but the shortest form of each head.
 Value decode(const std::function<Bytes(uint64_t)> &take);
 
+/// With TIME for each time stamp, which is a number of 18 digits.
+std::string withoutTimes(const std::string &text);
+
 std::string readFile(const std::string &path);
 
 /// Decodes a file that holds one value and nothing else.
