@@ -41,78 +41,6 @@ protected:
     std::string files;
 };
 
-TEST_F(RecorderFaults, InAStartLeaveTheDeviceUsable)
-{
-    const char *operations[] = {"Device::kind",
-                                "Device::hardwareInfo",
-                                "Device::port",
-                                "Port::isGrabbing",
-                                "Port::isCameraDetected",
-                                "Port::measuredFrameRate",
-                                "Device::record",
-                                "Device::storage",
-                                "Storage::driveSets",
-                                "DriveSetCollection::ids",
-                                "DriveSetCollection::open",
-                                "DriveSet::capacityInfo",
-                                "Record::addPort",
-                                "Device::triggerBank",
-                                "TriggerBank::element",
-                                "TriggerElement::connectInput",
-                                "TriggerElement::parameter",
-                                "Parameter::set",
-                                "Record::start"};
-    for (const char *operation : operations) {
-        for (const char *what : {"1 raise broken", "1 empty"}) {
-            SCOPED_TRACE(concat(operation, " ", what));
-            lab.setFaults(*client, "bench", concat(operation, " ", what));
-            const std::string reply =
-                client->call(42, recordingOf(3, "usePretrigger=true pretriggerCount=9 type=1 "
-                                                "count=2"));
-            const std::string_view fault(what);
-            if (fault == "1 raise broken")
-                EXPECT_EQ(reply, error("broken"));
-            else
-                EXPECT_TRUE(reply == "{}" || reply.find("error") == 2) << reply;
-            client->call(43, "D");
-            recordFrames(*client, 3, 2);
-        }
-    }
-}
-
-TEST_F(RecorderFaults, InAStopLeaveItToBeRepeated)
-{
-    const char *operations[] = {"Device::kind",
-                                "Device::record",
-                                "Device::storage",
-                                "Storage::driveSets",
-                                "DriveSetCollection::ids",
-                                "DriveSetCollection::open",
-                                "Device::port",
-                                "Port::isGrabbing",
-                                "Record::stopPort",
-                                "DriveSet::openFile",
-                                "DriveFile::streamById",
-                                "RecordedStream::frames",
-                                "FrameSequence::frameCount",
-                                "DriveFile::metadataCapacity",
-                                "DriveFile::writeMetadata"};
-    for (const char *operation : operations) {
-        SCOPED_TRACE(operation);
-        EXPECT_EQ(client->call(42, recordingOf(3, "type=1 count=2")), "{}");
-        EXPECT_TRUE(waitUntil([&] { return is(45, "done", "true"); }));
-        const size_t count = client->result(26, "D")["files"].members.size();
-        lab.setFaults(*client, "bench", concat(operation, " 1 raise broken"));
-        EXPECT_EQ(client->call(43, "D"), error("broken"));
-        // What was done stays done: a port that was stopped has no recording to stop any more.
-        EXPECT_EQ(client->call(43, "D"), "{}");
-        const size_t listed = client->result(26, "D")["files"].members.size() - count;
-        EXPECT_LE(listed, 2u);
-        EXPECT_EQ(client->call(43, "D"), "{}");
-        recordFrames(*client, 3, 2);
-    }
-}
-
 TEST_F(RecorderFaults, InAScanEndItAndAreTold)
 {
     const std::pair<const char *, bool> operations[] = {
@@ -130,49 +58,6 @@ TEST_F(RecorderFaults, InAScanEndItAndAreTold)
         EXPECT_TRUE(is(6, "connected", "true"));
         EXPECT_TRUE(is(24, "count", "2"));
     }
-    for (const char *operation : {"Device::name", "Device::portCount", "Port::name",
-                                  "Device::connectionState", "DeviceCollection::deviceState"}) {
-        SCOPED_TRACE(operation);
-        writeFile(lab.file("bench/faults.conf"), concat(operation, " 1 raise broken ", operation));
-        restart();
-        EXPECT_NE(service->output().find(concat("Caught exception: broken ", operation, "\n")),
-                  std::string::npos);
-        EXPECT_EQ(client->result(4)["count"].number, 1u);
-        client->call(6, "D");
-        client->call(42, recordingOf(3));
-        client->call(25, "P");
-    }
-}
-
-TEST_F(RecorderFaults, InARecoveryKeepTheIncompleteFile)
-{
-    EXPECT_EQ(client->call(42, recordingOf(1)), "{}");
-    EXPECT_TRUE(waitUntil([&] { return client->result(47, "P")["numFrames"].number > 3; }));
-    restart();
-    for (const char *operation :
-         {"DriveSet::incompleteFileId", "DriveSet::recover", "DriveSetCollection::open"}) {
-        lab.setFaults(*client, "bench", concat(operation, " 1 raise broken"));
-        EXPECT_EQ(client->call(9, "D"), error("broken")) << operation;
-    }
-    lab.setFaults(*client, "bench",
-                  "Recovery::isFinished 1 raise broken\nDriveSet::recover 2 empty\n"
-                  "Recovery::cancel 1 raise stuck\n");
-    EXPECT_EQ(client->call(9, "D"), "{}");
-    EXPECT_EQ(client->call(11, "D"), error("broken"));
-    EXPECT_EQ(client->call(10, "D"), error("stuck"));
-    EXPECT_TRUE(waitUntil([&] { return is(11, "status", "3"); }));
-    EXPECT_NE(client->call(9, "D").find("error"), std::string::npos);
-    for (const char *operation :
-         {"DriveSet::openFile", "DriveFile::streamCount", "DriveFile::streamIdByIndex",
-          "DriveFile::streamByIndex", "RecordedStream::frames", "RecordedStream::portName",
-          "FrameSequence::frameCount", "DriveFile::metadataCapacity", "DriveFile::writeMetadata"}) {
-        lab.setFaults(*client, "bench", concat(operation, " 1 raise broken"));
-        EXPECT_EQ(client->call(13, "D"), error("broken")) << operation;
-        EXPECT_TRUE(is(7, "hasIncompleteFile", "true")) << operation;
-    }
-    lab.setFaults(*client, "bench", "");
-    EXPECT_EQ(client->call(13, "D"), "{}");
-    EXPECT_TRUE(is(7, "hasIncompleteFile", "false"));
 }
 
 TEST_F(RecorderFaults, EmptyHandlesAreErrorReplies)

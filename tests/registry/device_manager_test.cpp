@@ -84,26 +84,6 @@ protected:
     uint32_t queue = 0;
 };
 
-TEST_F(DeviceManagerTest, anyFailureOfTheLibraryLeavesAServiceWithoutRecorders)
-{
-    for (const std::string failing : {"initialize OREK Pellam 0 2", "deviceCollection 7 0", ""}) {
-        for (const Fault fault : {Fault::WithText, Fault::WithoutText}) {
-            auto broken = std::make_shared<FakeRecorders>();
-            broken->change({{"A", "", 0}});
-            broken->version[3] += failing.empty();
-            broken->faults[failing] = fault;
-            DeviceManager empty(std::make_unique<FakeLibrary>(broken));
-            EXPECT_EQ(start(empty), "") << failing;
-            EXPECT_EQ(empty.deviceCount(), 0u);
-            EXPECT_FALSE(broken->callback);
-            EXPECT_EQ(errorOf([&] { empty.name(0); }), "Invalid device index.");
-        }
-    }
-    DeviceManager absent;
-    absent.start();
-    EXPECT_EQ(absent.deviceCount(), 0u);
-}
-
 TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
 {
     setEnvironment("TAVUSRV_SATA_ONLY", "");
@@ -247,45 +227,6 @@ TEST_F(DeviceManagerTest, queueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLa
     }
 }
 
-TEST_F(DeviceManagerTest, operationsPassTheirArgumentsAndTellTheQueues)
-{
-    fake->change({{"A", "", 0}, {"B", "", 0}});
-    start();
-    // The call, the event and the operation.
-    const std::tuple<std::string, std::string, std::function<void(DeviceManager &)>> cases[] = {
-        {"startRecording 5 2 3 4 1 6", "2 1 5",
-         [](auto &m) { m.startRecording(1, 5, 2, 3, 4, true, 6); }},
-        {"stopRecording", "3 1 0", [](auto &m) { m.stopRecording(1); }},
-        {"removeFile 7 8", "4 1 0", [](auto &m) { m.removeFile(1, 7, 8); }},
-        {"renameFile N 7 8", "4 1 0", [](auto &m) { m.renameFile(1, 7, 8, "N", true); }},
-        {"renameFile N 7 8", "", [](auto &m) { m.renameFile(1, 7, 8, "N", false); }},
-        {"setFileInfo N 1 2 3 4 5 6 7 8 9", "4 1 0",
-         [](auto &m) {
-             EXPECT_EQ(m.setFileInfo(1, 1, 2, "N", 3, 4, 5, 6, 7, 8, 9, true), "N used");
-         }},
-        {"setFileInfo N 1 2 3 4 5 6 7 8 9", "",
-         [](auto &m) { m.setFileInfo(1, 1, 2, "N", 3, 4, 5, 6, 7, 8, 9, false); }},
-        {"pairPort N 3 4 5", "5 1 3", [](auto &m) { m.pairPort(1, 3, "N", nullptr, 4, 5); }},
-        {"repairPort N 3 4 5", "", [](auto &m) { m.repairPort(1, 3, "N", nullptr, 4, 5); }},
-        {"unpairPort 3", "5 1 3", [](auto &m) { m.unpairPort(1, 3); }},
-        {"setPortConfig 1 2 3 4 5", "", [](auto &m) { m.setPortConfig(1, 1, 2, 3, 4, 5); }},
-        {"serialOpen 1 2 3 4", "", [](auto &m) { m.serialOpen(1, 1, 2, 3, 4); }}};
-    DeviceEvent event;
-    for (const auto &[call, told, operation] : cases) {
-        fake->takeCalls();
-        operation(manager);
-        EXPECT_EQ(fake->takeCalls(), call + ";");
-        if (!told.empty()) {
-            EXPECT_EQ(nextEvent(), told) << call;
-        }
-        EXPECT_FALSE(manager.tryReadEvent(queue, event)) << call;
-        fake->faults = {{call, Fault::WithText}};
-        EXPECT_EQ(errorOf([&, work = operation] { work(manager); }), call + " failed");
-        EXPECT_FALSE(manager.tryReadEvent(queue, event)) << call << " failed";
-        fake->faults.clear();
-    }
-}
-
 TEST_F(DeviceManagerTest, deviceWorksWithoutTheManagersLock)
 {
     fake->change({{"A", "", 0}});
@@ -321,50 +262,6 @@ TEST_F(DeviceManagerTest, updateThreadCannotStopItself)
     manager.stop();
     const auto deadlock = std::make_error_code(std::errc::resource_deadlock_would_occur);
     EXPECT_EQ(complaint, std::system_error(deadlock).what());
-}
-
-TEST_F(DeviceManagerTest, clientsMayDoAnythingWhileTheListChanges)
-{
-    start();
-    std::atomic<bool> done{false};
-    std::atomic<uint32_t> received{0};
-    std::vector<std::thread> clients;
-    for (int t = 0; t < 4; ++t) {
-        clients.emplace_back([&, t] {
-            DeviceEvent event;
-            while (!done) {
-                const uint32_t id = manager.createQueue();
-                manager.broadcast(DeviceEvent{EventType::FilesChanged, id, 0});
-                manager.readEvent(id, event);
-                received += event.type != EventType::NoEvent;
-                while (manager.tryReadEvent(id, event))
-                    ;
-                if (const uint32_t count = manager.deviceCount())
-                    manager.isConnected(count - 1);
-                manager.destroyQueue(id, t != 0);
-            }
-        });
-    }
-    testing::internal::CaptureStdout();
-    std::vector<FakeRecorders::Recorder> recorders;
-    for (uint32_t i = 0; i < 30; ++i) {
-        recorders.push_back({"R", "", i % 2});
-        recorders[i / 2].state ^= 1;
-        fake->change(recorders);
-        fake->callback();
-        while (manager.deviceCount() < recorders.size())
-            std::this_thread::yield();
-    }
-    done = true;
-    for (std::thread &client : clients)
-        client.join();
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(manager.deviceCount(), 30u);
-    EXPECT_GT(received, 0u);
-    uint32_t changes = 0; // one event for each that was reported
-    for (std::string event; changes < 30 && (event = nextEvent()) != "6 0 0";)
-        changes += event == "1 0 0";
-    EXPECT_EQ(changes, 30u);
 }
 
 } // namespace

@@ -35,34 +35,6 @@ std::vector<uint16_t> pixelsOf(const boost::shared_ptr<Common::Frame> &frame)
     return pixels;
 }
 
-TEST(LiveTest, FramesTellTheirPortAndNumber)
-{
-    Lab lab;
-    lab.describe("r", "ports = 2\n[port 2]\nframe size = 7x3\nframe rate = 200");
-    lab.start();
-    const auto port = lab.port(1);
-    EXPECT_EQ(port->measuredFrameRate(), 200);
-    EXPECT_FALSE(grab(port, 100)); // not begun
-    port->startGrab(live, 0);
-    uint64_t last = 0;
-    for (int i = 0; i < 5; ++i) {
-        const auto frame = grab(port, 10'000);
-        ASSERT_TRUE(frame);
-        EXPECT_EQ(frame->dataType()->bitDepth(), 16u);
-        const std::vector<uint16_t> pixels = pixelsOf(frame);
-        ASSERT_EQ(pixels.size(), 21u);
-        EXPECT_EQ(pixels[0], 2);
-        const uint64_t number = pixels[1] | uint64_t(pixels[2]) << 16;
-        EXPECT_TRUE(i == 0 || number > last) << number << " after " << last;
-        last = number;
-        for (size_t pixel = 5; pixel < 21; ++pixel)
-            EXPECT_EQ(pixels[pixel], uint16_t(pixel % 7 + pixel / 7 + 8 * number + 4096 * 2))
-                << pixel;
-    }
-    port->stopGrab();
-    EXPECT_FALSE(grab(port, 100));
-}
-
 TEST(LiveTest, DescriptorAndSettingsShapeTheFrame)
 {
     Lab lab;
@@ -97,41 +69,6 @@ TEST(LiveTest, DescriptorAndSettingsShapeTheFrame)
     EXPECT_EQ(shape(2), "100x10x16 2000");
     EXPECT_NE(libraryErrorOf([&] { lab.port(0)->setBitDepth(16); }), "");
     EXPECT_NE(libraryErrorOf([&] { lab.port(0)->setPacking(0); }), "");
-}
-
-TEST(LiveTest, AWaitingPortHoldsUpNobodyAndEndsWhenInterrupted)
-{
-    Lab lab;
-    lab.describe("r", "ports = 2\n[port 1]\nsilent = yes\n[port 2]\nframe rate = 100");
-    lab.start();
-    for (const bool interrupt : {true, false}) {
-        const auto silent = lab.port(0), busy = lab.port(1);
-        silent->startGrab(live, 0);
-        busy->startGrab(live, 0);
-        std::atomic<bool> ended = false, gotFrame = false;
-        std::thread waiting([&] {
-            gotFrame = bool(grab(silent, 600'000));
-            ended = true;
-        });
-        for (int i = 0; i < 10; ++i)
-            EXPECT_TRUE(grab(busy, 10'000));
-        EXPECT_FALSE(ended);
-        if (interrupt) {
-            silent->interruptGrab();
-            silent->interruptGrab();
-        } else {
-            silent->stopGrab();
-            silent->startGrab(live, 0); // at once: the call that waits ends all the same
-        }
-        waiting.join();
-        EXPECT_FALSE(gotFrame);
-        EXPECT_TRUE(silent->isGrabbing());
-        if (interrupt) {
-            const auto before = std::chrono::steady_clock::now();
-            EXPECT_FALSE(grab(silent, 600'000));
-            EXPECT_LT(std::chrono::steady_clock::now() - before, std::chrono::seconds(60));
-        }
-    }
 }
 
 TEST(LiveTest, ASilentCameraIsWokenThroughItsRegister)

@@ -187,23 +187,6 @@ TEST(RecordingTest, ObeysTheExternalInput)
     EXPECT_EQ(lab.checkFrames({lab.stopRecording(1), streams[0]}, 2), lab.status(1).frames);
 }
 
-TEST(RecordingTest, EndsWhenTheDrivesAreFull)
-{
-    RecordingLab lab;
-    lab.start();
-    const auto used = [&] { return lab.set()->capacityInfo(true)->usedBytes(); };
-    lab.set()->createFile("large", 1000, 0);
-    const uint64_t usedBefore = used();
-    const std::vector<uint32_t> streams = lab.startRecording({0});
-    EXPECT_TRUE(eventually([&] { return lab.status().state == 4; }));
-    const uint32_t file = lab.stopRecording();
-    // 24 stripes of 3072 bytes, and frames of 384 + 23 * 17 * 2 bytes
-    EXPECT_EQ(lab.checkFrames({file, streams[0]}, 1), 24u * 3072 / 1166);
-    EXPECT_EQ(used(), lab.set()->capacityInfo(true)->totalBytes());
-    lab.set()->removeFile(file);
-    EXPECT_EQ(used(), usedBefore);
-}
-
 TEST(RecordingTest, WaitsForItsCameraAndEndsWithItsRecorder)
 {
     RecordingLab lab("[port 1]\nsilent = yes\n[port 2]\nno file = yes");
@@ -233,49 +216,6 @@ TEST(RecordingTest, WaitsForItsCameraAndEndsWithItsRecorder)
     EXPECT_EQ(lab.set()->incompleteFileId(), 1u);
 }
 
-TEST(RecordingTest, ASecondStartLeavesTheFirstToBeRepaired)
-{
-    RecordingLab lab("recovery error = Bad sector");
-    lab.start();
-    const auto isRunning = [&] { return lab.status().frames > 20; };
-    const uint32_t former = lab.startRecording({0})[0];
-    EXPECT_TRUE(eventually(isRunning));
-    const uint32_t latter = lab.startRecording({0})[0];
-    EXPECT_NE(former, latter);
-    EXPECT_EQ(lab.set()->incompleteFileId(), 1u);
-    EXPECT_TRUE(eventually(isRunning));
-    EXPECT_EQ(lab.stopRecording(), 2u);
-    EXPECT_EQ(lab.set()->fileIds().size(), 1u) << "only the oldest incomplete one is listed";
-    lab.complete(2);
-    EXPECT_EQ(lab.set()->fileIds().size(), 2u);
-    EXPECT_NE(libraryErrorOf([&] { lab.set()->recover(2); }), "");
-
-    const auto failing = lab.set()->recover(1);
-    EXPECT_TRUE(eventually([&] { return failing->isFinished(); }));
-    EXPECT_FALSE(failing->isSuccessful() || failing->isCancelled());
-    EXPECT_STREQ(failing->errorText().c_str(), "Bad sector");
-
-    lab.describe("bench", "ports = 2\nrecovery time = 100000\ndrives = 3\n");
-    EXPECT_TRUE(eventually([&] {
-        const auto slow = lab.set()->recover(1);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        const bool isSlow = !slow->isFinished();
-        slow->cancel();
-        return isSlow && slow->isCancelled() && slow->isFinished() && !slow->isSuccessful();
-    }));
-    lab.describe("bench", "ports = 2\nrecovery time = 1\ndrives = 3\n");
-    EXPECT_TRUE(eventually([&] {
-        const auto quick = lab.set()->recover(1);
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        quick->cancel();
-        return quick->isSuccessful();
-    }));
-    EXPECT_GT(lab.checkFrames({1, former}, 1), 20u);
-    EXPECT_EQ(lab.set()->incompleteFileId(), 1u);
-    lab.complete(1);
-    EXPECT_EQ(lab.set()->incompleteFileId(), 0u);
-}
-
 // Ends the process in mid-recording and mid-repair, as if it was killed or by its own exit.
 void recordAndEnd(RecordingLab &lab, bool orderly)
 {
@@ -285,34 +225,6 @@ void recordAndEnd(RecordingLab &lab, bool orderly)
     if (lab.set()->incompleteFileId() != 0)
         lab.set()->recover(lab.set()->incompleteFileId());
     orderly ? std::exit(9) : std::_Exit(9);
-}
-
-TEST(RecordingTest, OutlivesItsProcess)
-{
-    const char *variable = std::getenv("QUILLON_SIMULATOR_FOLDER");
-    const std::filesystem::path inherited = variable ? variable : "";
-    RecordingLab lab("shared file = yes");
-    // A child that begins anew is told our folder.
-    if (std::filesystem::exists(inherited / "bench")) {
-        std::filesystem::remove_all(lab.folder.path);
-        setSimulatorFolder(inherited);
-    }
-    for (const bool orderly : {false, true})
-        EXPECT_EXIT(recordAndEnd(lab, orderly), testing::ExitedWithCode(9), "");
-
-    lab.start();
-    for (const uint32_t file : {1u, 2u}) {
-        EXPECT_EQ(lab.set()->incompleteFileId(), file);
-        EXPECT_TRUE(lab.repair(file));
-        for (uint32_t i = 0; i < 2; i++) {
-            const auto opened = lab.set()->openFile(file);
-            EXPECT_EQ(opened->streamByIndex(i)->portName().c_str(),
-                      "Port " + std::to_string(i + 1));
-            EXPECT_GT(lab.checkFrames({file, opened->streamIdByIndex(i)}, i + 1), 50u);
-        }
-        lab.complete(file);
-    }
-    EXPECT_EQ(lab.set()->incompleteFileId(), 0u);
 }
 
 } // namespace
