@@ -3,6 +3,7 @@
 //
 //     describe NAME               a recorder as recorder.conf has it
 //     faults NAME                 those of faults.conf, on device 0
+//     file NAME                   a file of the folder that describes the recorders
 //     only Port::|Record::        which of the calls count from now on
 //     said TEXT                   what the service has written by now has this line
 //     start, kill                 the service
@@ -91,6 +92,8 @@ private:
         const std::string rest = step.head.substr(std::min(blank + 1, step.head.size()));
         if (word == "describe") {
             lab_.describe(rest, step.below);
+        } else if (word == "file") {
+            writeFile(lab_.file(rest), step.below);
         } else if (word == "faults") {
             lab_.setFaults(script_["A"], rest, step.below);
             newCalls();
