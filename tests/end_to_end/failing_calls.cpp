@@ -41,6 +41,8 @@ bool fails(const char *name, bool counted = true)
     const uint64_t at = control->at;
     if (failure == Failure::None || number < at || (failure == Failure::Once && number > at))
         return false;
+    if (std::strcmp(name, "accept4") == 0)
+        control->acceptFailed = true;
     if (number == at)
         std::strncpy(control->name, name, sizeof control->name - 1);
     return true;

@@ -20,7 +20,8 @@ struct FailingCalls
     std::atomic<uint64_t> calls; ///< so far
     std::atomic<uint64_t> at;    ///< counted from 1
     std::atomic<Failure> failure;
-    char name[32]; ///< of the first call that failed
+    std::atomic<bool> acceptFailed; ///< one of them was for a client: the service ends
+    char name[32];                  ///< of the first call that failed
 };
 
 } // namespace tavu::test

@@ -27,10 +27,10 @@ constexpr const char *kOperations = R"(
     FrameSequence::readFrames Recovery::isFinished Recovery::isSuccessful
 )";
 
-class RecorderCalls : public testing::TestWithParam<uint32_t>
+class RecorderFailingCalls : public testing::TestWithParam<uint32_t>
 {
 protected:
-    RecorderCalls()
+    RecorderFailingCalls()
     {
         lab_.describe("bench", "device type = 15\nports = 1\ndrives = 2\ncluster size = 64K\n"
                                "drive sets = 1\nrecovery time = 1\n[ports]\nframe rate = 1000\n");
@@ -83,7 +83,7 @@ protected:
     std::optional<Client> client_;
 };
 
-TEST_P(RecorderCalls, LoseNothing)
+TEST_P(RecorderFailingCalls, LoseNothing)
 {
     const uint32_t calls = transfersAreSlow() ? 1 : 3;
     std::istringstream operations(kOperations);
@@ -104,7 +104,7 @@ TEST_P(RecorderCalls, LoseNothing)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Operations, RecorderCalls,
+INSTANTIATE_TEST_SUITE_P(Operations, RecorderFailingCalls,
                          testing::Range(0u, transfersAreSlow() ? 1 : kShares));
 
 } // namespace

@@ -27,14 +27,6 @@ std::string textOf(const boost::shared_ptr<Common::Buffer> &buffer)
     return std::string(static_cast<const char *>(buffer->data()), size_t(buffer->size()));
 }
 
-std::vector<uint16_t> pixelsOf(const boost::shared_ptr<Common::Frame> &frame)
-{
-    const auto buffer = frame->buffer();
-    std::vector<uint16_t> pixels(size_t(buffer->size() / 2));
-    std::memcpy(pixels.data(), buffer->data(), pixels.size() * 2);
-    return pixels;
-}
-
 TEST(LiveTest, DescriptorAndSettingsShapeTheFrame)
 {
     Lab lab;

@@ -216,16 +216,5 @@ TEST(RecordingTest, WaitsForItsCameraAndEndsWithItsRecorder)
     EXPECT_EQ(lab.set()->incompleteFileId(), 1u);
 }
 
-// Ends the process in mid-recording and mid-repair, as if it was killed or by its own exit.
-void recordAndEnd(RecordingLab &lab, bool orderly)
-{
-    lab.start();
-    lab.startRecording({0, 1});
-    eventually([&] { return lab.status(0).frames > 50 && lab.status(1).frames > 50; });
-    if (lab.set()->incompleteFileId() != 0)
-        lab.set()->recover(lab.set()->incompleteFileId());
-    orderly ? std::exit(9) : std::_Exit(9);
-}
-
 } // namespace
 } // namespace tavu

@@ -12,12 +12,12 @@ namespace {
 
 struct Advice
 {
-    std::string_view serviceText;
+    std::string_view serviceText; ///< one that ends with a blank is the beginning of a text
     /// "{device}" and "{port}" stand for the options that lead to the same place.
     std::string_view text;
 };
 
-constexpr std::array<Advice, 36> kAdvice = {{
+constexpr std::array<Advice, 38> kAdvice = {{
     {"Invalid device index.", "`tavuctl status` lists the devices"},
     {"Invalid port", "`tavuctl status` lists the ports of each device"},
     {"Invalid port index.", "`tavuctl status` lists the ports of each device"},
@@ -34,6 +34,9 @@ constexpr std::array<Advice, 36> kAdvice = {{
     {"Failed to open file", "the recording's file is gone or can't be read by the service"},
     {"Already recording", "`tavuctl stop{device}` ends the recording that is under way, or that "
                           "has come to its end and waits to be stored"},
+    {"Too many recordings.", "the device can't list any more: `tavuctl remove{device}` makes room"},
+    {"Failed to rename file: ", "the recording is still there: `tavuctl stop{device}` tries again "
+                                "once the cause is gone"},
     {"Not recording", "nothing is being recorded on this device"},
     {"Not paired to this camera.", "`tavuctl status` tells which camera the port is paired with"},
     {"Not paried to this camera", "`tavuctl status` tells which camera the port is paired with"},
@@ -67,8 +70,8 @@ constexpr std::array<Advice, 36> kAdvice = {{
     {"camera not detected", "no camera is connected to the port"},
     {"Failed to read file.", "the recording has no such frame"},
     {"eof",
-     "the emulated device can't finish a recovery: `tavuctl recover discard{device}` removes "
-     "what was cut off"},
+     "on a recorder, the file's metadata block has no room for that; the emulated device can't "
+     "finish\na recovery: `tavuctl recover discard{device}` removes what was cut off"},
     {"Unrecognized function.", "commands have the numbers 0 to 57"},
     {"delayload failure", "the recorder's library isn't installed"},
 }};
@@ -87,7 +90,8 @@ std::string adviceFor(const std::string &serviceText, Session &session)
         return "the service has no device: connect a recorder, or start the service with\n"
                "TAVUSRV_ENABLE_EMULATOR=1 in its environment for the emulated device";
     const auto found = std::find_if(kAdvice.begin(), kAdvice.end(), [&](const Advice &advice) {
-        return advice.serviceText == serviceText;
+        return advice.serviceText.ends_with(' ') ? serviceText.starts_with(advice.serviceText)
+                                                 : serviceText == advice.serviceText;
     });
     if (found == kAdvice.end())
         return {};
