@@ -53,6 +53,12 @@ TEST(RecorderFiles, AreStoredByteForByteAndSurviveARestart)
         lab.describe("bench", concat("shared file = ", shared ? "yes" : "no", "\n", kBench));
         Service service({"noautoclose"}, lab.path());
         auto client = std::make_unique<Client>();
+        const auto restart = [&] {
+            client.reset();
+            service.kill();
+            service.start();
+            client = std::make_unique<Client>();
+        };
         configurePorts(*client, 3, 70, 3);
         EXPECT_EQ(client->call(36, "P identity='Cam 0' info=#0102 numFramesPerPacket=3"), "{}");
         recordFrames(*client, 5, 6);
@@ -81,7 +87,7 @@ TEST(RecorderFiles, AreStoredByteForByteAndSurviveARestart)
             EXPECT_EQ(metadata(lab, file[0]), concat(open, entries[0], "]}"));
             EXPECT_EQ(metadata(lab, file[1]), concat(open, entries[1], "]}"));
         }
-        for (int restart = 0; restart < 2; restart++) {
+        for (int i = 0; i < 2; i++) {
             EXPECT_EQ(client->result(26, "D").text, list.text);
             EXPECT_EQ(
                 client->result(32, concat("D fileId=", file[0], " streamId=", stream[0])).text,
@@ -90,11 +96,14 @@ TEST(RecorderFiles, AreStoredByteForByteAndSurviveARestart)
                       error("There is no file 0."));
             expectFrames(*client, 0, file[0], stream[0], 6);
             expectFrames(*client, 2, file[1], stream[1], 6);
-            client.reset();
-            service.kill();
-            service.start();
-            client = std::make_unique<Client>();
+            restart();
         }
+        // A configuration that its file has no room for isn't begun.
+        const std::string endless(3 << 20, 'c');
+        EXPECT_EQ(client->call(34, "P info=# numFramesPerPacket=1 identity='" + endless + "'"),
+                  error("eof"));
+        restart();
+        EXPECT_EQ(client->result(35, "P")["pairedTo"].string, "Cam 0");
         EXPECT_EQ(client->result(40, "D port=2").text,
                   R"({"width":70,"height":3,"pixelFormat":5,"tapGeometry":0})");
     }

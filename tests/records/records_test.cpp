@@ -94,6 +94,15 @@ TEST(MetaRecord, WritesItsBytes)
     EXPECT_EQ(written(write), expected);
     EXPECT_EQ(readMeta(files, expected), "");
     EXPECT_EQ(written(write), expected);
+    // In memory it stands whole, to the last byte, or not at all.
+    std::string memory(expected.size(), '-');
+    const auto writeTo = [&](size_t size) {
+        return errorOf([&] { writeMetaList(files, memory.data(), size); });
+    };
+    EXPECT_EQ(writeTo(expected.size() - 1), "eof");
+    EXPECT_EQ(memory, std::string(expected.size(), '-'));
+    EXPECT_EQ(writeTo(expected.size()), "");
+    EXPECT_EQ(memory, expected);
     files.clear();
     EXPECT_EQ(written(write), meta({}));
 }
