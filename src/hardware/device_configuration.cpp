@@ -61,7 +61,8 @@ void STavuDevice::createDefaultDriveSet(Quillon::DriveSetCollection &sets)
     sets.create(parameters);
 }
 
-// Catalogue, port configuration and pairing stay as they are: only the drives are wiped.
+// Catalogue, port configuration and pairing stay as they are: only the drives are wiped. So what
+// they store of the ports must be known before.
 void STavuDevice::setup()
 {
     std::lock_guard guard(lock_);
@@ -70,6 +71,11 @@ void STavuDevice::setup()
         throw std::runtime_error("Can't setup tavu while files are open.");
     const auto recorder = device();
     refuseVirtual(*recorder, "Cannot call setup on virtual devices.");
+    try {
+        ensureConfigRead();
+    } catch (...) {
+        // What can't be read goes with the drives.
+    }
     const auto record = given(recorder->record(), "Device::record");
     const auto sets = driveSets(*recorder);
     const Quillon::Vector<uint32_t> ids = sets->ids();

@@ -227,7 +227,8 @@ private:
     void writeConfigRecord();
     /// Raises "no config file." when there is none.
     void readConfigRecord();
-    /// To be called before ports are changed whose configuration will then be written.
+    /// To be called before ports are changed whose configuration will then be written, or the
+    /// drives wiped. Raises what the library raises, and has changed nothing then.
     void ensureConfigRead();
     void adoptConfig(PortConfig &config);
     void writePairRecord(const PortState &port);
