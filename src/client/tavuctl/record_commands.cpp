@@ -165,6 +165,28 @@ void showRecorded(const Session &session, const std::vector<client::FileEntry> &
         printLine("recorded " + fileSummary(file));
 }
 
+/// False, after a word of it, when frames that were taken, or were to be taken by a recording that
+/// ended by itself, aren't there.
+bool allStored(Session &session, const RecordOptions &options, bool complete,
+               const std::vector<client::FileEntry> &files)
+{
+    uint64_t taken = 0, stored = 0;
+    for (const uint32_t port : options.ports)
+        taken += session.service()
+                     .recordingProgress(session.device, static_cast<uint8_t>(port))
+                     .numFrames;
+    if (complete && options.frames && !options.externalStop)
+        taken = std::max(taken, *options.frames * options.ports.size());
+    for (const client::FileEntry &file : files)
+        stored += file.numFrames;
+    if (stored >= taken)
+        return true;
+    note("tavuctl: " + std::to_string(stored) + " of " + counted(taken, "frame") +
+         " were stored: is there no room left?\n`tavuctl remove" + session.deviceOption() +
+         "` makes some");
+    return false;
+}
+
 void stopRecording(RunningRecording &recording, const RecordOptions &options)
 {
     try {
@@ -242,6 +264,8 @@ int record(Session &session, const RecordOptions &options)
         files = recordedFiles(session, options);
     }
     showRecorded(session, files);
+    if (!allStored(session, options, complete, files))
+        return kFailure;
     if (complete || (!options.frames && !options.time))
         return kSuccess;
     note("tavuctl: interrupted; the recording is shorter than was asked for");
