@@ -134,8 +134,8 @@ void STavuDevice::serialClose(uint8_t port)
     channel.serial.reset();
 }
 
-// A transfer's size is the client's, and a large buffer takes its time: it is made ready before the
-// port is taken.
+// The size is only announced, and a large buffer takes its time: it is made ready before the port
+// is taken.
 void STavuDevice::registerRead(uint8_t port, uint32_t addr, void *buffer, uint32_t size)
 {
     std::unique_lock deviceLock(lock_);
@@ -152,13 +152,10 @@ void STavuDevice::registerRead(uint8_t port, uint32_t addr, void *buffer, uint32
 void STavuDevice::registerWrite(uint8_t port, uint32_t addr, const void *buffer, uint32_t size)
 {
     std::unique_lock deviceLock(lock_);
-    portState(port);
+    PortState &state = portState(port);
     const auto camera = libraryPort(*device(), port);
-    deviceLock.unlock();
-    const auto content = bufferOf(buffer, size);
-    deviceLock.lock();
-    const TurnLock::Turn turn = handOver(deviceLock, portState(port).portLock);
-    camera->writeMemory(content, addr, 0);
+    const TurnLock::Turn turn = handOver(deviceLock, state.portLock);
+    camera->writeMemory(bufferOf(buffer, size), addr, 0);
 }
 
 } // namespace tavu

@@ -7,7 +7,9 @@
 #include "records/info_record.h"
 #include "records/quillon_file_stream.h"
 
+#include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 namespace tavu {
 
@@ -94,31 +96,41 @@ void STavuDevice::readConfigRecord()
         throw std::runtime_error("no config file.");
     }
     QuillonFileStream stream(given(set->openFile(fileId), "DriveSet::openFile"), false);
+    std::vector<PortConfig> found;
     try {
-        tavu::readConfigRecord(stream, [this](PortConfig &config) { adoptConfig(config); });
+        tavu::readConfigRecord(
+            stream, [&found](PortConfig &config) { found.push_back(std::move(config)); });
     } catch (const std::runtime_error &) {
         // It could be read, and is no record: there is nothing more to be had from it.
         configState_ = ConfigState::Read;
+        adoptConfig(found);
+        throw;
+    } catch (...) {
+        // A request that fails by this changes nothing; a connection takes what it can get.
+        if (configState_ == ConfigState::Unreadable)
+            adoptConfig(found);
         throw;
     }
     configState_ = ConfigState::Read;
+    adoptConfig(found);
 }
 
-void STavuDevice::adoptConfig(PortConfig &config)
+void STavuDevice::adoptConfig(std::vector<PortConfig> &found)
 {
-    for (uint64_t i = 0; i < portCount_; ++i) {
-        PortState &state = ports_[i];
-        if (state.name != config.name)
+    for (PortConfig &config : found) {
+        PortState *const end = ports_.get() + portCount_;
+        PortState *const state = std::find_if(
+            ports_.get(), end, [&](const PortState &port) { return port.name == config.name; });
+        if (state == end)
             continue;
-        state.pairedTo = config.pairedTo;
-        state.width = config.width;
-        state.height = config.height;
-        state.pixelFormat = config.pixelFormat;
-        state.tapGeometry = config.tapGeometry;
-        state.framesPerPacket = config.framesPerPacket;
+        state->pairedTo = config.pairedTo;
+        state->width = config.width;
+        state->height = config.height;
+        state->pixelFormat = config.pixelFormat;
+        state->tapGeometry = config.tapGeometry;
+        state->framesPerPacket = config.framesPerPacket;
         if (!config.info.empty())
-            state.pairInfo = std::move(config.info);
-        return;
+            state->pairInfo = std::move(config.info);
     }
 }
 

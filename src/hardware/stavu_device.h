@@ -230,7 +230,8 @@ private:
     /// To be called before ports are changed whose configuration will then be written, or the
     /// drives wiped. Raises what the library raises, and has changed nothing then.
     void ensureConfigRead();
-    void adoptConfig(PortConfig &config);
+    /// Gives the ports what was found under their names.
+    void adoptConfig(std::vector<PortConfig> &found);
     void writePairRecord(const PortState &port);
     void readPairRecord(PortState &port);
     void writeInfoRecord(uint32_t fileId, uint32_t streamId, const ByteBlock &block);
