@@ -178,8 +178,10 @@ TEST_P(DeadClient, LosesAllThatItHeld)
     for (const auto &[ordinal, params] :
          {std::pair(27, "D fileId=1 streamId=0"), {27, "D fileId=1 streamId=0"}, {52, "P"}})
         regions.push_back(std::make_unique<Region>(script["B"].result(ordinal, params)));
-    for (const auto &region : regions)
+    for (const auto &region : regions) {
         EXPECT_TRUE(region->name.starts_with("orek_tavu") && region->isReachable());
+        EXPECT_EQ(region->name.find_first_not_of("0123456789ABCDEF", 9), std::string::npos);
+    }
     script.play("A 31 D fileId=1 streamId=0 -> !File is open");
     script["A"].request(55);
     const bool byFault = GetParam();
