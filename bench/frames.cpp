@@ -1,6 +1,6 @@
 #include "cases.h"
 #include "measure.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 #include "service_process.h"
 
 #include <chrono>

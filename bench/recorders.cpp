@@ -3,7 +3,7 @@
 #include "meta_records.h"
 #include "peers/recorder_loop.h"
 #include "recorder_lab.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <chrono>
 #include <future>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "encoding/object_value.h"
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -38,9 +38,9 @@ foreach(folder client encoding)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION "${header_folder}"
           FILES_MATCHING PATTERN "*.h" PATTERN tavuctl EXCLUDE)
 endforeach()
-install(FILES "${PROJECT_SOURCE_DIR}/src/service/local_socket.h"
-              "${PROJECT_SOURCE_DIR}/src/service/shared_region.h"
-        DESTINATION "${header_folder}/service")
+install(FILES "${PROJECT_SOURCE_DIR}/src/service/transport/local_socket.h"
+              "${PROJECT_SOURCE_DIR}/src/service/transport/shared_region.h"
+        DESTINATION "${header_folder}/service/transport")
 
 install(EXPORT tavu NAMESPACE tavu:: FILE tavu-targets.cmake DESTINATION "${package_folder}")
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/tavu-config.cmake.in"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <cstdint>
 #include <span>

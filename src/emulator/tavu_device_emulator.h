@@ -7,7 +7,7 @@
 #include "records/config_record.h"
 #include "records/record_file.h"
 #include "registry/tavu_device.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <thread>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "hardware/library/drive_file.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <cstdint>
 #include <mutex>

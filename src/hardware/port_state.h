@@ -3,7 +3,7 @@
 #include "hardware/library/port.h"
 #include "platform/turn_lock.h"
 #include "registry/file_record.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 
 #include <atomic>
 #include <cstdint>

@@ -2,7 +2,7 @@
 #include "platform/diagnostics.h"
 #include "protocol/request_loop.h"
 #include "registry/failure_text.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <algorithm>
 #include <condition_variable>

@@ -2,7 +2,7 @@
 
 #include "registry/device_manager.h"
 #include "service/client_connection.h"
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 
 #include <memory>
 #include <mutex>

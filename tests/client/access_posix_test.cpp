@@ -1,5 +1,5 @@
 #include "client/connection.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <gtest/gtest.h>
 

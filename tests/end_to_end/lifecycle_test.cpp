@@ -1,6 +1,6 @@
 #include "harness/service.h"
 #include "harness/surroundings.h"
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "pipe.h"
 
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 
 namespace tavu::test {
 

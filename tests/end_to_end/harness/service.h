@@ -2,7 +2,7 @@
 
 #include "child_process.h"
 #include "pipe.h"
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 #include "wire.h"
 
 #include <chrono>

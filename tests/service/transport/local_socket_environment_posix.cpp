@@ -1,4 +1,4 @@
-#include "service/local_socket_environment.h"
+#include "service/transport/local_socket_environment.h"
 
 #include <cstdlib>
 #include <filesystem>

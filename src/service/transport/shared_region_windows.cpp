@@ -1,6 +1,6 @@
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 #include "platform/wide_text_windows.h"
-#include "service/shared_security_windows.h"
+#include "service/transport/shared_security_windows.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "service/shared_security_windows.h"
+#include "service/transport/shared_security_windows.h"
 
 #include <aclapi.h>
 

@@ -1,6 +1,6 @@
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 #include "platform/wide_text_windows.h"
-#include "service/shared_security_windows.h"
+#include "service/transport/shared_security_windows.h"
 
 #include <windows.h>
 

@@ -1,4 +1,4 @@
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "service/local_socket.h"
+#include "service/transport/local_socket.h"
 
-#include "service/local_socket_environment.h"
+#include "service/transport/local_socket_environment.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "service/shared_region.h"
+#include "service/transport/shared_region.h"
 
 #include <gtest/gtest.h>
 
