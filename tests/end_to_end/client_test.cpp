@@ -1,6 +1,7 @@
 #include "client/connection.h"
 #include "client/playback.h"
-#include "harness/lab.h"
+#include "harness/recording.h"
+#include "harness/service.h"
 
 #include <gtest/gtest.h>
 #include <optional>
@@ -80,7 +81,7 @@ TEST_P(ClientTest, TheLibraryDoesAllOfIt)
 
 TEST_P(ClientTest, TavuctlDoesWhatAUserTypes)
 {
-    const std::string folder = service_->folder.path;
+    const std::string folder = service_->folder.path.string();
     const struct
     {
         std::vector<std::string> words;
@@ -108,7 +109,7 @@ TEST_P(ClientTest, TavuctlDoesWhatAUserTypes)
     for (const auto &step : steps) {
         SCOPED_TRACE(testing::PrintToString(step.words));
         const std::string output = folder + "/ctl";
-        std::filesystem::remove(nativePath(output));
+        std::filesystem::remove(output);
         ChildProcess process(TAVUCTL_PATH, step.words, output, output);
         ASSERT_TRUE(waitUntil([&] { return process.exitStatus().has_value(); }));
         EXPECT_EQ(step.status, process.exitStatus());

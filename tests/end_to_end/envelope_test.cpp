@@ -1,3 +1,4 @@
+#include "harness/recording.h"
 #include "harness/service.h"
 
 #include <gtest/gtest.h>
@@ -79,7 +80,7 @@ TEST(Envelope, FaultsEndTheConnectionWithoutAWord)
         client.send(faults[i]);
         EXPECT_EQ(client.receiveUntilEnd(), i == 0 ? kBadVersion : "");
     }
-    EXPECT_EQ(witness.call(5, "deviceId=7"), error("Invalid device index."));
+    EXPECT_EQ(witness.call("deviceName", "deviceId=7"), error("Invalid device index."));
     // What a command tells its client is printed, and flushed, too; what ended a client isn't.
     const std::string expected = "ResponseError: Unsupported version.\n"
                                  "ResponseError: Invalid device index.\n";

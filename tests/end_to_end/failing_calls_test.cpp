@@ -3,6 +3,7 @@
 
 #include "failing_calls.h"
 #include "harness/scenario.h"
+#include "harness/service.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -21,7 +22,7 @@ class FailingCallsTest : public testing::TestWithParam<std::tuple<Failure, uint6
 protected:
     FailingCallsTest()
     {
-        const std::string path = folder_.path + "/calls";
+        const std::string path = (folder_.path / "calls").string();
         const int fd = open(path.c_str(), O_RDWR | O_CREAT, 0600);
         EXPECT_EQ(ftruncate(fd, sizeof *calls_), 0);
         calls_ = static_cast<FailingCalls *>(

@@ -1,3 +1,4 @@
+#include "harness/recording.h"
 #include "harness/service.h"
 #include "harness/surroundings.h"
 
@@ -20,16 +21,15 @@ TEST(Hostile, NestingCostsNoStack)
             nest += level == "91" ? Bytes(1, '\x91') : Bytes("\x81\xA0");
         Client client;
         // Whole: a value that nobody looks at, and a parameter of the wrong type.
-        client.send(encodeRequest(4, nest + fromHex("C0")));
+        client.send(encodeRequest("deviceCount", nest + fromHex("C0")));
         EXPECT_EQ(client.reply()["result"]["count"].text, "1");
-        client.send(encodeRequest(
-            5, encodeMap(std::vector<Field>{{"deviceId", '!', nest + fromHex("C0")}})));
+        client.send(encodeRequest("deviceName", encodeMap(std::vector<Field>{{"deviceId", '!', nest + fromHex("C0")}})));
         EXPECT_EQ(client.reply()["error"].string.substr(0, 15), "Object type is ");
         // Broken at the bottom.
         client.send(nest + fromHex("C1"));
         EXPECT_EQ(client.receiveUntilEnd(), "");
     }
-    EXPECT_EQ(witness.result(4)["count"].text, "1");
+    EXPECT_EQ(witness.result("deviceCount")["count"].text, "1");
 }
 
 TEST(Hostile, AnnouncedLengthsTouchNoMemory)
@@ -45,13 +45,13 @@ TEST(Hostile, AnnouncedLengthsTouchNoMemory)
         clients.back()->send(fromHex(head));
     }
     for (int i = 0; i < 500; i++)
-        EXPECT_EQ(witness.result(4)["count"].text, "1");
+        EXPECT_EQ(witness.result("deviceCount")["count"].text, "1");
     EXPECT_LT(service.residentBytes(), before + (uint64_t(512) << 20));
-    for (const uint64_t ordinal : {17, 21})
-        EXPECT_NE(witness.call(ordinal, "P addr=0 size=4294967295").find("error"),
+    for (const char *command : {"serialRead", "registerRead"})
+        EXPECT_NE(witness.call(command, "P addr=0 size=4294967295").find("error"),
                   std::string::npos);
     clients.clear();
-    EXPECT_EQ(witness.result(4)["count"].text, "1");
+    EXPECT_EQ(witness.result("deviceCount")["count"].text, "1");
 }
 
 TEST(Hostile, BytesHurtOnlyTheirConnection)
@@ -59,10 +59,10 @@ TEST(Hostile, BytesHurtOnlyTheirConnection)
     Service service;
     Script script;
     script.play("A configures 4 4\nA records 1");
-    const std::string list = script["A"].call(26, "D");
+    const std::string list = script["A"].call("listFiles", "D");
     std::mt19937 random(20260101);
     std::vector<std::unique_ptr<Client>> open;
-    const Bytes valid = encodeRequest(27, encodeMap("D fileId=1 streamId=0 x=#0102030405"));
+    const Bytes valid = encodeRequest("openFile", encodeMap("D fileId=1 streamId=0 x=#0102030405"));
     for (int round = 0; round < 1000; round++) {
         open.push_back(std::make_unique<Client>(round % 4 != 0));
         Bytes bytes;
@@ -76,7 +76,7 @@ TEST(Hostile, BytesHurtOnlyTheirConnection)
         if (open.size() > random() % 200)
             open.clear();
     }
-    EXPECT_EQ(script["A"].call(26, "D"), list);
+    EXPECT_EQ(script["A"].call("listFiles", "D"), list);
 }
 
 /// What one of many clients does, without an eye to the others.
@@ -84,44 +84,46 @@ void hammer(unsigned seed)
 {
     std::mt19937 random(seed);
     Client client;
-    const std::string queue = concat("queueId=", client.result(0)["queueId"].text);
+    const std::string queue = concat("queueId=", client.result("createEventQueue")["queueId"].text);
     const std::string start =
         "D portMask=1 externalTrigger=0 type=1 count=1 usePretrigger=false pretriggerCount=0";
     const int rounds = transfersAreSlow() ? 10 : 25;
     for (int round = 0; round < rounds; round++) {
         switch (random() % 7) {
         case 0:
-            EXPECT_EQ(client.call(55), "{}");
-            EXPECT_EQ(client.call(56), "{}");
+            EXPECT_EQ(client.call("lockGlobal"), "{}");
+            EXPECT_EQ(client.call("unlockGlobal"), "{}");
             break;
         case 1: {
-            const std::string slot = concat(
-                "D openFileId=", client.result(27, "D fileId=1 streamId=0")["openFileId"].text);
-            EXPECT_EQ(client.call(30, slot + " frame=1"), "{}");
+            const std::string slot =
+                concat("D openFileId=",
+                       client.result("openFile", "D fileId=1 streamId=0")["openFileId"].text);
+            EXPECT_EQ(client.call("readFrame", slot + " frame=1"), "{}");
             if (random() % 2 == 0) {
-                EXPECT_EQ(client.call(29, slot), "{}");
+                EXPECT_EQ(client.call("closeFile", slot), "{}");
             }
             break;
         }
         case 2:
-            EXPECT_EQ(client.call(41, concat("P width=", random() % 200, " height=", random() % 200,
-                                             " pixelFormat=0 tapGeometry=0")),
+            EXPECT_EQ(client.call("setPortConfig",
+                                  concat("P width=", random() % 200, " height=", random() % 200,
+                                         " pixelFormat=0 tapGeometry=0")),
                       "{}");
             break;
         case 3:
-            for (const uint64_t ordinal : {52, 54, 53})
-                client.call(ordinal, "P");
+            for (const char *command : {"startLive", "liveFrame", "stopLive"})
+                client.call(command, "P");
             break;
         case 4:
-            client.call(42, start);
-            client.call(43, "D");
+            client.call("startRecording", start);
+            client.call("stopRecording", "D");
             break;
         case 5:
-            EXPECT_EQ(client.call(50, "deviceId=3"), "{}");
+            EXPECT_EQ(client.call("notifyFilesChanged", "deviceId=3"), "{}");
             break;
         default:
-            EXPECT_FALSE(client.result(26, "D")["files"].members.empty());
-            client.result(3, queue);
+            EXPECT_FALSE(client.result("listFiles", "D")["files"].members.empty());
+            client.result("tryReadEvent", queue);
         }
     }
 }
@@ -132,7 +134,7 @@ TEST(Hostile, ManyClientsAtOnceWhileOnePlaysBack)
     Client player;
     configure(player, 90, 11);
     record(player, 5);
-    const Region region(player.result(27, "D fileId=1 streamId=0"));
+    const Region region(player.result("openFile", "D fileId=1 streamId=0"));
     std::atomic<int> running = 64;
     std::vector<std::thread> threads;
     for (unsigned seed = 0; seed < 64; seed++)
@@ -145,12 +147,12 @@ TEST(Hostile, ManyClientsAtOnceWhileOnePlaysBack)
             running--;
         });
     for (uint64_t frame = 0; running > 0; frame = (frame + 1) % 5) {
-        EXPECT_EQ(player.call(30, concat("D openFileId=0 frame=", frame)), "{}");
+        EXPECT_EQ(player.call("readFrame", concat("D openFileId=0 frame=", frame)), "{}");
         EXPECT_EQ(region.bytes(1980), expectedFrame(frame, 90, 11));
     }
     for (std::thread &thread : threads)
         thread.join();
-    EXPECT_EQ(player.result(4)["count"].text, "1");
+    EXPECT_EQ(player.result("deviceCount")["count"].text, "1");
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "harness/recording.h"
 #include "harness/service.h"
 
 #include <atomic>
@@ -17,9 +18,10 @@ TEST(LifeCycle, AFailingAcceptCutsAllClientsOff)
         std::atomic<int> arrived = 0;
         const auto keepBusy = [&arrived] {
             Client client;
-            for (arrived++; client.send(encodeRequest(0, encodeMap("")));)
+            for (arrived++; client.send(encodeRequest("createEventQueue", encodeMap("")));)
                 try {
-                    client.call(1, concat("queueId=", client.reply()["result"]["queueId"].text));
+                    client.call("destroyEventQueue",
+                                concat("queueId=", client.reply()["result"]["queueId"].text));
                 } catch (const std::runtime_error &) { // the end
                 }
         };

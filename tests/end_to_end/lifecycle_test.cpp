@@ -1,3 +1,4 @@
+#include "harness/recording.h"
 #include "harness/service.h"
 #include "harness/surroundings.h"
 #include "service/transport/local_socket.h"
@@ -23,11 +24,11 @@ TEST(LifeCycle, EndsWhenTheLastClientLeaves)
 {
     Service service;
     Script().play(R"(
-        A 4 -> {"count":1}
-        B 4 -> {"count":1}
+        A deviceCount -> {"count":1}
+        B deviceCount -> {"count":1}
         B leaves
-        A 4 -> {"count":1}
-        A 4 -> {"count":1}
+        A deviceCount -> {"count":1}
+        A deviceCount -> {"count":1}
     )");
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(service.output() + service.errors(), "");
@@ -38,7 +39,7 @@ TEST(LifeCycle, ReadsOneOption)
     for (const char *argument : {"noautoclose", "NoAutoCLOSE"}) {
         Service service({"-x", argument, "--help"});
         for (int i = 0; i < 30; i++)
-            EXPECT_EQ(Client().result(4)["count"].text, "1");
+            EXPECT_EQ(Client().result("deviceCount")["count"].text, "1");
     }
     Service service({"noautoclos", "noautoclose ", "autoclose"});
     stop(service);
@@ -61,11 +62,11 @@ TEST(LifeCycle, OneInstanceServesAndTheOthersEndSilently)
         Client client;
         EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
         configure(client, 4, 4);
-        Region region(client.result(52, "P"));
+        Region region(client.result("startLive", "P"));
         processes.push_back(service.startAnother());
         EXPECT_TRUE(waitUntil([&] { return areRunning(1); }));
         EXPECT_TRUE(region.isReachable());
-        EXPECT_EQ(Client().result(4)["count"].text, "1");
+        EXPECT_EQ(Client().result("deviceCount")["count"].text, "1");
     }
     EXPECT_TRUE(waitUntil([&] { return areRunning(0); }));
     for (const auto &process : processes)
@@ -83,7 +84,7 @@ TEST(LifeCycle, ClientsThatComeAndGoDisturbNobody)
     };
     const std::jthread first(comeAndGo), second(comeAndGo), third(comeAndGo);
     for (int round = 0; round < 200; round++)
-        EXPECT_EQ(worker.result(4)["count"].text, "1");
+        EXPECT_EQ(worker.result("deviceCount")["count"].text, "1");
 }
 
 TEST(LifeCycle, AKilledServiceIsReplaced)
@@ -92,7 +93,7 @@ TEST(LifeCycle, AKilledServiceIsReplaced)
     for (int round = 0; round < 3; round++) {
         Client client;
         configure(client, 64, 64);
-        Region region(client.result(52, "P"));
+        Region region(client.result("startLive", "P"));
         EXPECT_TRUE(region.isReachable());
         service.kill();
         EXPECT_EQ(client.receiveUntilEnd(), "");
@@ -109,13 +110,13 @@ TEST(LifeCycle, AForeignObjectAtTheAddressIsLeftAlone)
         GTEST_SKIP() << "no variable says where things are on this system";
     Service service;
     stop(service);
-    const std::string address = service.folder.path + "/tavusrv";
+    const fs::path address = service.folder.path / "tavusrv";
     writeFile(address, "precious");
     service.start();
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(readFile(address), "precious");
     fs::remove(address);
-    setVariable("XDG_RUNTIME_DIR", service.folder.path + "/missing");
+    setVariable("XDG_RUNTIME_DIR", (service.folder.path / "missing").string());
     service.start();
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_EQ(service.output() + service.errors(), "");
@@ -135,7 +136,7 @@ TEST(LifeCycle, NeedsNoStandardOutput)
     )");
     EXPECT_EQ(service.waitForExit(), 0);
     const Bytes frames = expectedFrame(0, 4, 4) + expectedFrame(1, 4, 4);
-    EXPECT_EQ(readFile(service.emulatorFolder + "Emu/1"), frames);
+    EXPECT_EQ(readFile(service.emulatorFolder / "Emu/1"), frames);
 }
 
 TEST(LifeCycle, StopsWithStatusZeroWhileTheDeviceRecords)
@@ -146,14 +147,14 @@ TEST(LifeCycle, StopsWithStatusZeroWhileTheDeviceRecords)
         Client client;
         configure(client, 100, 100);
         record(client, 1);
-        live = std::make_unique<Region>(client.result(52, "P"));
-        playback = std::make_unique<Region>(client.result(27, "D fileId=1 streamId=0"));
+        live = std::make_unique<Region>(client.result("startLive", "P"));
+        playback = std::make_unique<Region>(client.result("openFile", "D fileId=1 streamId=0"));
         startRecording(client);
     }
     EXPECT_EQ(service.waitForExit(), 0);
     EXPECT_FALSE(live->isReachable() || playback->isReachable());
     EXPECT_EQ(service.errors(), "");
-    const Bytes frames = readFile(service.emulatorFolder + "Emu/.incomplete");
+    const Bytes frames = readFile(service.emulatorFolder / "Emu/.incomplete");
     ASSERT_GE(frames.size(), 4u * 20000);
     EXPECT_EQ(frames.size() % 20000, 0u);
     EXPECT_EQ(frames.substr(frames.size() - 20000),
@@ -171,19 +172,20 @@ TEST_P(DeadClient, LosesAllThatItHeld)
     script.play(R"(
         A configures 16 16
         A records 2
-        B 0 -> {"queueId":0}
-        B 55 -> ok
+        B createEventQueue -> {"queueId":0}
+        B lockGlobal -> ok
     )");
     std::vector<std::unique_ptr<Region>> regions;
-    for (const auto &[ordinal, params] :
-         {std::pair(27, "D fileId=1 streamId=0"), {27, "D fileId=1 streamId=0"}, {52, "P"}})
-        regions.push_back(std::make_unique<Region>(script["B"].result(ordinal, params)));
+    for (const auto &[command, params] : {std::pair("openFile", "D fileId=1 streamId=0"),
+                                          {"openFile", "D fileId=1 streamId=0"},
+                                          {"startLive", "P"}})
+        regions.push_back(std::make_unique<Region>(script["B"].result(command, params)));
     for (const auto &region : regions) {
         EXPECT_TRUE(region->name.starts_with("orek_tavu") && region->isReachable());
         EXPECT_EQ(region->name.find_first_not_of("0123456789ABCDEF", 9), std::string::npos);
     }
-    script.play("A 31 D fileId=1 streamId=0 -> !File is open");
-    script["A"].request(55);
+    script.play("A removeFile D fileId=1 streamId=0 -> !File is open");
+    script["A"].request("lockGlobal");
     const bool byFault = GetParam();
     if (byFault)
         script["B"].send(fromHex("90"));
@@ -194,9 +196,9 @@ TEST_P(DeadClient, LosesAllThatItHeld)
     for (const auto &region : regions)
         EXPECT_FALSE(region->isReachable());
     script.play(R"(
-        A 54 P -> !Live not started
-        A 0 -> {"queueId":0}
-        A 31 D fileId=1 streamId=0 -> ok
+        A liveFrame P -> !Live not started
+        A createEventQueue -> {"queueId":0}
+        A removeFile D fileId=1 streamId=0 -> ok
     )");
 }
 
@@ -211,19 +213,20 @@ TEST(LifeCycle, FindsItsDataFolder)
     setVariable("XDG_DATA_HOME", std::nullopt);
     service.start();
     Script().play("A configures 4 4");
-    EXPECT_TRUE(fs::exists(service.folder.path + "/.local/share/OREK Systems/TAVU/Emulator/.meta"));
+    EXPECT_TRUE(fs::exists(service.folder.path / ".local/share/OREK Systems/TAVU/Emulator/.meta"));
     EXPECT_EQ(service.waitForExit(), 0);
 
-    writeFile(service.folder.path + "/file", "where the folder should be");
-    setVariable("XDG_DATA_HOME", service.folder.path + "/file");
+    const std::string file = (service.folder.path / "file").string();
+    writeFile(file, "where the folder should be");
+    setVariable("XDG_DATA_HOME", file);
     service.start();
-    const std::string failure = " -> !Failed to open file: " + service.folder.path +
-                                "/file/OREK Systems/TAVU/Emulator/.meta\n";
-    Script().play("A 0 -> {\"queueId\":0}\n"
-                  "A 34 P identity='a' info=#01 numFramesPerPacket=1" +
+    const std::string failure =
+        " -> !Failed to open file: " + file + "/OREK Systems/TAVU/Emulator/.meta\n";
+    Script().play("A createEventQueue -> {\"queueId\":0}\n"
+                  "A pairPort P identity='a' info=#01 numFramesPerPacket=1" +
                   failure +
-                  "A 35 P -> {\"pairedTo\":\"a\"}\n"
-                  "A 3 queueId=0 -> {\"ok\":false}");
+                  "A pairedTo P -> {\"pairedTo\":\"a\"}\n"
+                  "A tryReadEvent queueId=0 -> {\"ok\":false}");
 }
 
 } // namespace

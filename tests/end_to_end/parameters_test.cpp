@@ -1,4 +1,6 @@
+#include "harness/recording.h"
 #include "harness/service.h"
+#include "support/commands.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -9,55 +11,35 @@ namespace {
 
 const std::string kMissing = error("Key not found in map.");
 
-struct Command
+/// Of a service without devices.
+std::string replyTo(std::string_view command)
 {
-    uint64_t ordinal;
-    std::string params; ///< in the order in which they are read
-    std::string reply;  ///< of a service without devices
-};
-
-std::vector<Command> allCommands()
-{
-    // Ordinals that share their parameters, the parameters, and the reply if the device isn't
-    // asked.
-    const char *const groups[][3] = {
-        {"5 6 7 8 9 10 11 12 13 23 24 26 33 43 44 45 51 57", "D", ""},
-        {"15 19 20 25 35 37 38 39 40 46 47 52 54", "P", ""},
-        {"53", "P", "Live not started by this connection."},
-        {"14", "P baudRate=9600 parity=0 stopBits=1", ""},
-        {"16", "P baudRate=9600", ""},
-        {"17", "P size=4", ""},
-        {"18", "P data=#0102", ""},
-        {"21", "P addr=12300 size=4", ""},
-        {"22", "P addr=12300 data=#01", ""},
-        {"27 31 32", "D fileId=1 streamId=0", ""},
-        {"28 29", "D openFileId=0", "File not opened by this connection."},
-        {"30", "D openFileId=0 frame=0", "File not opened by this connection."},
-        {"34 36", "P identity='Cam' info=#0102 numFramesPerPacket=1", ""},
-        {"41", "P width=1 height=1 pixelFormat=1 tapGeometry=1", ""},
-        {"42",
-         "D portMask=1 externalTrigger=0 type=1 count=1 usePretrigger=false pretriggerCount=0", ""},
-        {"48", "D fileId=1 streamId=0 name='n' notify=true", ""},
-        {"49",
-         "D fileId=1 streamId=0 name='n' width=1 height=1 numImages=1 numDroppedFrames=0 "
-         "startTime=1 endTime=2 duration=1 notify=true",
-         ""},
-        {"1", "queueId=0", "Inalid event queue id."},
-        {"2 3", "queueId=0", "A connection can only read from an event queue that it created."},
+    static const std::map<std::string_view, const char *> errors = {
+        {"destroyEventQueue", "Inalid event queue id."},
+        {"readEvent", "A connection can only read from an event queue that it created."},
+        {"tryReadEvent", "A connection can only read from an event queue that it created."},
+        {"fileInfo", "File not opened by this connection."},
+        {"closeFile", "File not opened by this connection."},
+        {"readFrame", "File not opened by this connection."},
+        {"stopLive", "Live not started by this connection."},
     };
-    std::vector<Command> commands = {{50, "D", "{}"}};
-    for (const auto &[ordinals, params, reply] : groups) {
-        std::istringstream stream(ordinals);
-        for (uint64_t ordinal = 0; stream >> ordinal;)
-            commands.push_back({ordinal, params, error(*reply ? reply : "Invalid device index.")});
-    }
-    return commands;
+    if (command == "notifyFilesChanged")
+        return "{}";
+    const auto found = errors.find(command);
+    return error(found == errors.end() ? "Invalid device index." : found->second);
+}
+
+std::vector<Command> commandsWithParameters()
+{
+    std::vector<Command> list(commands().begin(), commands().end());
+    std::erase_if(list, [](const Command &command) { return command.params.empty(); });
+    return list;
 }
 
 std::string typeError(char kind)
 {
     static const std::map<char, std::string> types = {
-        {'n', "positive integer"}, {'s', "string"}, {'b', "bool"}, {'x', "blob"}};
+        {'0', "positive integer"}, {'\'', "string"}, {'t', "bool"}, {'#', "blob"}};
     const std::string &type = types.at(kind);
     return error("Object type is not " + type + ", but " + type + " expected.");
 }
@@ -67,7 +49,7 @@ class Parameters : public testing::Test
 protected:
     std::string ask(const Command &command, const std::vector<Field> &fields)
     {
-        client->send(encodeRequest(command.ordinal, encodeMap(fields)));
+        client->send(encodeRequest(command.name, encodeMap(fields)));
         return client->reply().text;
     }
 
@@ -94,10 +76,10 @@ TEST_F(Parameters, TheFirstFaultInTableOrderDecides)
 {
     const std::vector<Field> samples = parseFields("n=1 s='x' b=true x=#00 i=!FF f=!CA3FC00000 "
                                                    "z=!C0 m=!80 a=!90");
-    for (const Command &command : allCommands()) {
+    for (const Command &command : commandsWithParameters()) {
         const std::vector<Field> fields = parseFields(command.params);
         for (size_t i = 0; i < fields.size(); i++) {
-            SCOPED_TRACE(concat("ordinal ", command.ordinal, ", ", fields[i].name));
+            SCOPED_TRACE(concat(command.name, ' ', fields[i].name));
             std::vector<Field> faulty(fields.begin(), fields.begin() + i);
             EXPECT_EQ(ask(command, faulty), kMissing);
             for (const Field &sample : samples) {
@@ -120,24 +102,24 @@ TEST_F(Parameters, TheFirstFaultInTableOrderDecides)
 
 TEST_F(Parameters, OrderAndOtherKeysDoNotMatter)
 {
-    for (const Command &command : allCommands()) {
-        SCOPED_TRACE(command.ordinal);
-        client->send(encodeMap(concat("act='exec' ord=", command.ordinal)));
+    for (const Command &command : commandsWithParameters()) {
+        SCOPED_TRACE(command.name);
+        client->send(encodeMap(concat("act='exec' ord=", ordinalOf(command.name))));
         EXPECT_EQ(client->reply().text, kMissing);
         for (const char *notAMap : {"07", "90", "C0", "A0"}) {
-            client->send(encodeRequest(command.ordinal, fromHex(notAMap)));
+            client->send(encodeRequest(command.name, fromHex(notAMap)));
             EXPECT_EQ(client->reply().text, error("Object is not a map."));
         }
         std::vector<Field> fields = parseFields(command.params);
-        EXPECT_EQ(ask(command, fields), command.reply);
+        EXPECT_EQ(ask(command, fields), replyTo(command.name));
         std::reverse(fields.begin(), fields.end());
         fields.insert(fields.begin(), {"other", '!', fromHex("81A1789291C0C2")});
-        fields.push_back({"deviceId", 's', fromHex("A0")});
-        EXPECT_EQ(ask(command, fields), command.reply);
+        fields.push_back({"deviceId", '!', fromHex("A0")});
+        EXPECT_EQ(ask(command, fields), replyTo(command.name));
         std::erase_if(fields, isOptional);
-        EXPECT_EQ(ask(command, fields), command.reply);
+        EXPECT_EQ(ask(command, fields), replyTo(command.name));
     }
-    EXPECT_EQ(client->call(4), R"({"result":{"count":0}})");
+    EXPECT_EQ(client->call("deviceCount"), R"({"result":{"count":0}})");
 }
 
 TEST(Emulator, AnswersItsConstantsAndRefusals)
@@ -145,27 +127,27 @@ TEST(Emulator, AnswersItsConstantsAndRefusals)
     Service service;
     Script script;
     script.play(R"(
-        A 4 -> {"count":1}
-        A 5 deviceId=4294967296 -> {"name":"Emulator"}
-        A 5 deviceId=4294967295 -> !Invalid device index.
-        A 6 D -> {"connected":true}
-        A 23 D -> {"isCxp":false}
-        A 24 D -> {"count":1}
-        A 51 D -> {"percent":5}
-        A 57 D -> {"hardwareType":1}
-        A 10 D -> ok
-        A 12 D -> {"error":""}
-        A 44 D -> ok
-        A 17 D port=9 size=4294967296 -> !not supported
+        A deviceCount -> {"count":1}
+        A deviceName deviceId=4294967296 -> {"name":"Emulator"}
+        A deviceName deviceId=4294967295 -> !Invalid device index.
+        A deviceConnected D -> {"connected":true}
+        A isCxp D -> {"isCxp":false}
+        A portCount D -> {"count":1}
+        A percentUsed D -> {"percent":5}
+        A hardwareType D -> {"hardwareType":1}
+        A cancelRecovery D -> ok
+        A recoveryError D -> {"error":""}
+        A softwareTrigger D -> ok
+        A serialRead D port=9 size=4294967296 -> !not supported
     )");
-    for (const Command &command : allCommands()) {
-        if (!command.params.starts_with('P') || command.ordinal == 53)
+    for (const auto &[command, params] : commands()) {
+        if (params.find(" port=1") == params.npos || command == "stopLive")
             continue;
-        SCOPED_TRACE(command.ordinal);
-        const bool isPassThrough = command.ordinal >= 14 && command.ordinal <= 22;
-        EXPECT_EQ(script["A"].call(command.ordinal, "D port=1" + command.params.substr(1)),
-                  command.ordinal == 25 ? R"({"result":{"name":"Emu"}})"
-                                        : error(isPassThrough ? "not supported" : "Invalid port"));
+        const bool isPassThrough = command.starts_with("serial") || command.starts_with("register");
+        EXPECT_EQ(script["A"].call(command, params),
+                  command == "portName" ? R"({"result":{"name":"Emu"}})"
+                                        : error(isPassThrough ? "not supported" : "Invalid port"))
+            << command;
     }
 }
 
@@ -174,21 +156,22 @@ TEST(Emulator, CutsNumbersToTheirWidthAndTextsAtTheirNul)
     Service service;
     Script script;
     script.play(R"(
-        A 34 deviceId=4294967296 port=256 identity=!A3610062 info=#00FF numFramesPerPacket=65539 -> ok
-        A 35 D port=512 -> {"pairedTo":"a"}
-        A 39 P -> {"numFramesPerPacket":3}
-        A 38 P -> {"data":#00FF}
-        A 41 P width=65540 height=4294967300 pixelFormat=4294967305 tapGeometry=!D10007 -> ok
-        A 40 P -> {"width":4,"height":4,"pixelFormat":9,"tapGeometry":7}
-        A 42 D portMask=4294967297 externalTrigger=256 type=257 count=1 usePretrigger=true pretriggerCount=9 -> ok
-        A 43 D -> ok
-        A 0 -> {"queueId":0}
-        A 3 queueId=4294967296 -> {"ok":false}
+        A pairPort deviceId=4294967296 port=256 identity=!A3610062 info=#00FF numFramesPerPacket=65539 -> ok
+        A pairedTo D port=512 -> {"pairedTo":"a"}
+        A framesPerPacket P -> {"numFramesPerPacket":3}
+        A portIdentity P -> {"data":#00FF}
+        A setPortConfig P width=65540 height=4294967300 pixelFormat=4294967305 tapGeometry=!D10007 -> ok
+        A getPortConfig P -> {"width":4,"height":4,"pixelFormat":9,"tapGeometry":7}
+        A startRecording D portMask=4294967297 externalTrigger=256 type=257 count=1 usePretrigger=true pretriggerCount=9 -> ok
+        A stopRecording D -> ok
+        A createEventQueue -> {"queueId":0}
+        A tryReadEvent queueId=4294967296 -> {"ok":false}
     )");
-    EXPECT_EQ(script["A"].result(27, "D fileId=4294967297 streamId=8")["openFileId"].text, "0");
+    EXPECT_EQ(script["A"].result("openFile", "D fileId=4294967297 streamId=8")["openFileId"].text,
+              "0");
     script.play(R"(
-        A 30 D openFileId=4294967296 frame=0 -> ok
-        A 30 D openFileId=0 frame=4294967296 -> !Invalid frame index
+        A readFrame D openFileId=4294967296 frame=0 -> ok
+        A readFrame D openFileId=0 frame=4294967296 -> !Invalid frame index
     )");
 }
 

@@ -7,13 +7,14 @@
 //     only Port::|Record::        which of the calls count from now on
 //     said TEXT                   what the service has written by now has this line
 //     start, kill                 the service
-//     A 42 D portMask=1 ...       a line as Script plays it
+//     A 42 D portMask=1 ...       a line as Script plays it, here with the numbers of commands
 //
 // Below a step of the two latter kinds stand the calls since the step before; without any they
 // aren't compared, and "none" means that there are none. When the variable TAVU_RECORD_CALLS is set
 // the files are rewritten with the calls that were made, for "git diff" and an eye to judge.
 
-#include "harness/lab.h"
+#include "harness/recording.h"
+#include "harness/service.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -56,7 +57,7 @@ bool holdsOneOf(const std::string &line, const std::string &words)
 class Player
 {
 public:
-    Player() { writeFile(lab_.file("library.conf"), "call log = calls.log"); }
+    Player() { lab_.write("", "library.conf", "call log = calls.log"); }
 
     /// Returns the calls, when the step has some.
     std::string play(const Step &step)
@@ -93,9 +94,9 @@ private:
         if (word == "describe") {
             lab_.describe(rest, step.below);
         } else if (word == "file") {
-            writeFile(lab_.file(rest), step.below);
+            lab_.write("", rest, step.below);
         } else if (word == "faults") {
-            lab_.setFaults(script_["A"], rest, step.below);
+            setFaults(lab_, script_["A"], rest, step.below);
             newCalls();
         } else if (word == "only") {
             counted_ = rest.empty() ? " " : rest;
@@ -116,7 +117,7 @@ private:
     /// Without those that only lead to an object, and without times.
     std::vector<std::string> newCalls()
     {
-        std::istringstream stream(readFile(lab_.file("calls.log")).substr(position_));
+        std::istringstream stream(readFile(lab_.folder.path / "calls.log").substr(position_));
         std::vector<std::string> calls;
         for (std::string line; std::getline(stream, line); position_ += line.size() + 1) {
             if (holdsOneOf(line, counted_) &&

@@ -1,8 +1,9 @@
 // Each operation of the recorder library that a recording's start, its stop and a recovery need
 // raises once, at its first call and at later ones.
 
-#include "harness/lab.h"
+#include "harness/recording.h"
 #include "harness/scenario.h"
+#include "harness/service.h"
 #include "harness/surroundings.h"
 
 #include <gtest/gtest.h>
@@ -46,30 +47,32 @@ protected:
         client_.emplace();
     }
 
-    void setFaults(const std::string &text) { lab_.setFaults(*client_, "bench", text); }
+    void setFaults(const std::string &text) { test::setFaults(lab_, *client_, "bench", text); }
 
-    bool hasIncompleteFile() { return client_->result(7, "D")["hasIncompleteFile"].text == "true"; }
+    bool hasIncompleteFile()
+    {
+        return client_->result("hasIncompleteFile", "D")["hasIncompleteFile"].text == "true";
+    }
 
     void recover()
     {
-        client_->call(9, "D");
+        client_->call("startRecovery", "D");
         const std::string running = R"({"result":{"status":1}})";
-        EXPECT_TRUE(waitUntil([&] { return client_->call(11, "D") != running; }));
-        client_->call(13, "D");
+        EXPECT_TRUE(waitUntil([&] { return client_->call("recoveryStatus", "D") != running; }));
+        client_->call("finishRecovery", "D");
     }
 
     /// A recording is cut off and salvaged, and the fault hits the salvage.
     void salvage(const std::string &fault)
     {
-        EXPECT_EQ(client_->call(42, recordingOf(1)), "{}");
-        EXPECT_TRUE(waitUntil([&] { return client_->result(47, "P")["numFrames"].number > 3; }));
+        startRecording(*client_);
         restart();
         setFaults(fault);
         recover();
         setFaults("");
         // A last step that was refused can be taken again; else all of it.
         if (hasIncompleteFile())
-            client_->call(13, "D");
+            client_->call("finishRecovery", "D");
         if (hasIncompleteFile())
             recover();
         EXPECT_FALSE(hasIncompleteFile());

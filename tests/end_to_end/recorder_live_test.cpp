@@ -1,6 +1,7 @@
 // Ports that wait: live view, serial channels and camera memory, and whom they don't hold up.
 
-#include "harness/lab.h"
+#include "harness/recording.h"
+#include "harness/service.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -12,9 +13,9 @@ namespace {
 class Background
 {
 public:
-    Background(uint64_t ordinal, const std::string &params)
+    Background(std::string_view command, const std::string &params)
     {
-        client_.request(ordinal, params);
+        client_.request(command, params);
         thread_ = std::thread([this] {
             text_ = client_.reply().text;
             done_ = true;
@@ -46,16 +47,18 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     Service service({}, lab.path());
     Client client;
     configurePorts(client, 1, 70, 3);
-    EXPECT_EQ(client.call(54, "P"), error("Failed to grab frame."));
-    EXPECT_EQ(client.call(52, "D port=1"), error("Failed to create shared memory mapping."));
-    Region first(client.result(52, "P"));
+    EXPECT_EQ(client.call("liveFrame", "P"), error("Failed to grab frame."));
+    EXPECT_EQ(client.call("startLive", "D port=1"),
+              error("Failed to create shared memory mapping."));
+    Region first(client.result("startLive", "P"));
     // Started again the view has a new region, and the one before still can be opened.
-    const Value restarted = client.result(52, "P");
+    const Value restarted = client.result("startLive", "P");
     const Region region(restarted);
     EXPECT_NE(region.name, first.name);
     int64_t last = -1;
     const auto takeFrame = [&] {
-        EXPECT_EQ(client.result(54, "P").text, R"({"width":70,"height":3,"imageSize":420})");
+        EXPECT_EQ(client.result("liveFrame", "P").text,
+                  R"({"width":70,"height":3,"imageSize":420})");
         const Bytes frame = region.bytes(420);
         const int64_t number = uint8_t(frame[2]) + 256 * uint8_t(frame[3]);
         EXPECT_TRUE(frame == simulatedFrame(0, number, 70, 3));
@@ -65,16 +68,16 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     for (int i = 0; i < 5; i++)
         takeFrame();
     // When that fails, the view goes on as it is.
-    lab.setFaults(client, "bench", "Port::startGrab 1 raise broken");
-    EXPECT_EQ(client.call(52, "P"), error("broken"));
+    setFaults(lab, client, "bench", "Port::startGrab 1 raise broken");
+    EXPECT_EQ(client.call("startLive", "P"), error("broken"));
     takeFrame();
     EXPECT_TRUE(first.isReachable());
-    EXPECT_EQ(client.call(42, recordingOf(1)), "{}");
+    EXPECT_EQ(client.call("startRecording", recordingOf(1)), "{}");
     takeFrame();
-    EXPECT_EQ(client.call(43, "D"), "{}");
+    EXPECT_EQ(client.call("stopRecording", "D"), "{}");
     takeFrame();
-    EXPECT_EQ(client.call(53, "P"), "{}");
-    EXPECT_EQ(client.call(54, "P"), error("Failed to grab frame."));
+    EXPECT_EQ(client.call("stopLive", "P"), "{}");
+    EXPECT_EQ(client.call("liveFrame", "P"), error("Failed to grab frame."));
     EXPECT_TRUE(region.bytes(420) == simulatedFrame(0, last, 70, 3));
     EXPECT_FALSE(first.isReachable());
     EXPECT_EQ(Region(restarted).bytes(420), region.bytes(420));
@@ -93,8 +96,8 @@ TEST(RecorderLive, RefusesFramesOfAnotherDepthAndCutsLargeOnes)
     configurePorts(client, 4, 70, 3);
     for (int port = 0; port < 4; port++) {
         const std::string params = concat("D port=", port);
-        const Region region(client.result(52, params));
-        const std::string reply = client.call(54, params);
+        const Region region(client.result("startLive", params));
+        const std::string reply = client.call("liveFrame", params);
         if (port == 0) {
             EXPECT_EQ(reply, error("Bad frame size."));
             continue;
@@ -115,29 +118,30 @@ TEST(RecorderLive, APortThatWaitsHoldsUpNobodyElse)
     Service service({}, lab.path());
     Client client;
     configurePorts(client, 2, 16, 2);
-    client.result(52, "P");
-    client.result(52, "D port=1");
+    client.result("startLive", "P");
+    client.result("startLive", "D port=1");
     {
         // Two wait for the silent port; each would for five seconds.
-        Background waiting(54, "P"), behind(54, "P");
+        Background waiting("liveFrame", "P"), behind("liveFrame", "P");
         const auto begin = std::chrono::steady_clock::now();
         for (int i = 0; i < 20; i++) {
-            EXPECT_EQ(client.result(54, "D port=1")["width"].number, 16u);
-            EXPECT_EQ(client.result(5, "D")["name"].string, "bench");
-            EXPECT_EQ(client.result(5, "deviceId=1")["name"].string, "other");
-            EXPECT_EQ(client.result(21, "P addr=12300 size=4").text, R"({"data":#00008000})");
+            EXPECT_EQ(client.result("liveFrame", "D port=1")["width"].number, 16u);
+            EXPECT_EQ(client.result("deviceName", "D")["name"].string, "bench");
+            EXPECT_EQ(client.result("deviceName", "deviceId=1")["name"].string, "other");
+            EXPECT_EQ(client.result("registerRead", "P addr=12300 size=4").text,
+                      R"({"data":#00008000})");
         }
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
         EXPECT_FALSE(waiting.isDone() || behind.isDone());
         // A recording ends the wait, and the camera sends again once its register says so.
-        EXPECT_EQ(client.call(42, recordingOf(1)), "{}");
+        EXPECT_EQ(client.call("startRecording", recordingOf(1)), "{}");
         EXPECT_EQ(waiting.reply(), error("Failed to grab frame."));
-        EXPECT_EQ(client.call(22, "P addr=32768 data=#00000001"), "{}");
+        EXPECT_EQ(client.call("registerWrite", "P addr=32768 data=#00000001"), "{}");
         const std::string late = behind.reply();
         EXPECT_TRUE(late == error("Failed to grab frame.") || late[2] == 'r') << late;
     }
-    EXPECT_EQ(client.result(54, "P")["width"].number, 16u);
-    EXPECT_EQ(client.call(43, "D"), "{}");
+    EXPECT_EQ(client.result("liveFrame", "P")["width"].number, 16u);
+    EXPECT_EQ(client.call("stopRecording", "D"), "{}");
 }
 
 // Those who waited for a frame that never came hear so together, not one after another.
@@ -148,11 +152,11 @@ TEST(RecorderLive, AllWhoWaitForASilentPortHearOfIt)
     Service service({}, lab.path());
     Client client;
     configurePorts(client, 1, 16, 2);
-    client.result(52, "P");
+    client.result("startLive", "P");
     const auto begin = std::chrono::steady_clock::now();
     std::vector<std::unique_ptr<Background>> waiting;
     for (int i = 0; i < 8; i++)
-        waiting.push_back(std::make_unique<Background>(54, "P"));
+        waiting.push_back(std::make_unique<Background>("liveFrame", "P"));
     for (const auto &request : waiting)
         EXPECT_EQ(request->reply(), error("Failed to grab frame."));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
@@ -164,12 +168,13 @@ TEST(RecorderCamera, ASlowTransferHoldsUpItsPortAlone)
     lab.describe("bench", "ports = 2");
     Service service({}, lab.path());
     Client client;
-    lab.setFaults(client, "bench", "Port::readMemory 1 take 1500");
+    setFaults(lab, client, "bench", "Port::readMemory 1 take 1500");
     const auto begin = std::chrono::steady_clock::now();
-    Background slow(21, "P addr=0 size=4"), behind(22, "P addr=0 data=#01");
+    Background slow("registerRead", "P addr=0 size=4"),
+        behind("registerWrite", "P addr=0 data=#01");
     for (int i = 0; i < 20; i++)
-        EXPECT_EQ(client.result(5, "D")["name"].string, "bench");
-    EXPECT_EQ(client.call(22, "D port=1 addr=0 data=#02"), "{}");
+        EXPECT_EQ(client.result("deviceName", "D")["name"].string, "bench");
+    EXPECT_EQ(client.call("registerWrite", "D port=1 addr=0 data=#02"), "{}");
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1400));
     EXPECT_FALSE(slow.isDone() && behind.isDone());
     slow.reply();

@@ -1,6 +1,7 @@
 // Recorders as they come and go, and what a client can ask and set up.
 
-#include "harness/lab.h"
+#include "harness/recording.h"
+#include "harness/service.h"
 
 #include <gtest/gtest.h>
 
@@ -15,39 +16,39 @@ TEST(Recorder, ComesAndGoesWhileClientsWork)
     Service service({}, lab.path());
     Client client;
     configurePorts(client, 1, 16, 4);
-    recordFrames(client, 1, 5);
-    const std::string files = client.result(26, "D").text;
-    EXPECT_EQ(client.result(0, "").text, R"({"queueId":0})");
+    record(client, 5);
+    const std::string files = client.result("listFiles", "D").text;
+    EXPECT_EQ(client.result("createEventQueue", "").text, R"({"queueId":0})");
     const auto waitForChange = [&] {
         return waitUntil(
-            [&] { return client.result(2, "queueId=0")["event"]["type"].number == 1; });
+            [&] { return client.result("readEvent", "queueId=0")["event"]["type"].number == 1; });
     };
 
     lab.describe("b", description);
     EXPECT_TRUE(waitForChange());
-    EXPECT_EQ(client.result(4)["count"].number, 2u);
+    EXPECT_EQ(client.result("deviceCount")["count"].number, 2u);
     // Pulled out in mid-recording: what was listed goes, the port table stays.
-    EXPECT_EQ(client.call(42, recordingOf(1)), "{}");
+    EXPECT_EQ(client.call("startRecording", recordingOf(1)), "{}");
     lab.remove("a");
     EXPECT_TRUE(waitForChange());
     Script script;
     script.play(R"(
-        A 6 D -> {"connected":false}
-        A 26 D -> {"files":[]}
-        A 35 P -> {"pairedTo":"Cam 0"}
-        A 24 D -> {"count":2}
-        A 47 P -> !a is not connected.
-        A 24 deviceId=1 -> {"count":2}
+        A deviceConnected D -> {"connected":false}
+        A listFiles D -> {"files":[]}
+        A pairedTo P -> {"pairedTo":"Cam 0"}
+        A portCount D -> {"count":2}
+        A recordingProgress P -> !a is not connected.
+        A portCount deviceId=1 -> {"count":2}
     )");
     lab.describe("a", description);
     EXPECT_TRUE(waitForChange());
     script.play(R"(
-        A 6 D -> {"connected":true}
-        A 43 D -> ok
-        A 4 -> {"count":2}
+        A deviceConnected D -> {"connected":true}
+        A stopRecording D -> ok
+        A deviceCount -> {"count":2}
     )");
-    EXPECT_EQ(client.result(26, "D").text, files);
-    EXPECT_EQ(client.result(7, "D").text, R"({"hasIncompleteFile":true})");
+    EXPECT_EQ(client.result("listFiles", "D").text, files);
+    EXPECT_EQ(client.result("hasIncompleteFile", "D").text, R"({"hasIncompleteFile":true})");
 }
 
 TEST(Recorder, AFaultOfTheLibraryAtItsStartLeavesNone)
@@ -58,15 +59,15 @@ TEST(Recorder, AFaultOfTheLibraryAtItsStartLeavesNone)
           "DeviceCollection::count 1 raise x", "Instance::deviceCollection 1 empty"}) {
         Lab lab;
         lab.describe("a", "");
-        writeFile(lab.file("faults.conf"), fault);
+        lab.write("", "faults.conf", fault);
         const Service service({}, lab.path());
-        EXPECT_EQ(Client().result(4)["count"].number, 0u) << fault;
+        EXPECT_EQ(Client().result("deviceCount")["count"].number, 0u) << fault;
     }
     Lab lab;
     lab.describe("a", "");
-    writeFile(lab.file("library.conf"), "version = 2.1.0.39");
+    lab.write("", "library.conf", "version = 2.1.0.39");
     const Service service({}, lab.path());
-    EXPECT_EQ(Client().result(4)["count"].number, 0u);
+    EXPECT_EQ(Client().result("deviceCount")["count"].number, 0u);
 }
 
 } // namespace

@@ -7,9 +7,6 @@
 
 namespace tavu::test {
 
-/// Sets a variable of this process and of those that it starts; without a value it is taken out.
-void setVariable(const std::string &name, const std::optional<std::string> &value);
-
 /// A process that lives no longer than this object, nor than this process.
 class ChildProcess
 {

@@ -1,7 +1,6 @@
 #include "child_process.h"
 
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
 #include <stdexcept>
@@ -22,14 +21,6 @@ void redirect(const std::string &path, int to)
 }
 
 } // namespace
-
-void setVariable(const std::string &name, const std::optional<std::string> &value)
-{
-    if (value)
-        setenv(name.c_str(), value->c_str(), 1);
-    else
-        unsetenv(name.c_str());
-}
 
 ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
                            const std::string &outputPath, const std::string &errorPath)

@@ -84,12 +84,6 @@ PROCESS_INFORMATION startSuspended(const std::wstring &program, std::wstring &li
 
 } // namespace
 
-void setVariable(const std::string &name, const std::optional<std::string> &value)
-{
-    // An empty value takes the variable out.
-    _wputenv_s(wideText(name).c_str(), wideText(value.value_or("")).c_str());
-}
-
 ChildProcess::ChildProcess(const std::string &program, const std::vector<std::string> &arguments,
                            const std::string &outputPath, const std::string &errorPath)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "wire.h"
+#include "support/wire.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "service.h"
+#include "recording.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -24,9 +24,9 @@ public:
     /// Ends what a refused request has left open, does it all again, and nothing may be refused.
     void doAll(Client &client)
     {
-        client.call(53, "P");
+        client.call("stopLive", "P");
         // A stop that was refused can be asked for again. There may be nothing to stop, too.
-        if (client.call(43, "D") == "{}")
+        if (client.call("stopRecording", "D") == "{}")
             keepStopped(client);
         run(client, false);
     }
@@ -64,7 +64,7 @@ private:
     static Recordings list(Client &client)
     {
         Recordings recordings;
-        const Value reply = client.result(26, "D");
+        const Value reply = client.result("listFiles", "D");
         for (const auto &[key, file] : reply["files"].members)
             recordings[idsOf(file)] = {file["name"].string, file["numFrames"].number};
         return recordings;
@@ -73,7 +73,7 @@ private:
     /// The ids; none of a recording without a frame, which isn't kept beyond this run.
     std::string keepStopped(Client &client)
     {
-        const std::string ids = idsOf(client.result(46, "P"));
+        const std::string ids = idsOf(client.result("recordingFile", "P"));
         kept_.erase(ids);
         const Recording recording = list(client)[ids];
         if (recording.frames == 0)
@@ -82,24 +82,24 @@ private:
         return ids;
     }
 
-    std::optional<Value> ask(uint64_t ordinal, std::string_view params)
+    std::optional<Value> ask(std::string_view command, std::string_view params)
     {
-        client_->request(ordinal, params);
+        client_->request(command, params);
         Value reply = client_->reply();
         if (!reply.text.starts_with(R"({"error":)"))
             return reply.members.empty() ? reply : reply["result"];
-        EXPECT_TRUE(mayFail_) << ordinal << ' ' << params << ": " << reply.text;
+        EXPECT_TRUE(mayFail_) << command << ' ' << params << ": " << reply.text;
         return std::nullopt;
     }
 
     std::string record(uint64_t frames)
     {
-        if (!ask(42, concat("D portMask=1 externalTrigger=0 type=1 count=", frames,
-                            " usePretrigger=false pretriggerCount=0")))
+        if (!ask("startRecording", concat("D portMask=1 externalTrigger=0 type=1 count=", frames,
+                                          " usePretrigger=false pretriggerCount=0")))
             return {};
         const std::string done = R"({"result":{"done":true}})";
-        EXPECT_TRUE(waitUntil([&] { return client_->call(45, "D") == done; }));
-        if (!ask(43, "D"))
+        EXPECT_TRUE(waitUntil([&] { return client_->call("isRecordingDone", "D") == done; }));
+        if (!ask("stopRecording", "D"))
             return {};
         Recordings before = kept_;
         const std::string ids = keepStopped(*client_);
@@ -108,49 +108,50 @@ private:
         return ids;
     }
 
-    void edit(uint64_t ordinal, const std::string &ids, const std::string &params)
+    void edit(std::string_view command, const std::string &ids, const std::string &params)
     {
         Recording &kept = kept_[ids];
         kept.name.clear();
-        const std::string name = concat(ordinal, ' ', ids);
-        if (const auto done = ask(ordinal, concat(ids, " name='", name, "' notify=false", params)))
+        const std::string name = concat(command, ' ', ids);
+        if (const auto done = ask(command, concat(ids, " name='", name, "' notify=false", params)))
             kept.name = done->members.empty() ? name : (*done)["name"].string;
     }
 
     void play(const std::string &ids, uint64_t frames)
     {
-        const std::optional<Value> opened = frames > 0 ? ask(27, ids) : std::nullopt;
+        const std::optional<Value> opened = frames > 0 ? ask("openFile", ids) : std::nullopt;
         if (!opened)
             return;
         const std::string slot = concat("D openFileId=", (*opened)["openFileId"].number);
         const Region region(*opened);
         for (uint64_t frame = 0; frame < frames; frame++) {
-            const bool came = ask(30, concat(slot, " frame=", frame)).has_value();
+            const bool came = ask("readFrame", concat(slot, " frame=", frame)).has_value();
             EXPECT_TRUE(mayFail_ || (came && region.bytes(kWidth * kHeight * 2) == frame_(frame)))
                 << ids << ' ' << frame;
         }
-        ask(29, slot);
+        ask("closeFile", slot);
     }
 
     void run(Client &client, bool mayFail)
     {
         client_ = &client;
         mayFail_ = mayFail;
-        ask(34, "P identity='Cam' info=#0102 numFramesPerPacket=3");
-        ask(41, "P width=16 height=3 pixelFormat=5 tapGeometry=0");
+        ask("pairPort", "P identity='Cam' info=#0102 numFramesPerPacket=3");
+        ask("setPortConfig", "P width=16 height=3 pixelFormat=5 tapGeometry=0");
         const std::string first = record(3), second = record(1);
         if (!first.empty())
-            edit(48, first, "");
+            edit("renameFile", first, "");
         if (!second.empty())
-            edit(49, second, " width=16 height=3 numImages=1 numDroppedFrames=0 duration=7");
+            edit("setFileInfo", second,
+                 " width=16 height=3 numImages=1 numDroppedFrames=0 duration=7");
         for (const std::string &ids : {first, second})
             play(ids, ids.empty() ? 0 : kept_[ids].frames);
-        if (ask(52, "P")) {
-            ask(54, "P");
-            ask(53, "P");
+        if (ask("startLive", "P")) {
+            ask("liveFrame", "P");
+            ask("stopLive", "P");
         }
         // May be there or not, until the removal is confirmed.
-        if (kept_.erase(first) && ask(31, first))
+        if (kept_.erase(first) && ask("removeFile", first))
             kept_[first] = {};
     }
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <string>
+#include <filesystem>
 
 namespace tavu::test {
 
 /// Makes services that are started from now on keep what they have below \a folder, as far as the
 /// system lets them. Returns the per-user data folder that they find.
-std::string separate(const std::string &folder);
+std::filesystem::path separate(const std::filesystem::path &folder);
 
 /// Whether the service finds its places by environment variables and has its address in a folder.
 bool hasPlacesByEnvironment();

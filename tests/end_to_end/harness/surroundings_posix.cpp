@@ -1,15 +1,16 @@
 #include "surroundings.h"
 
-#include "child_process.h"
+#include "support/environment.h"
 
 namespace tavu::test {
 
-std::string separate(const std::string &folder)
+std::filesystem::path separate(const std::filesystem::path &folder)
 {
     // A name that no single code page holds.
-    const std::string data = folder + "/d\xc3\xa4ta \xe6\xb5\x8b\xe8\xaf\x95 \xf0\x9f\x8e\xa5";
-    setVariable("HOME", folder);
-    setVariable("XDG_RUNTIME_DIR", folder);
+    const std::string data =
+        folder.string() + "/d\xc3\xa4ta \xe6\xb5\x8b\xe8\xaf\x95 \xf0\x9f\x8e\xa5";
+    setVariable("HOME", folder.string());
+    setVariable("XDG_RUNTIME_DIR", folder.string());
     setVariable("XDG_DATA_HOME", data);
     return data;
 }

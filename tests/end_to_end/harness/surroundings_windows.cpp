@@ -31,7 +31,7 @@ void setDataFolder(const fs::path &folder)
 }
 
 /// The folder that the user really has, emptied at our end. Somebody's recordings are not for us.
-std::string borrowDataFolder()
+fs::path borrowDataFolder()
 {
     static const struct Loan
     {
@@ -50,20 +50,19 @@ std::string borrowDataFolder()
         const fs::path place = fs::path(wideText(userDataFolder())) / "OREK Systems" / "TAVU";
     } loan;
     fs::remove_all(loan.place);
-    return userDataFolder();
+    return wideText(userDataFolder());
 }
 
 } // namespace
 
-std::string separate(const std::string &folder)
+fs::path separate(const fs::path &folder)
 {
     if (!runsUnderWine())
         return borrowDataFolder();
     // A name that no single code page holds.
-    const std::wstring data =
-        wideText(folder + "/d\xc3\xa4ta \xe6\xb5\x8b\xe8\xaf\x95 \xf0\x9f\x8e\xa5");
+    const fs::path data = folder / u8"d\u00e4ta \u6d4b\u8bd5 \U0001f3a5";
     setDataFolder(fs::path(data).make_preferred());
-    return narrowText(data);
+    return data;
 }
 
 bool hasPlacesByEnvironment()

@@ -1,12 +1,16 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+// The protocol as the tests speak it: with code of their own, so that a fault of the product's
+// shows.
 
 namespace tavu::test {
 
@@ -24,28 +28,32 @@ std::string concat(const Parts &...parts)
     return stream.str();
 }
 
-/// One encoded pair of a map. The kind is that of the value as it was written: 'n' number, 's'
-/// string, 'b' bool, 'x' blob, '!' bytes as they are.
+/// Encodes a value that is written as JSON without blanks. A string is in double or single quotes
+/// and has no escapes, #0102 is a blob (or #61*20000, so many bytes 61), and !FF stands for encoded
+/// bytes.
+Bytes encode(std::string_view value);
+
+/// One pair of a map.
 struct Field
 {
     std::string name;
-    char kind;
+    char kind; ///< '0' number, '\'' string, 't' bool, '#' blob, '!' bytes as they are
     Bytes encoded;
 };
 
-/// Reads pairs such as "x=0 name='a b' notify=true info=#0102 port=!FF": a number, a string, a
-/// bool, a blob in hexadecimal (or #61*20000, so many bytes 61), encoded bytes. D is short for
-/// deviceId=0, P for deviceId=0 port=0.
+/// Reads pairs such as "x=0 name='a b' notify=true info=#0102 port=!FF", with values as in
+/// encode(). D is short for deviceId=0, P for deviceId=0 port=0.
 std::vector<Field> parseFields(std::string_view text);
 
 Bytes encodeMap(const std::vector<Field> &fields);
 Bytes encodeMap(std::string_view fields);
-Bytes encodeRequest(uint64_t ordinal, const Bytes &params);
+/// Of a command's name or number, see ordinalOf().
+Bytes encodeRequest(std::string_view command, const Bytes &params);
 
-/// A decoded value, decoded by code of the tests' own, so that a fault of the codec shows.
+/// A decoded value.
 struct Value
 {
-    std::string text; ///< the value as JSON without blanks; a blob is #hex
+    std::string text; ///< as JSON without blanks; a blob is #hex
     uint64_t number = 0;
     std::string string{};
     std::vector<std::pair<std::string, Value>> members{}; ///< an array's have empty keys
@@ -57,13 +65,12 @@ struct Value
 /// Decodes one value out of what \a take hands over, asked for so many bytes. Raises
 /// std::runtime_error on anything but the shortest form of each head.
 Value decode(const std::function<Bytes(uint64_t)> &take);
+/// Decodes the value at the beginning of some bytes.
+Value decode(const Bytes &bytes);
+/// Decodes a file that holds one value and nothing else.
+Value decodeFile(const std::filesystem::path &path);
 
 /// With TIME for each time stamp, which is a number of 18 digits.
 std::string withoutTimes(const std::string &text);
-
-std::string readFile(const std::string &path);
-
-/// Decodes a file that holds one value and nothing else.
-Value decodeFile(const std::string &path);
 
 } // namespace tavu::test

@@ -1,0 +1,94 @@
+#include "recording.h"
+
+#include <algorithm>
+#include <atomic>
+#include <gtest/gtest.h>
+
+namespace tavu::test {
+
+void configure(Client &client, uint32_t width, uint32_t height)
+{
+    EXPECT_EQ(client.call("pairPort", "P identity='Cam' info=#0102 numFramesPerPacket=3"), "{}");
+    EXPECT_EQ(client.call("setPortConfig", concat("P width=", width, " height=", height,
+                                                  " pixelFormat=5 tapGeometry=6")),
+              "{}");
+}
+
+void configurePorts(Client &client, uint32_t count, uint32_t width, uint32_t height)
+{
+    for (uint32_t port = 0; port < count; ++port) {
+        const std::string place = concat("D port=", port);
+        EXPECT_EQ(client.call("pairPort", concat(place, " identity='Cam ", port,
+                                                 "' info=# numFramesPerPacket=3")),
+                  "{}");
+        EXPECT_EQ(client.call("setPortConfig", concat(place, " width=", width, " height=", height,
+                                                      " pixelFormat=5 tapGeometry=0")),
+                  "{}");
+    }
+}
+
+std::string recordingOf(uint32_t portMask, std::string_view more)
+{
+    return concat("D portMask=", portMask, " externalTrigger=0 usePretrigger=false ",
+                  "pretriggerCount=0 ", more);
+}
+
+void startRecording(Client &client, uint32_t portMask)
+{
+    EXPECT_EQ(client.call("startRecording", recordingOf(portMask)), "{}");
+    for (uint32_t port = 0; portMask >> port != 0; ++port) {
+        const std::string place = concat("D port=", port);
+        EXPECT_TRUE((portMask >> port & 1) == 0 || waitUntil([&] {
+                        return client.result("recordingProgress", place)["numFrames"].number >= 20;
+                    }));
+    }
+}
+
+uint64_t record(Client &client, uint64_t frameCount, uint32_t portMask)
+{
+    EXPECT_EQ(
+        client.call("startRecording", recordingOf(portMask, concat("type=1 count=", frameCount))),
+        "{}");
+    EXPECT_TRUE(
+        waitUntil([&] { return client.result("isRecordingDone", "D")["done"].text == "true"; }));
+    EXPECT_EQ(client.call("stopRecording", "D"), "{}");
+    return client.result("recordingFile", "P")["fileId"].number;
+}
+
+Bytes expectedFrame(uint64_t number, uint32_t width, uint32_t height)
+{
+    const uint64_t pixels = uint64_t(width) * height;
+    Bytes header = fromHex("0F00 0400 0000 0000 0000 0000AA77 46777278 D81D 00000000 D4300000"
+                           "00003F00 000000000000000000000000 983A 00000000 CD2D0300 FF3F0000"
+                           "00 090301 FC080E78 22784078 527A 000000000000000000000000000000000000"
+                           "0E000100 00000000000000000000000000000000000000000000000000000000"
+                           "00000000");
+    const uint64_t milliseconds = 33 * number;
+    const uint64_t second = milliseconds / 1000, microseconds = milliseconds % 1000 * 1000;
+    header[4] = static_cast<char>(second);
+    header[6] = static_cast<char>(microseconds >> 16);
+    header.replace(8, 2, expectedRamp(microseconds, 1));
+    header.replace(20, 2, expectedRamp(number, 1));
+    header.resize(std::min<size_t>(header.size(), 2 * width));
+    return expectedRamp(number * pixels, pixels).replace(0, header.size(), header);
+}
+
+Bytes expectedRamp(uint64_t first, uint64_t count)
+{
+    Bytes bytes;
+    for (uint64_t i = first; i < first + count; ++i)
+        bytes += {static_cast<char>(i & 0xFF), static_cast<char>(i >> 8 & 0xFF)};
+    return bytes;
+}
+
+void setFaults(const Lab &lab, Client &client, const std::string &recorder, std::string_view text)
+{
+    // The file has been read once the fault that marks it shows.
+    static std::atomic<int> marks = 0;
+    const std::string mark = concat("mark ", ++marks);
+    lab.write(recorder, "faults.conf",
+              concat(text, "\nDevice::connectionState 1 raise ", mark, "\n"));
+    EXPECT_TRUE(waitUntil([&] { return client.call("deviceConnected", "D") == error(mark); }));
+}
+
+} // namespace tavu::test

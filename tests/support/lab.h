@@ -1,0 +1,27 @@
+#pragma once
+
+#include "support/files.h"
+
+#include <cstdint>
+
+namespace tavu::test {
+
+/// A folder that describes simulated recorders.
+class Lab
+{
+public:
+    /// A recorder comes, or changes.
+    void describe(const std::string &recorder, const std::string &text) const;
+    /// Takes a recorder away.
+    void remove(const std::string &recorder) const;
+    /// Writes a file of a recorder's folder or, where \a recorder is empty, of the whole lab's.
+    void write(const std::string &recorder, const std::string &file, const std::string &text) const;
+    std::string path() const { return folder.path.string(); }
+
+    TemporaryFolder folder;
+};
+
+/// The bytes of a simulated recorder's frame; \a port counts from 0.
+std::string simulatedFrame(uint32_t port, uint64_t number, uint32_t width, uint32_t height);
+
+} // namespace tavu::test
