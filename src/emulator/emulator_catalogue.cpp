@@ -102,23 +102,14 @@ void TavuDeviceEmulator::renameFile(uint32_t fileId, uint32_t, const std::string
     writeFileRecord(entry.stored->name, *entry.visible);
 }
 
-std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const std::string &name,
-                                            uint16_t width, uint16_t height, uint64_t numImages,
-                                            uint64_t numDroppedFrames, uint64_t startTime,
-                                            uint64_t endTime, uint64_t duration)
+std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const FileUpdate &update)
 {
     std::lock_guard guard(lock_);
     const FileEntry entry = findFile(fileId);
     FileRecord &record = *entry.visible;
     // The record's own name counts as taken too.
-    record.name = unusedRecordingName(visibleFiles_, name);
-    record.width = width;
-    record.height = height;
-    record.numFrames = numImages;
-    record.numDroppedFrames = numDroppedFrames;
-    record.startTime = startTime;
-    record.endTime = endTime;
-    record.duration = duration;
+    record.name = unusedRecordingName(visibleFiles_, update.name);
+    update.applyTo(record);
     const std::string finalName = record.name;
     writeFileRecord(entry.stored->name, record);
     return finalName;

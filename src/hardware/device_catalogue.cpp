@@ -128,22 +128,13 @@ void STavuDevice::renameFile(uint32_t fileId, uint32_t streamId, const std::stri
     editFileRecord(fileId, streamId, [&](FileRecord &record) { record.name = name; });
 }
 
-std::string STavuDevice::setFileInfo(uint32_t fileId, uint32_t streamId, const std::string &name,
-                                     uint16_t width, uint16_t height, uint64_t numImages,
-                                     uint64_t numDroppedFrames, uint64_t startTime,
-                                     uint64_t endTime, uint64_t duration)
+std::string STavuDevice::setFileInfo(uint32_t fileId, uint32_t streamId, const FileUpdate &update)
 {
     std::lock_guard guard(lock_);
-    const std::string finalName = unusedRecordingName(catalogue_, name);
+    const std::string finalName = unusedRecordingName(catalogue_, update.name);
     editFileRecord(fileId, streamId, [&](FileRecord &record) {
         record.name = finalName;
-        record.width = width;
-        record.height = height;
-        record.numFrames = numImages;
-        record.numDroppedFrames = numDroppedFrames;
-        record.startTime = startTime;
-        record.endTime = endTime;
-        record.duration = duration;
+        update.applyTo(record);
     });
     return finalName;
 }

@@ -1,89 +1,88 @@
 #include "hardware/quillon_library.h"
 
 #include "hardware/binding/handles.h"
-#include "hardware/library/instance.h"
+#include "hardware/failure_text.h"
 #include "hardware/stavu_device.h"
+
+#include <stdexcept>
 
 namespace tavu {
 
 namespace {
 
-class QuillonCollection final : public RecorderCollection
+constexpr const char *kApplicationName = "OREK Pellam";
+constexpr uint32_t kScope = 2;
+constexpr uint32_t kDisconnected = 1;
+
+bool isOurVersion(const Quillon::VersionInfo &version)
 {
-public:
-    explicit QuillonCollection(boost::shared_ptr<Quillon::DeviceCollection> collection)
-        : collection_(std::move(collection))
-    {
-    }
+    return version.majorNumber == 2 && version.minorNumber == 1 && version.thirdNumber == 0 &&
+           version.fourthNumber == 38;
+}
 
-    uint64_t count() override { return collection_->count(); }
-    std::string deviceName(uint32_t index) override
-    {
-        return textOf(collection_->deviceName(index));
-    }
-    uint32_t deviceState(uint32_t index) override { return collection_->deviceState(index); }
-    std::string alternativeName(uint32_t index) override
-    {
-        return textOf(given(collection_->device(index), "DeviceCollection::device")->altName());
-    }
-
-    uint32_t registerChangeCallback(std::function<void()> callback) override
-    {
-        return collection_->registerChangeCallback(
-            [callback = std::move(callback)](uint32_t) { callback(); });
-    }
-    void unregisterChangeCallback(uint32_t id) override
-    {
-        collection_->unregisterChangeCallback(id);
-    }
-
-    std::unique_ptr<RecorderDevice> createDevice() override
-    {
-        return std::make_unique<STavuDevice>(collection_);
-    }
-
-private:
-    const boost::shared_ptr<Quillon::DeviceCollection> collection_;
-};
-
-class QuillonInstance final : public RecorderInstance
+boost::shared_ptr<Quillon::Instance> initialize()
 {
-public:
-    explicit QuillonInstance(boost::shared_ptr<Quillon::Instance> instance)
-        : instance_(std::move(instance))
-    {
-    }
-
-    std::array<uint32_t, 4> version() override
-    {
-        const Quillon::VersionInfo version = instance_->version();
-        return {version.majorNumber, version.minorNumber, version.thirdNumber,
-                version.fourthNumber};
-    }
-
-    std::shared_ptr<RecorderCollection> deviceCollection(uint32_t hostInterfaceSet,
-                                                         bool flag) override
-    {
-        auto collection = instance_->deviceCollection(
-            static_cast<Quillon::HostInterfaceType>(hostInterfaceSet), flag);
-        if (!collection)
-            return nullptr;
-        return std::make_shared<QuillonCollection>(std::move(collection));
-    }
-
-private:
-    const boost::shared_ptr<Quillon::Instance> instance_;
-};
+    const Quillon::String name(kApplicationName);
+    return given(Quillon::Instance::initialize(name, false, static_cast<Quillon::Scope>(kScope)),
+                 "Instance::initialize");
+}
 
 } // namespace
 
-std::shared_ptr<RecorderInstance> QuillonLibrary::initialize(const std::string &applicationName,
-                                                             bool flag, uint32_t scope)
+void QuillonLibrary::start(uint32_t hostInterfaceSet)
 {
-    const Quillon::String name(applicationName.c_str());
-    return std::make_shared<QuillonInstance>(
-        given(Quillon::Instance::initialize(name, flag, static_cast<Quillon::Scope>(scope)),
-              "Instance::initialize"));
+    instance_ = initialize();
+    if (!isOurVersion(instance_->version()))
+        throw std::runtime_error("Version mismatch");
+    collection_ = instance_->deviceCollection(
+        static_cast<Quillon::HostInterfaceType>(hostInterfaceSet), false);
+}
+
+void QuillonLibrary::release()
+{
+    collection_.reset();
+    instance_.reset();
+}
+
+uint64_t QuillonLibrary::count()
+{
+    return collection_->count();
+}
+
+std::string QuillonLibrary::deviceName(uint32_t index)
+{
+    return textOf(collection_->deviceName(index));
+}
+
+bool QuillonLibrary::isDisconnected(uint32_t index)
+{
+    return collection_->deviceState(index) == kDisconnected;
+}
+
+std::string QuillonLibrary::alternativeName(uint32_t index)
+{
+    return textOf(given(collection_->device(index), "DeviceCollection::device")->altName());
+}
+
+uint32_t QuillonLibrary::registerChangeCallback(std::function<void()> callback)
+{
+    return collection_->registerChangeCallback(
+        [callback = std::move(callback)](uint32_t) { callback(); });
+}
+
+void QuillonLibrary::unregisterChangeCallback(uint32_t id)
+{
+    collection_->unregisterChangeCallback(id);
+}
+
+std::unique_ptr<RecorderDevice> QuillonLibrary::createDevice()
+{
+    return std::make_unique<STavuDevice>(collection_);
+}
+
+const char *QuillonLibrary::failureText() noexcept
+{
+    return currentFailureText();
 }
 
 } // namespace tavu

@@ -2,7 +2,7 @@
 
 #include "hardware/binding/handles.h"
 #include "platform/diagnostics.h"
-#include "registry/failure_text.h"
+#include "hardware/failure_text.h"
 
 #include <stdexcept>
 #include <utility>

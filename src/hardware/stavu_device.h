@@ -104,10 +104,7 @@ public:
     void recordingProgress(uint8_t port, uint64_t &numFrames, bool &inPretrigger) override;
 
     void renameFile(uint32_t fileId, uint32_t streamId, const std::string &name) override;
-    std::string setFileInfo(uint32_t fileId, uint32_t streamId, const std::string &name,
-                            uint16_t width, uint16_t height, uint64_t numImages,
-                            uint64_t numDroppedFrames, uint64_t startTime, uint64_t endTime,
-                            uint64_t duration) override;
+    std::string setFileInfo(uint32_t fileId, uint32_t streamId, const FileUpdate &update) override;
 
     uint8_t percentUsed() override;
     uint8_t hardwareType() override;

@@ -1,8 +1,6 @@
-#include "protocol/commands.h"
-#include "protocol/parameters.h"
-#include "protocol/simple_commands.h"
+#include "protocol/handlers.h"
 
-namespace tavu::commands {
+namespace tavu {
 
 namespace {
 
@@ -12,88 +10,59 @@ OwnedBytes allocateBytes(uint32_t size)
     return {std::unique_ptr<uint8_t[]>(new uint8_t[size]), size};
 }
 
-} // namespace
-
-Reply serialOpen(Session &session, const ObjectValue &request)
+uint32_t sizeOf(BytesView bytes)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    const uint32_t baudRate = params.u32("baudRate");
-    const uint8_t parity = params.u8("parity");
-    const uint8_t stopBits = params.u8("stopBits");
-    session.devices.serialOpen(device, port, baudRate, parity, stopBits);
-    return Reply();
-}
-
-Reply serialGetBaudRate(Session &session, const ObjectValue &request)
-{
-    return askPort(session, request, "baudRate", &DeviceManager::serialGetBaudRate);
-}
-
-Reply serialSetBaudRate(Session &session, const ObjectValue &request)
-{
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    const uint32_t baudRate = params.u32("baudRate");
-    session.devices.serialSetBaudRate(device, port, baudRate);
-    return Reply();
+    return static_cast<uint32_t>(bytes.size());
 }
 
 /// The answer holds as many bytes as the device delivered.
-Reply serialRead(Session &session, const ObjectValue &request)
+Reply serialRead(const Call<Command::SerialRead> &call)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    const uint32_t size = params.u32("size");
+    const auto &[device, port, size] = call.params();
     OwnedBytes data = allocateBytes(size);
-    data.size = session.devices.serialRead(device, port, data.bytes.get(), size);
-    return Reply().add("data", std::move(data));
+    data.size = call.onDevice(&ITavuDevice::serialRead, port, data.bytes.get(), size);
+    return call.reply(std::move(data));
 }
 
-Reply serialWrite(Session &session, const ObjectValue &request)
+Reply serialWrite(const Call<Command::SerialWrite> &call)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    const BytesView data = params.blob("data");
-    return Reply().add("size", session.devices.serialWrite(device, port, data.bytes, data.size));
-}
-
-Reply serialClear(Session &session, const ObjectValue &request)
-{
-    return onPort(session, request, &DeviceManager::serialClear);
-}
-
-Reply serialClose(Session &session, const ObjectValue &request)
-{
-    return onPort(session, request, &DeviceManager::serialClose);
+    const auto &[device, port, data] = call.params();
+    return call.reply(call.onDevice(&ITavuDevice::serialWrite, port, data.data(), sizeOf(data)));
 }
 
 /// The answer always holds all of the bytes that were asked for.
-Reply registerRead(Session &session, const ObjectValue &request)
+Reply registerRead(const Call<Command::RegisterRead> &call)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    const uint32_t addr = params.u32("addr");
-    const uint32_t size = params.u32("size");
+    const auto &[device, port, addr, size] = call.params();
     OwnedBytes data = allocateBytes(size);
-    session.devices.registerRead(device, port, addr, data.bytes.get(), size);
-    return Reply().add("data", std::move(data));
+    call.onDevice(&ITavuDevice::registerRead, port, addr, data.bytes.get(), size);
+    return call.reply(std::move(data));
 }
 
-Reply registerWrite(Session &session, const ObjectValue &request)
+Reply registerWrite(const Call<Command::RegisterWrite> &call)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    const uint32_t addr = params.u32("addr");
-    const BytesView data = params.blob("data");
-    session.devices.registerWrite(device, port, addr, data.bytes, data.size);
-    return Reply();
+    const auto &[device, port, addr, data] = call.params();
+    call.onDevice(&ITavuDevice::registerWrite, port, addr, data.data(), sizeOf(data));
+    return call.reply();
 }
 
-} // namespace tavu::commands
+constexpr Handler kHandlers[] = {
+    pass<Command::SerialOpen, &ITavuDevice::serialOpen>(),
+    pass<Command::SerialGetBaudRate, &ITavuDevice::serialGetBaudRate>(),
+    pass<Command::SerialSetBaudRate, &ITavuDevice::serialSetBaudRate>(),
+    handle<serialRead>(),
+    handle<serialWrite>(),
+    pass<Command::SerialClear, &ITavuDevice::serialClear>(),
+    pass<Command::SerialClose, &ITavuDevice::serialClose>(),
+    handle<registerRead>(),
+    handle<registerWrite>(),
+};
+
+} // namespace
+
+std::span<const Handler> cameraCommands()
+{
+    return kHandlers;
+}
+
+} // namespace tavu

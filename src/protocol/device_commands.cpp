@@ -1,66 +1,54 @@
-#include "protocol/commands.h"
-#include "protocol/simple_commands.h"
+#include "protocol/handlers.h"
 
-namespace tavu::commands {
+namespace tavu {
 
-Reply deviceCount(Session &session, const ObjectValue &)
+namespace {
+
+Reply deviceCount(const Call<Command::DeviceCount> &call)
 {
-    return Reply().add("count", session.devices.deviceCount());
-}
-
-Reply deviceName(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "name", &DeviceManager::name);
-}
-
-Reply deviceConnected(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "connected", &DeviceManager::isConnected);
-}
-
-Reply isCxp(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "isCxp", &DeviceManager::isCxp);
-}
-
-Reply portCount(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "count", &DeviceManager::portCount);
-}
-
-Reply portName(Session &session, const ObjectValue &request)
-{
-    return askPort(session, request, "name", &DeviceManager::portName);
-}
-
-Reply percentUsed(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "percent", &DeviceManager::percentUsed);
-}
-
-Reply hardwareType(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "hardwareType", &DeviceManager::hardwareType);
+    return call.reply(call.devices().deviceCount());
 }
 
 /// Passes any number on, whether such a device exists or not.
-Reply notifyFilesChanged(Session &session, const ObjectValue &request)
+Reply notifyFilesChanged(const Call<Command::NotifyFilesChanged> &call)
 {
-    return onDevice(session, request, &DeviceManager::notifyFilesChanged);
+    call.devices().broadcast(*call.announcement());
+    return call.reply();
 }
 
-Reply lockGlobal(Session &session, const ObjectValue &)
+Reply lockGlobal(const Call<Command::LockGlobal> &call)
 {
-    session.devices.lockGlobal();
-    session.connection.holdsGlobalLock = true;
-    return Reply();
+    call.devices().lockGlobal();
+    call.client().holdsGlobalLock = true;
+    return call.reply();
 }
 
-Reply unlockGlobal(Session &session, const ObjectValue &)
+Reply unlockGlobal(const Call<Command::UnlockGlobal> &call)
 {
-    session.devices.unlockGlobal();
-    session.connection.holdsGlobalLock = false;
-    return Reply();
+    call.devices().unlockGlobal();
+    call.client().holdsGlobalLock = false;
+    return call.reply();
 }
 
-} // namespace tavu::commands
+constexpr Handler kHandlers[] = {
+    handle<deviceCount>(),
+    pass<Command::DeviceName, &ITavuDevice::name>(),
+    pass<Command::DeviceConnected, &ITavuDevice::isConnected>(),
+    pass<Command::IsCxp, &ITavuDevice::isCxp>(),
+    pass<Command::PortCount, &ITavuDevice::portCount>(),
+    pass<Command::PortName, &ITavuDevice::portName>(),
+    pass<Command::PercentUsed, &ITavuDevice::percentUsed>(),
+    pass<Command::HardwareType, &ITavuDevice::hardwareType>(),
+    handle<notifyFilesChanged>(),
+    handle<lockGlobal>(),
+    handle<unlockGlobal>(),
+};
+
+} // namespace
+
+std::span<const Handler> deviceCommands()
+{
+    return kHandlers;
+}
+
+} // namespace tavu

@@ -1,54 +1,47 @@
-#include "protocol/commands.h"
-#include "protocol/parameters.h"
+#include "protocol/handlers.h"
 
 #include <algorithm>
 #include <stdexcept>
 
-namespace tavu::commands {
+namespace tavu {
 
 namespace {
 
-LivePortRef readLivePortRef(const ObjectValue &request)
+Reply startLive(const Call<Command::StartLive> &call)
 {
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    return {port, device};
-}
-
-} // namespace
-
-Reply startLive(Session &session, const ObjectValue &request)
-{
-    const LivePortRef live = readLivePortRef(request);
-    auto &livePorts = session.connection.livePorts;
+    const auto &[device, port] = call.params();
+    auto &livePorts = call.client().livePorts;
     makeRoom(livePorts);
-    std::string mapping = session.devices.startLive(live.device, live.port);
-    livePorts.push_back(live);
-    return Reply().add("mapping", std::move(mapping));
+    Reply reply = passOn(call, &ITavuDevice::startLive);
+    livePorts.push_back({port, device});
+    return reply;
 }
 
 /// What a connection started, it alone may stop.
-Reply stopLive(Session &session, const ObjectValue &request)
+Reply stopLive(const Call<Command::StopLive> &call)
 {
-    const LivePortRef live = readLivePortRef(request);
-    auto &livePorts = session.connection.livePorts;
+    const auto &[device, port] = call.params();
+    const LivePortRef live{port, device};
+    auto &livePorts = call.client().livePorts;
     if (std::find(livePorts.begin(), livePorts.end(), live) == livePorts.end())
         throw std::runtime_error("Live not started by this connection.");
-    session.devices.stopLive(live.device, live.port);
+    Reply reply = passOn(call, &ITavuDevice::stopLive);
     std::erase(livePorts, live);
-    return Reply();
+    return reply;
 }
 
-/// Any connection may take a frame of a port in live view.
-Reply liveFrame(Session &session, const ObjectValue &request)
+constexpr Handler kHandlers[] = {
+    handle<startLive>(),
+    handle<stopLive>(),
+    // Any connection may take a frame of a port in live view.
+    pass<Command::LiveFrame, &ITavuDevice::liveFrame>(),
+};
+
+} // namespace
+
+std::span<const Handler> liveCommands()
 {
-    const LivePortRef live = readLivePortRef(request);
-    uint16_t width = 0;
-    uint16_t height = 0;
-    uint32_t imageSize = 0;
-    session.devices.liveFrame(live.device, live.port, width, height, imageSize);
-    return Reply().add("width", width).add("height", height).add("imageSize", imageSize);
+    return kHandlers;
 }
 
-} // namespace tavu::commands
+} // namespace tavu

@@ -1,103 +1,36 @@
-#include "protocol/commands.h"
-#include "protocol/parameters.h"
-#include "protocol/simple_commands.h"
+#include "protocol/handlers.h"
 
-namespace tavu::commands {
+namespace tavu {
 
 namespace {
 
-/// What pairing and pairing anew take.
-struct Pairing
+/// Pairing and pairing anew take the same and differ in what the device does, and in the event.
+template <Command command, auto operation>
+Reply pair(const Call<command> &call)
 {
-    explicit Pairing(const Parameters &params)
-        : device(params.deviceId()), port(params.port()), identity(params.text("identity")),
-          info(params.blob("info")), numFramesPerPacket(params.u16("numFramesPerPacket"))
-    {
-    }
-    // In the order in which they are read.
-    uint32_t device;
-    uint8_t port;
-    std::string identity;
-    BytesView info;
-    uint16_t numFramesPerPacket;
+    const auto &[device, port, identity, info, numFramesPerPacket] = call.params();
+    call.onDevice(operation, port, identity, info.data(), static_cast<uint32_t>(info.size()),
+                  numFramesPerPacket);
+    return call.reply();
+}
+
+constexpr Handler kHandlers[] = {
+    pass<Command::Setup, &ITavuDevice::setup>(),
+    handle<pair<Command::PairPort, &ITavuDevice::pairPort>>(),
+    pass<Command::PairedTo, &ITavuDevice::pairedTo>(),
+    handle<pair<Command::RepairPort, &ITavuDevice::repairPort>>(),
+    pass<Command::UnpairPort, &ITavuDevice::unpairPort>(),
+    pass<Command::PortIdentity, &ITavuDevice::portIdentity>(),
+    pass<Command::FramesPerPacket, &ITavuDevice::framesPerPacket>(),
+    pass<Command::GetPortConfig, &ITavuDevice::getPortConfig>(),
+    pass<Command::SetPortConfig, &ITavuDevice::setPortConfig>(),
 };
 
 } // namespace
 
-Reply setup(Session &session, const ObjectValue &request)
+std::span<const Handler> portCommands()
 {
-    return onDevice(session, request, &DeviceManager::setup);
+    return kHandlers;
 }
 
-Reply pairPort(Session &session, const ObjectValue &request)
-{
-    const Pairing pairing{Parameters(request)};
-    session.devices.pairPort(pairing.device, pairing.port, pairing.identity, pairing.info.bytes,
-                             pairing.info.size, pairing.numFramesPerPacket);
-    return Reply();
-}
-
-Reply pairedTo(Session &session, const ObjectValue &request)
-{
-    return askPort(session, request, "pairedTo", &DeviceManager::pairedTo);
-}
-
-Reply repairPort(Session &session, const ObjectValue &request)
-{
-    const Pairing pairing{Parameters(request)};
-    session.devices.repairPort(pairing.device, pairing.port, pairing.identity, pairing.info.bytes,
-                               pairing.info.size, pairing.numFramesPerPacket);
-    return Reply();
-}
-
-Reply unpairPort(Session &session, const ObjectValue &request)
-{
-    return onPort(session, request, &DeviceManager::unpairPort);
-}
-
-Reply portIdentity(Session &session, const ObjectValue &request)
-{
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    ByteBlock data;
-    session.devices.portIdentity(device, port, data);
-    return Reply().add("data", std::move(data));
-}
-
-Reply framesPerPacket(Session &session, const ObjectValue &request)
-{
-    return askPort(session, request, "numFramesPerPacket", &DeviceManager::framesPerPacket);
-}
-
-Reply getPortConfig(Session &session, const ObjectValue &request)
-{
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    uint16_t width = 0;
-    uint16_t height = 0;
-    uint32_t pixelFormat = 0;
-    uint32_t tapGeometry = 0;
-    session.devices.getPortConfig(device, port, width, height, pixelFormat, tapGeometry);
-    return Reply()
-        .add("width", width)
-        .add("height", height)
-        .add("pixelFormat", pixelFormat)
-        .add("tapGeometry", tapGeometry);
-}
-
-Reply setPortConfig(Session &session, const ObjectValue &request)
-{
-    const Parameters params(request);
-    const uint32_t device = params.deviceId();
-    const uint8_t port = params.port();
-    const uint16_t width = params.u16("width");
-    const uint16_t height = params.u16("height");
-    const uint32_t pixelFormat = params.u32("pixelFormat");
-    const uint32_t tapGeometry = params.u32("tapGeometry");
-    session.devices.setPortConfig(device, port, width, height, pixelFormat, tapGeometry);
-    return Reply();
-}
-
-} // namespace tavu::commands
+} // namespace tavu

@@ -1,55 +1,67 @@
-#include "protocol/commands.h"
-#include "protocol/parameters.h"
+#include "protocol/handlers.h"
 
 #include <stdexcept>
 
-namespace tavu::commands {
+namespace tavu {
 
 namespace {
 
-/// The queue that a read names, which must be the connection's own.
-uint32_t ownQueue(Session &session, const ObjectValue &request)
+Reply createEventQueue(const Call<Command::CreateEventQueue> &call)
 {
-    const uint32_t queueId = Parameters(request).u32("queueId");
-    if (queueId != session.connection.eventQueueId)
-        throw std::runtime_error("A connection can only read from an event queue that it created.");
-    return queueId;
-}
-
-} // namespace
-
-Reply createEventQueue(Session &session, const ObjectValue &)
-{
-    ClientConnection &connection = session.connection;
-    if (connection.eventQueueId != kNoEventQueue)
+    ClientState &client = call.client();
+    if (client.eventQueueId != kNoEventQueue)
         throw std::runtime_error("A connection can only have one event queue.");
-    const uint32_t queueId = session.devices.createQueue();
-    connection.eventQueueId = queueId;
-    return Reply().add("queueId", queueId);
+    const uint32_t queueId = call.devices().createQueue();
+    client.eventQueueId = queueId;
+    return call.reply(queueId);
 }
 
 /// Any connection may destroy any queue; the owner finds its own id reset.
-Reply destroyEventQueue(Session &session, const ObjectValue &request)
+Reply destroyEventQueue(const Call<Command::DestroyEventQueue> &call)
 {
-    const uint32_t queueId = Parameters(request).u32("queueId");
-    session.devices.destroyQueue(queueId, false);
-    session.forgetQueue(queueId);
-    return Reply();
+    const auto &[queueId] = call.params();
+    call.devices().destroyQueue(queueId, false);
+    call.session().forgetQueue(queueId);
+    return call.reply();
 }
 
-Reply readEvent(Session &session, const ObjectValue &request)
+void requireOwnQueue(const ClientState &client, uint32_t queueId)
 {
+    if (queueId != client.eventQueueId)
+        throw std::runtime_error("A connection can only read from an event queue that it created.");
+}
+
+Reply readEvent(const Call<Command::ReadEvent> &call)
+{
+    const auto &[queueId] = call.params();
+    requireOwnQueue(call.client(), queueId);
     DeviceEvent event;
-    session.devices.readEvent(ownQueue(session, request), event);
-    return Reply().add("event", event);
+    call.devices().readEvent(queueId, event);
+    return call.reply(event);
 }
 
-Reply tryReadEvent(Session &session, const ObjectValue &request)
+Reply tryReadEvent(const Call<Command::TryReadEvent> &call)
 {
+    const auto &[queueId] = call.params();
+    requireOwnQueue(call.client(), queueId);
     DeviceEvent event;
-    const bool ok = session.devices.tryReadEvent(ownQueue(session, request), event);
-    Reply reply = Reply().add("ok", ok);
-    return ok ? std::move(reply).add("event", event) : std::move(reply);
+    if (!call.devices().tryReadEvent(queueId, event))
+        return call.reply(false);
+    return call.reply(true, event);
 }
 
-} // namespace tavu::commands
+constexpr Handler kHandlers[] = {
+    handle<createEventQueue>(),
+    handle<destroyEventQueue>(),
+    handle<readEvent>(),
+    handle<tryReadEvent>(),
+};
+
+} // namespace
+
+std::span<const Handler> queueCommands()
+{
+    return kHandlers;
+}
+
+} // namespace tavu

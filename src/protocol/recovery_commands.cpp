@@ -1,42 +1,24 @@
-#include "protocol/commands.h"
-#include "protocol/simple_commands.h"
+#include "protocol/handlers.h"
 
-namespace tavu::commands {
+namespace tavu {
 
-Reply hasIncompleteFile(Session &session, const ObjectValue &request)
+namespace {
+
+constexpr Handler kHandlers[] = {
+    pass<Command::HasIncompleteFile, &ITavuDevice::hasIncompleteFile>(),
+    pass<Command::DiscardIncompleteFile, &ITavuDevice::discardIncompleteFile>(),
+    pass<Command::StartRecovery, &ITavuDevice::startRecovery>(),
+    pass<Command::CancelRecovery, &ITavuDevice::cancelRecovery>(),
+    pass<Command::RecoveryStatus, &ITavuDevice::recoveryStatus>(),
+    pass<Command::RecoveryError, &ITavuDevice::recoveryError>(),
+    pass<Command::FinishRecovery, &ITavuDevice::finishRecovery>(),
+};
+
+} // namespace
+
+std::span<const Handler> recoveryCommands()
 {
-    return askDevice(session, request, "hasIncompleteFile", &DeviceManager::hasIncompleteFile);
+    return kHandlers;
 }
 
-Reply discardIncompleteFile(Session &session, const ObjectValue &request)
-{
-    return onDevice(session, request, &DeviceManager::discardIncompleteFile);
-}
-
-Reply startRecovery(Session &session, const ObjectValue &request)
-{
-    return onDevice(session, request, &DeviceManager::startRecovery);
-}
-
-Reply cancelRecovery(Session &session, const ObjectValue &request)
-{
-    return onDevice(session, request, &DeviceManager::cancelRecovery);
-}
-
-Reply recoveryStatus(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "status", &DeviceManager::recoveryStatus);
-}
-
-/// A success that carries a key called "error", inside "result".
-Reply recoveryError(Session &session, const ObjectValue &request)
-{
-    return askDevice(session, request, "error", &DeviceManager::recoveryError);
-}
-
-Reply finishRecovery(Session &session, const ObjectValue &request)
-{
-    return onDevice(session, request, &DeviceManager::finishRecovery);
-}
-
-} // namespace tavu::commands
+} // namespace tavu

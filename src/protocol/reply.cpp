@@ -5,27 +5,53 @@ namespace tavu {
 
 namespace {
 
+/// Writes a map whose keys the wire has laid down, value by value.
+class FieldWriter
+{
+public:
+    FieldWriter(MessageWriter &writer, const FieldList &fields)
+        : writer_(writer), field_(fields.begin())
+    {
+        writer.writeMapHeader(static_cast<uint32_t>(fields.size()));
+    }
+
+    FieldWriter &text(const std::string &value)
+    {
+        key();
+        writer_.writeString(value);
+        return *this;
+    }
+    FieldWriter &number(uint64_t value)
+    {
+        key();
+        writer_.writeUint(value);
+        return *this;
+    }
+
+private:
+    void key() { writer_.writeString((field_++)->key); }
+
+    MessageWriter &writer_;
+    const Field *field_;
+};
+
 void writeFile(MessageWriter &writer, const FileRecord &file)
 {
-    writer.writeMapHeader(14);
-    writer.writeString("name");
-    writer.writeString(file.name);
-    writer.writeString("port");
-    writer.writeString(file.port);
-    writer.writeString("camera");
-    writer.writeString(file.camera);
-    const std::pair<const char *, uint64_t> numbers[] = {
-        {"fileId", file.fileId},       {"streamId", file.streamId},
-        {"width", file.width},         {"height", file.height},
-        {"numFrames", file.numFrames}, {"numDroppedFrames", file.numDroppedFrames},
-        {"size", file.size},           {"timestamp", file.timestamp},
-        {"duration", file.duration},   {"startTime", file.startTime},
-        {"endTime", file.endTime},
-    };
-    for (const auto &[key, value] : numbers) {
-        writer.writeString(key);
-        writer.writeUint(value);
-    }
+    FieldWriter(writer, kFileFields)
+        .text(file.name)
+        .text(file.port)
+        .text(file.camera)
+        .number(file.fileId)
+        .number(file.streamId)
+        .number(file.width)
+        .number(file.height)
+        .number(file.numFrames)
+        .number(file.numDroppedFrames)
+        .number(file.size)
+        .number(file.timestamp)
+        .number(file.duration)
+        .number(file.startTime)
+        .number(file.endTime);
 }
 
 /// Writes one value of a reply, by its type.
@@ -46,13 +72,10 @@ struct ValueWriter
     }
     void operator()(const DeviceEvent &event) const
     {
-        writer.writeMapHeader(3);
-        writer.writeString("type");
-        writer.writeUint(static_cast<uint32_t>(event.type));
-        writer.writeString("device");
-        writer.writeUint(event.device);
-        writer.writeString("port");
-        writer.writeUint(event.port);
+        FieldWriter(writer, kEventFields)
+            .number(static_cast<uint32_t>(event.type))
+            .number(event.device)
+            .number(event.port);
     }
     void operator()(const std::vector<FileRecord> &files) const
     {

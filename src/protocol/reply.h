@@ -1,8 +1,8 @@
 #pragma once
 
 #include "encoding/message_writer.h"
-#include "registry/device_event.h"
 #include "registry/file_record.h"
+#include "wire/commands.h"
 
 #include <array>
 #include <concepts>
@@ -27,41 +27,53 @@ struct OwnedBytes
 class Reply
 {
 public:
-    Reply &&add(const char *key, bool value) && { return put(key, value); }
-    template <std::unsigned_integral Integer>
-    requires(!std::same_as<Integer, bool>) Reply && add(const char *key, Integer value) && {
-        return put(key, static_cast<uint64_t>(value));
-    }
-    Reply &&add(const char *key, std::string value) && { return put(key, std::move(value)); }
-    Reply &&add(const char *key, ByteBlock value) && { return put(key, std::move(value)); }
-    Reply &&add(const char *key, OwnedBytes value) && { return put(key, std::move(value)); }
-    Reply &&add(const char *key, const DeviceEvent &value) && { return put(key, value); }
-    Reply &&add(const char *key, std::vector<FileRecord> value) &&
+    using Value = std::variant<bool, uint64_t, std::string, ByteBlock, OwnedBytes, DeviceEvent,
+                               std::vector<FileRecord>>;
+
+    /// Whether a value stands on the wire as the table of commands says.
+    template <FieldType type, typename T>
+    static constexpr bool fits()
     {
-        return put(key, std::move(value));
+        switch (type) {
+        case FieldType::Bool:
+            return std::same_as<T, bool>;
+        case FieldType::U8:
+            return std::same_as<T, uint8_t>;
+        case FieldType::U16:
+            return std::same_as<T, uint16_t>;
+        case FieldType::U32:
+            return std::same_as<T, uint32_t>;
+        case FieldType::U64:
+            return std::same_as<T, uint64_t>;
+        case FieldType::Text:
+            return std::same_as<T, std::string>;
+        case FieldType::Blob:
+            return std::same_as<T, ByteBlock> || std::same_as<T, OwnedBytes>;
+        case FieldType::Event:
+            return std::same_as<T, DeviceEvent>;
+        case FieldType::Files:
+            return std::same_as<T, std::vector<FileRecord>>;
+        }
+        return false;
+    }
+
+    void add(const char *key, Value value)
+    {
+        fields_.at(count_) = Pair{key, std::move(value)};
+        ++count_;
     }
 
     void write(MessageWriter &writer) const;
 
 private:
-    using Value = std::variant<bool, uint64_t, std::string, ByteBlock, OwnedBytes, DeviceEvent,
-                               std::vector<FileRecord>>;
-    struct Field
+    struct Pair
     {
         const char *key;
         Value value;
     };
-    static constexpr size_t kMaxFields = 5;
+    static constexpr size_t kMostValues = 5;
 
-    template <typename T>
-    Reply &&put(const char *key, T &&value)
-    {
-        fields_.at(count_) = Field{key, Value(std::forward<T>(value))};
-        ++count_;
-        return std::move(*this);
-    }
-
-    std::array<Field, kMaxFields> fields_{};
+    std::array<Pair, kMostValues> fields_{};
     uint32_t count_ = 0;
 };
 

@@ -3,7 +3,7 @@
 #include "encoding/message_writer.h"
 #include "platform/diagnostics.h"
 #include "protocol/commands.h"
-#include "registry/failure_text.h"
+#include "wire/names.h"
 
 #include <cstring>
 #include <stdexcept>
@@ -12,14 +12,12 @@ namespace tavu {
 
 namespace {
 
-constexpr uint64_t kProtocolVersion = 0;
-
 /// One connection's side of the conversation.
 class RequestLoop
 {
 public:
     explicit RequestLoop(Session &session)
-        : session_(session), reader_(session.connection), writer_(session.connection)
+        : session_(session), reader_(session.client.stream), writer_(session.client.stream)
     {
     }
 
@@ -28,7 +26,7 @@ public:
 private:
     void checkVersion(const ObjectValue &request);
     void execute(const ObjectValue &request);
-    void run(const Command &command, const ObjectValue &request);
+    void run(const Handler &handler, const ObjectValue &request);
 
     Session &session_;
     MessageReader reader_;
@@ -69,23 +67,23 @@ void RequestLoop::checkVersion(const ObjectValue &request)
 void RequestLoop::execute(const ObjectValue &request)
 {
     const uint64_t ordinal = request.mapAt("ord").asPositive();
-    if (const Command *command = findCommand(ordinal))
-        run(*command, request);
+    if (const Handler *handler = findHandler(ordinal))
+        run(*handler, request);
     else
         sendError(writer_, "Unrecognized function.");
 }
 
 /// A fault inside a command costs the client an error reply and nothing else.
-void RequestLoop::run(const Command &command, const ObjectValue &request)
+void RequestLoop::run(const Handler &handler, const ObjectValue &request)
 {
     Reply reply;
     try {
-        reply = command.handler(session_, request);
+        reply = handler.serve(session_, request);
     } catch (...) {
-        const char *text = currentFailureText();
+        const char *text = session_.devices.failureText();
         if (!text)
             throw;
-        if (command.echoesFailure)
+        if (handler.echoesFailure)
             printLine(stderr, "%s\n", text);
         sendError(writer_, text);
         return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "protocol/session.h"
+#include "protocol/client_state.h"
 
 namespace tavu {
 

@@ -1,10 +1,7 @@
 #include "registry/device_manager.h"
 
-#include "emulator/tavu_device_emulator.h"
-#include "hardware/quillon_library.h"
 #include "platform/diagnostics.h"
 #include "platform/environment.h"
-#include "registry/failure_text.h"
 
 #include <stdexcept>
 #include <system_error>
@@ -16,15 +13,12 @@ namespace {
 
 constexpr uint32_t kAllHostInterfaces = 7;
 constexpr uint32_t kSataHostInterfaces = 3;
-constexpr uint32_t kLibraryScope = 2;
-constexpr std::array<uint32_t, 4> kLibraryVersion = {2, 1, 0, 38};
 
 } // namespace
 
-DeviceManager::DeviceManager() : DeviceManager(std::make_unique<QuillonLibrary>()) {}
-
-DeviceManager::DeviceManager(std::unique_ptr<RecorderLibrary> library)
-    : library_(std::move(library))
+DeviceManager::DeviceManager(DeviceSources sources)
+    : recorders_(std::move(sources.recorders)),
+      makeEmulatedDevice_(std::move(sources.makeEmulatedDevice))
 {
 }
 
@@ -42,7 +36,7 @@ void DeviceManager::start()
     startLibrary(environmentFlag("TAVUSRV_SATA_ONLY") ? kSataHostInterfaces : kAllHostInterfaces);
     if (environmentFlag("TAVUSRV_ENABLE_EMULATOR")) {
         std::lock_guard guard(lock_);
-        devices_.push_back(std::make_unique<TavuDeviceEmulator>());
+        devices_.push_back(makeEmulatedDevice_());
     }
     // Nobody can be connected yet, so nobody is told of this first update.
     tryUpdateDeviceList();
@@ -53,22 +47,21 @@ void DeviceManager::start()
 // Without word of changes the list would be wrong before long, so there are no recorders then.
 void DeviceManager::registerForChanges()
 {
-    if (!collection_)
+    if (!recorders_->hasCollection())
         return;
     try {
-        changeCallbackId_ = collection_->registerChangeCallback([queue = updateQueue_] {
+        changeCallbackId_ = recorders_->registerChangeCallback([queue = updateQueue_] {
             queue->push(DeviceEvent{EventType::DevicesChanged, 0, 0});
         });
     } catch (...) {
-        const char *text = currentFailureText();
+        const char *text = failureText();
         printLine(stderr, "No recorders, as their changes can't be followed: %s\n",
                   text ? text : "unknown failure");
         std::lock_guard guard(lock_);
         std::erase_if(devices_, [](const std::unique_ptr<ITavuDevice> &device) {
             return dynamic_cast<RecorderDevice *>(device.get()) != nullptr;
         });
-        collection_.reset();
-        instance_.reset();
+        recorders_->release();
     }
 }
 
@@ -77,10 +70,7 @@ void DeviceManager::registerForChanges()
 void DeviceManager::startLibrary(uint32_t hostInterfaceSet)
 {
     try {
-        instance_ = library_->initialize("OREK Pellam", false, kLibraryScope);
-        if (instance_->version() != kLibraryVersion)
-            throw std::runtime_error("Version mismatch");
-        collection_ = instance_->deviceCollection(hostInterfaceSet, false);
+        recorders_->start(hostInterfaceSet);
     } catch (...) {
     }
 }
@@ -95,14 +85,13 @@ void DeviceManager::stop()
     }
     if (changeCallbackId_) {
         try {
-            collection_->unregisterChangeCallback(*changeCallbackId_);
+            recorders_->unregisterChangeCallback(*changeCallbackId_);
         } catch (...) {
             // The callback reaches nothing but its own share of the queue, so it may stay.
         }
         changeCallbackId_.reset();
     }
-    collection_.reset();
-    instance_.reset();
+    recorders_->release();
 }
 
 uint32_t DeviceManager::deviceCount()

@@ -1,23 +1,34 @@
 #pragma once
 
 #include "platform/owned_mutex.h"
-#include "registry/device_event.h"
 #include "registry/event_queue.h"
 #include "registry/name_filter.h"
 #include "registry/recorder_library.h"
 #include "registry/tavu_device.h"
+#include "wire/events.h"
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <string>
 #include <thread>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace tavu {
+
+/// Where devices come from.
+struct DeviceSources
+{
+    std::unique_ptr<RecorderLibrary> recorders; ///< never null
+    /// Called once, where the environment asks for the emulated device.
+    std::function<std::unique_ptr<ITavuDevice>()> makeEmulatedDevice;
+};
 
 /// The registry of devices: keeps the list that clients index, follows recorders that come and go,
 /// and tells every client's event queue what happened.
@@ -28,9 +39,7 @@ namespace tavu {
 class DeviceManager
 {
 public:
-    /// A manager that drives recorders through the maker's library, where there is one.
-    DeviceManager();
-    explicit DeviceManager(std::unique_ptr<RecorderLibrary> library);
+    explicit DeviceManager(DeviceSources sources);
     DeviceManager(const DeviceManager &) = delete;
     DeviceManager &operator=(const DeviceManager &) = delete;
     /// Stops, then destroys queues and devices. Nobody may wait in readEvent() any more.
@@ -69,94 +78,30 @@ public:
     bool tryReadEvent(uint32_t queueId, DeviceEvent &event);
     /// Puts a copy of \a event in every queue in use; all queues see events in the same order.
     void broadcast(const DeviceEvent &event);
-    /// Posts FilesChanged for \a index, which need not exist.
-    void notifyFilesChanged(uint32_t index);
 
-    // One operation per device command: the ITavuDevice operation of that name on device \a index,
-    // called without a lock of the manager. Each raises std::runtime_error "Invalid device index."
-    // and whatever the device raises. An event is posted only once the device has succeeded.
+    /// Calls \a operation, one of ITavuDevice's, on the device at \a index, and returns what it
+    /// returns. The index is looked at first: "Invalid device index.". While the device works, no
+    /// lock of the manager is held. \a announcement, if there is one, is posted to all queues once
+    /// the device has succeeded, and so before anybody can be told of the success; what the device
+    /// raises passes through, and nothing is posted.
+    template <typename Operation, typename... Arguments>
+    auto call(uint32_t index, const std::optional<DeviceEvent> &announcement, Operation operation,
+              Arguments &&...arguments)
+    {
+        ITavuDevice &device = deviceAt(index);
+        if constexpr (std::is_void_v<
+                          std::invoke_result_t<Operation, ITavuDevice &, Arguments...>>) {
+            std::invoke(operation, device, std::forward<Arguments>(arguments)...);
+            announce(announcement);
+        } else {
+            auto result = std::invoke(operation, device, std::forward<Arguments>(arguments)...);
+            announce(announcement);
+            return result;
+        }
+    }
 
-    std::string name(uint32_t index);
-    bool isConnected(uint32_t index);
-
-    bool hasIncompleteFile(uint32_t index);
-    void discardIncompleteFile(uint32_t index);
-    void startRecovery(uint32_t index);
-    void finishRecovery(uint32_t index);
-    void cancelRecovery(uint32_t index);
-    uint32_t recoveryStatus(uint32_t index);
-    std::string recoveryError(uint32_t index);
-
-    void serialOpen(uint32_t index, uint8_t port, uint32_t baudRate, uint8_t parity,
-                    uint8_t stopBits);
-    uint32_t serialGetBaudRate(uint32_t index, uint8_t port);
-    void serialSetBaudRate(uint32_t index, uint8_t port, uint32_t baudRate);
-    uint32_t serialRead(uint32_t index, uint8_t port, void *buffer, uint32_t size);
-    uint32_t serialWrite(uint32_t index, uint8_t port, const void *buffer, uint32_t size);
-    void serialClear(uint32_t index, uint8_t port);
-    void serialClose(uint32_t index, uint8_t port);
-    void registerRead(uint32_t index, uint8_t port, uint32_t addr, void *buffer, uint32_t size);
-    void registerWrite(uint32_t index, uint8_t port, uint32_t addr, const void *buffer,
-                       uint32_t size);
-
-    uint8_t portCount(uint32_t index);
-    std::string portName(uint32_t index, uint8_t port);
-    bool isCxp(uint32_t index);
-
-    std::vector<FileRecord> listFiles(uint32_t index);
-    void openFile(uint32_t index, uint32_t &openFileId, std::string &mapping, uint32_t fileId,
-                  uint32_t streamId);
-    void fileInfo(uint32_t index, uint32_t openFileId, uint16_t &width, uint16_t &height,
-                  uint32_t &imageSize, uint64_t &numFrames, uint64_t &size);
-    void closeFile(uint32_t index, uint32_t openFileId);
-    void readFrame(uint32_t index, uint32_t openFileId, uint64_t frame);
-    /// Posts FilesChanged.
-    void removeFile(uint32_t index, uint32_t fileId, uint32_t streamId);
-    void fileIdentity(uint32_t index, uint32_t fileId, uint32_t streamId, ByteBlock &data);
-
-    /// Posts PairingChanged with the port.
-    void pairPort(uint32_t index, uint8_t port, const std::string &identity, const void *info,
-                  uint32_t infoSize, uint16_t numFramesPerPacket);
-    /// Posts nothing: the pairing stays with the same camera.
-    void repairPort(uint32_t index, uint8_t port, const std::string &identity, const void *info,
-                    uint32_t infoSize, uint16_t numFramesPerPacket);
-    /// Posts PairingChanged with the port.
-    void unpairPort(uint32_t index, uint8_t port);
-    void portIdentity(uint32_t index, uint8_t port, ByteBlock &data);
-    uint16_t framesPerPacket(uint32_t index, uint8_t port);
-    std::string pairedTo(uint32_t index, uint8_t port);
-    void getPortConfig(uint32_t index, uint8_t port, uint16_t &width, uint16_t &height,
-                       uint32_t &pixelFormat, uint32_t &tapGeometry);
-    void setPortConfig(uint32_t index, uint8_t port, uint16_t width, uint16_t height,
-                       uint32_t pixelFormat, uint32_t tapGeometry);
-    void setup(uint32_t index);
-
-    /// Posts RecordingStarted with \a portMask in the place of the port.
-    void startRecording(uint32_t index, uint32_t portMask, uint8_t externalTrigger, uint8_t type,
-                        uint64_t count, bool usePretrigger, uint64_t pretriggerCount);
-    /// Posts RecordingStopped.
-    void stopRecording(uint32_t index);
-    void softwareTrigger(uint32_t index);
-    bool isRecordingDone(uint32_t index);
-    void recordingFile(uint32_t index, uint8_t port, uint32_t &fileId, uint32_t &streamId);
-    void recordingProgress(uint32_t index, uint8_t port, uint64_t &numFrames, bool &inPretrigger);
-
-    /// Posts FilesChanged if \a notify is true.
-    void renameFile(uint32_t index, uint32_t fileId, uint32_t streamId, const std::string &name,
-                    bool notify);
-    /// Posts FilesChanged if \a notify is true.
-    std::string setFileInfo(uint32_t index, uint32_t fileId, uint32_t streamId,
-                            const std::string &name, uint16_t width, uint16_t height,
-                            uint64_t numImages, uint64_t numDroppedFrames, uint64_t startTime,
-                            uint64_t endTime, uint64_t duration, bool notify);
-
-    uint8_t percentUsed(uint32_t index);
-    uint8_t hardwareType(uint32_t index);
-
-    std::string startLive(uint32_t index, uint8_t port);
-    void stopLive(uint32_t index, uint8_t port);
-    void liveFrame(uint32_t index, uint8_t port, uint16_t &width, uint16_t &height,
-                   uint32_t &imageSize);
+    /// RecorderLibrary::failureText().
+    const char *failureText() noexcept { return recorders_->failureText(); }
 
 private:
     struct QueueSlot
@@ -167,11 +112,17 @@ private:
 
     void startLibrary(uint32_t hostInterfaceSet);
     ITavuDevice &deviceAt(uint32_t index);
+    void announce(const std::optional<DeviceEvent> &announcement)
+    {
+        if (announcement)
+            broadcast(*announcement);
+    }
     QueueSlot &slotInUse(uint32_t queueId);
 
     void registerForChanges();
     void followChanges();
-    /// Logs a failure.
+    template <typename Step>
+    void logFailure(const Step &step);
     void tryUpdateDeviceList();
     void updateDeviceList();
     void updateKnownDevice(uint32_t collectionIndex);
@@ -180,10 +131,9 @@ private:
     bool admitsAlternativeName(uint32_t collectionIndex, const NameFilter &filter);
     RecorderDevice *findRecorder(uint32_t collectionIndex);
 
-    const std::unique_ptr<RecorderLibrary> library_;
+    const std::unique_ptr<RecorderLibrary> recorders_;
+    const std::function<std::unique_ptr<ITavuDevice>()> makeEmulatedDevice_;
     std::mutex lock_; ///< guards devices_, queueSlots_, knownDeviceCount_, undecidedRecorders_
-    std::shared_ptr<RecorderInstance> instance_;
-    std::shared_ptr<RecorderCollection> collection_;
     std::vector<std::unique_ptr<ITavuDevice>> devices_;
     std::deque<QueueSlot> queueSlots_; ///< a slot never moves: readers wait in it without lock_
     std::optional<uint32_t> changeCallbackId_;

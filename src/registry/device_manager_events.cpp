@@ -52,11 +52,6 @@ void DeviceManager::broadcast(const DeviceEvent &event)
     }
 }
 
-void DeviceManager::notifyFilesChanged(uint32_t index)
-{
-    broadcast(DeviceEvent{EventType::FilesChanged, index, 0});
-}
-
 // lock_ is held by the caller. The text is what clients have always been sent, letter for letter.
 DeviceManager::QueueSlot &DeviceManager::slotInUse(uint32_t queueId)
 {

@@ -2,25 +2,20 @@
 
 #include "platform/diagnostics.h"
 #include "platform/environment.h"
-#include "registry/failure_text.h"
 
 namespace tavu {
 
-namespace {
-
 /// Does one step of an update. Its failure is logged, if it has a text, and ends this step alone.
 template <typename Step>
-void logFailure(const Step &step)
+void DeviceManager::logFailure(const Step &step)
 {
     try {
         step();
     } catch (...) {
-        if (const char *text = currentFailureText())
+        if (const char *text = failureText())
             printLine(stdout, "Caught exception: %s\n", text);
     }
 }
-
-} // namespace
 
 // Every change that the library reports causes one update and one event, however they bunch up.
 void DeviceManager::followChanges()
@@ -44,7 +39,7 @@ void DeviceManager::tryUpdateDeviceList()
 void DeviceManager::updateDeviceList()
 {
     std::lock_guard guard(lock_);
-    if (!collection_)
+    if (!recorders_->hasCollection())
         return;
     const NameFilter names{environmentVariable("TAVUSRV_DEVICE_NAME_WHITELIST"),
                            environmentVariable("TAVUSRV_DEVICE_NAME_BLACKLIST")};
@@ -52,7 +47,7 @@ void DeviceManager::updateDeviceList()
                                       environmentVariable("TAVUSRV_DEVICE_ALT_NAME_BLACKLIST")};
     printLine(stdout, "Updating device list.\n");
     const uint64_t oldCount = knownDeviceCount_;
-    knownDeviceCount_ = collection_->count();
+    knownDeviceCount_ = recorders_->count();
     for (uint32_t i = 0; i < oldCount; ++i)
         logFailure([&] { updateKnownDevice(i); });
     // A recorder that the filters keep out here is never looked at again.
@@ -69,13 +64,13 @@ void DeviceManager::updateKnownDevice(uint32_t collectionIndex)
     RecorderDevice *device = findRecorder(collectionIndex);
     if (!device)
         return; // was filtered out
-    if (collection_->deviceState(collectionIndex) == RecorderCollection::kDisconnected) {
+    if (recorders_->isDisconnected(collectionIndex)) {
         printLine(stdout, "Found device: %s (existing, disconnected)\n",
-                  collection_->deviceName(collectionIndex).c_str());
+                  recorders_->deviceName(collectionIndex).c_str());
         device->markDisconnected();
     } else {
         printLine(stdout, "Found device: %s (existing)\n",
-                  collection_->deviceName(collectionIndex).c_str());
+                  recorders_->deviceName(collectionIndex).c_str());
         device->reconnect();
     }
 }
@@ -83,18 +78,18 @@ void DeviceManager::updateKnownDevice(uint32_t collectionIndex)
 void DeviceManager::addDevice(uint32_t collectionIndex, const NameFilter &names,
                               const NameFilter &alternativeNames)
 {
-    const std::string name = collection_->deviceName(collectionIndex);
+    const std::string name = recorders_->deviceName(collectionIndex);
     if (!names.admits(name) || !admitsAlternativeName(collectionIndex, alternativeNames)) {
         undecidedRecorders_.erase(collectionIndex);
         return;
     }
-    std::unique_ptr<RecorderDevice> created = collection_->createDevice();
+    std::unique_ptr<RecorderDevice> created = recorders_->createDevice();
     RecorderDevice &device = *created;
     // The device has its place, and can be found again, before anything more can fail.
     device.identify(collectionIndex, name);
     devices_.push_back(std::move(created));
     undecidedRecorders_.erase(collectionIndex);
-    if (collection_->deviceState(collectionIndex) == RecorderCollection::kDisconnected) {
+    if (recorders_->isDisconnected(collectionIndex)) {
         printLine(stdout, "Found device: %s (disconnected)\n", name.c_str());
     } else {
         printLine(stdout, "Found device: %s\n", name.c_str());
@@ -108,7 +103,7 @@ bool DeviceManager::admitsAlternativeName(uint32_t collectionIndex, const NameFi
     if (!filter.isPresent())
         return true;
     try {
-        return filter.admits(collection_->alternativeName(collectionIndex));
+        return filter.admits(recorders_->alternativeName(collectionIndex));
     } catch (...) {
         return false;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "registry/device_event.h"
+#include "wire/events.h"
 
 #include <condition_variable>
 #include <deque>

@@ -29,4 +29,29 @@ struct FileRecord
     uint64_t duration = 0;
 };
 
+/// What ITavuDevice::setFileInfo() stores in a recording.
+struct FileUpdate
+{
+    /// Stores everything but the name, which the device may have to change.
+    void applyTo(FileRecord &record) const
+    {
+        record.width = width;
+        record.height = height;
+        record.numFrames = numFrames;
+        record.numDroppedFrames = numDroppedFrames;
+        record.startTime = startTime;
+        record.endTime = endTime;
+        record.duration = duration;
+    }
+
+    std::string name;
+    uint16_t width = 0;  ///< pixels
+    uint16_t height = 0; ///< pixels
+    uint64_t numFrames = 0;
+    uint64_t numDroppedFrames = 0;
+    uint64_t startTime = 0; ///< this and the next two are kept as they are
+    uint64_t endTime = 0;
+    uint64_t duration = 0;
+};
+
 } // namespace tavu

@@ -2,17 +2,12 @@
 
 #include "registry/tavu_device.h"
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
 namespace tavu {
-
-// What the device manager needs of the recorder maker's library, and no more. Every operation may
-// raise. Operations are called by the thread that starts and stops the manager and by its update
-// thread, never by both at once.
 
 /// A device that stands for one recorder of the library. Unlike the operations of ITavuDevice,
 /// those added here are for the device list update alone.
@@ -41,18 +36,30 @@ public:
     virtual void markDisconnected() = 0;
 };
 
-/// The library's list of recorders. Only grows; an index stays with its recorder.
-class RecorderCollection
+/// What the device manager needs of the recorder maker's library, and no more: the library itself
+/// and its collection of recorders, which only grows, so that an index stays with its recorder.
+///
+/// Every operation may raise. They are called by the thread that starts and stops the manager and
+/// by its update thread, never by both at once.
+class RecorderLibrary
 {
 public:
-    static constexpr uint32_t kDisconnected = 1;
+    virtual ~RecorderLibrary() = default;
 
-    virtual ~RecorderCollection() = default;
+    /// Starts the library and takes its collection of the recorders behind these host interfaces.
+    /// Raises when the library is absent, fails or has another version than ours.
+    virtual void start(uint32_t hostInterfaceSet) = 0;
+    /// Lets go of the collection and the library, as far as they were had. Doesn't raise.
+    virtual void release() = 0;
+
+    /// False before start(), when that failed, and when the library has no collection. What follows
+    /// needs one.
+    virtual bool hasCollection() const = 0;
 
     virtual uint64_t count() = 0;
     /// Known for a disconnected recorder too.
     virtual std::string deviceName(uint32_t index) = 0;
-    virtual uint32_t deviceState(uint32_t index) = 0;
+    virtual bool isDisconnected(uint32_t index) = 0;
     virtual std::string alternativeName(uint32_t index) = 0;
 
     /// \a callback is called on a thread of the library whenever recorders come or go, until
@@ -61,32 +68,12 @@ public:
     virtual void unregisterChangeCallback(uint32_t id) = 0;
 
     /// Makes a device that is bound to no recorder yet, without talking to the library. The device
-    /// shares what it needs of the collection, so that it can outlive this object. Never null.
+    /// shares what it needs of the collection, so that it can outlive it. Never null.
     virtual std::unique_ptr<RecorderDevice> createDevice() = 0;
-};
 
-/// The started library.
-class RecorderInstance
-{
-public:
-    virtual ~RecorderInstance() = default;
-
-    /// Major, minor, third and fourth number.
-    virtual std::array<uint32_t, 4> version() = 0;
-    /// An empty handle means that there are no recorders.
-    virtual std::shared_ptr<RecorderCollection> deviceCollection(uint32_t hostInterfaceSet,
-                                                                 bool flag) = 0;
-};
-
-/// The way into the library.
-class RecorderLibrary
-{
-public:
-    virtual ~RecorderLibrary() = default;
-
-    /// Starts the library. Never returns an empty handle.
-    virtual std::shared_ptr<RecorderInstance> initialize(const std::string &applicationName,
-                                                         bool flag, uint32_t scope) = 0;
+    /// To be called while an exception is being handled, whoever raised it: its text, or null when
+    /// it is of a kind that carries none. The text lives as long as the caller's handler runs.
+    virtual const char *failureText() noexcept = 0;
 };
 
 } // namespace tavu

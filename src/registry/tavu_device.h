@@ -84,10 +84,8 @@ public:
 
     virtual void renameFile(uint32_t fileId, uint32_t streamId, const std::string &name) = 0;
     /// Returns the name that was finally used.
-    virtual std::string setFileInfo(uint32_t fileId, uint32_t streamId, const std::string &name,
-                                    uint16_t width, uint16_t height, uint64_t numImages,
-                                    uint64_t numDroppedFrames, uint64_t startTime, uint64_t endTime,
-                                    uint64_t duration) = 0;
+    virtual std::string setFileInfo(uint32_t fileId, uint32_t streamId,
+                                    const FileUpdate &update) = 0;
 
     virtual uint8_t percentUsed() = 0;
     virtual uint8_t hardwareType() = 0;

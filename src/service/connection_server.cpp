@@ -1,31 +1,13 @@
 #include "service/connection_server.h"
 #include "platform/diagnostics.h"
 #include "protocol/request_loop.h"
-#include "registry/failure_text.h"
 #include "service/transport/shared_region.h"
+#include "wire/names.h"
 
-#include <algorithm>
 #include <condition_variable>
 #include <thread>
 
 namespace tavu {
-
-namespace {
-
-constexpr const char *kPipeName = "tavusrv";
-constexpr const char *kRegionBaseName = "orek_tavu";
-
-/// Giving back one thing must not keep the others from being given back.
-template <typename Release>
-void swallowFailure(Release release)
-{
-    try {
-        release();
-    } catch (...) {
-    }
-}
-
-} // namespace
 
 /// Counts the connection threads, so that run() can outlast those that detached themselves. Shared
 /// with the threads, whose last act is to leave it.
@@ -55,7 +37,10 @@ private:
     size_t inside_ = 0;
 };
 
-ConnectionServer::ConnectionServer() : gate_(std::make_shared<ThreadGate>()) {}
+ConnectionServer::ConnectionServer(DeviceSources devices)
+    : devices_(std::move(devices)), gate_(std::make_shared<ThreadGate>())
+{
+}
 
 ConnectionServer::~ConnectionServer() = default;
 
@@ -68,14 +53,17 @@ void ConnectionServer::run()
     try {
         devices_.start();
     } catch (...) {
-        const char *text = currentFailureText();
+        const char *text = devices_.failureText();
         if (!text)
             throw;
         printLine(stdout, "caught exception: %s\n", text);
         return;
     }
-    // Whatever ends the accept loop ends the service.
-    swallowFailure([this] { acceptClients(); });
+    try {
+        acceptClients();
+    } catch (...) {
+        // Whatever ends the accept loop ends the service.
+    }
     shutDown();
 }
 
@@ -102,7 +90,7 @@ void ConnectionServer::startConnection(LocalSocket &&socket)
         gate_->leave();
         throw;
     }
-    connections_.push_back(connection.release());
+    connections_.push_back(std::move(connection));
 }
 
 void ConnectionServer::shutDown()
@@ -110,50 +98,34 @@ void ConnectionServer::shutDown()
     listener_.abort();
     {
         std::lock_guard guard(serverMutex_);
-        for (ClientConnection *connection : connections_) {
+        for (const auto &connection : connections_) {
             connection->closing = true;
-            connection->close();
+            connection->socket.close();
         }
     }
     // From here on nobody else changes the list: new clients aren't accepted, and a thread that
     // finds its record closing leaves it to us. A thread that hasn't come to its end may still walk
     // the list, so no record goes before the last of them has.
-    for (ClientConnection *connection : connections_) {
+    for (const auto &connection : connections_) {
         if (connection->thread.joinable())
             connection->thread.join();
     }
     gate_->waitUntilEmpty();
-    for (ClientConnection *connection : connections_)
-        delete connection;
     connections_.clear();
     devices_.stop();
 }
 
 void ConnectionServer::serveConnection(ClientConnection &connection)
 {
-    // The request loop ends by an exception, and a client's end is nobody else's concern.
-    Session session{connection, devices_, [this](uint32_t queueId) { forgetQueue(queueId); }};
-    swallowFailure([&] { runRequestLoop(session); });
-    connection.close();
-    releaseResources(connection);
+    Session session{connection.state, devices_, [this](uint32_t queueId) { forgetQueue(queueId); }};
+    try {
+        runRequestLoop(session);
+    } catch (...) {
+        // It always ends so, and a client's end is nobody else's concern.
+    }
+    connection.socket.close();
+    connection.state.giveBack(devices_);
     endConnection(connection);
-}
-
-void ConnectionServer::releaseResources(ClientConnection &connection)
-{
-    for (const LivePortRef &live : connection.livePorts)
-        swallowFailure([&] { devices_.stopLive(live.device, live.port); });
-    connection.livePorts.clear();
-    for (const OpenFileRef &file : connection.openFiles)
-        swallowFailure([&] { devices_.closeFile(file.device, file.openFileId); });
-    connection.openFiles.clear();
-    const uint32_t queueId = connection.eventQueueId.load();
-    if (queueId != kNoEventQueue)
-        swallowFailure([&] { devices_.destroyQueue(queueId, true); });
-    connection.eventQueueId = kNoEventQueue;
-    if (connection.holdsGlobalLock)
-        swallowFailure([&] { devices_.unlockGlobal(); });
-    connection.holdsGlobalLock = false;
 }
 
 /// The last thing that a connection's thread does; the record is gone afterwards unless the server
@@ -163,12 +135,9 @@ void ConnectionServer::endConnection(ClientConnection &connection)
     std::lock_guard guard(serverMutex_);
     if (connection.closing)
         return;
-    const auto place = std::find(connections_.begin(), connections_.end(), &connection);
-    if (place != connections_.end()) {
-        connections_.erase(place);
-        connection.thread.detach();
-        delete &connection;
-    }
+    connection.thread.detach();
+    std::erase_if(connections_,
+                  [&connection](const auto &other) { return other.get() == &connection; });
     if (autoClose_ && connections_.empty())
         listener_.abort();
 }
@@ -176,9 +145,9 @@ void ConnectionServer::endConnection(ClientConnection &connection)
 void ConnectionServer::forgetQueue(uint32_t queueId)
 {
     std::lock_guard guard(serverMutex_);
-    for (ClientConnection *connection : connections_) {
-        if (connection->eventQueueId == queueId) {
-            connection->eventQueueId = kNoEventQueue;
+    for (const auto &connection : connections_) {
+        if (connection->state.eventQueueId == queueId) {
+            connection->state.eventQueueId = kNoEventQueue;
             return;
         }
     }

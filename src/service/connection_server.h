@@ -15,7 +15,7 @@ namespace tavu {
 class ConnectionServer
 {
 public:
-    ConnectionServer();
+    explicit ConnectionServer(DeviceSources devices);
     ConnectionServer(const ConnectionServer &) = delete;
     ConnectionServer &operator=(const ConnectionServer &) = delete;
     ~ConnectionServer();
@@ -33,13 +33,12 @@ private:
     void startConnection(LocalSocket &&socket);
     void shutDown();
     void serveConnection(ClientConnection &connection);
-    void releaseResources(ClientConnection &connection);
     void endConnection(ClientConnection &connection);
     /// Tells the connection that owns this event queue, if any, that it is gone.
     void forgetQueue(uint32_t queueId);
 
     std::mutex serverMutex_; ///< guards connections_ and is never held across a device call
-    std::vector<ClientConnection *> connections_; ///< owned, in order of acceptance
+    std::vector<std::unique_ptr<ClientConnection>> connections_; ///< in order of acceptance
     DeviceManager devices_;
     LocalSocketServer listener_;
     bool autoClose_ = true;

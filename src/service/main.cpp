@@ -1,8 +1,11 @@
+#include "emulator/tavu_device_emulator.h"
+#include "hardware/quillon_library.h"
 #include "platform/process.h"
 #include "service/connection_server.h"
 
 #include <algorithm>
 #include <cctype>
+#include <memory>
 #include <string_view>
 
 namespace {
@@ -21,7 +24,9 @@ int main(int argumentCount, char **arguments)
     tavu::prepareProcess();
     // Whatever stops the service, the exit status is 0: it has no caller to report to.
     try {
-        tavu::ConnectionServer server;
+        tavu::ConnectionServer server(
+            {.recorders = std::make_unique<tavu::QuillonLibrary>(),
+             .makeEmulatedDevice = [] { return std::make_unique<tavu::TavuDeviceEmulator>(); }});
         for (int i = 1; i < argumentCount; ++i) {
             if (equalsIgnoringCase(arguments[i], "noautoclose"))
                 server.setAutoClose(false);

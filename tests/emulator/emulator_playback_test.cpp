@@ -27,7 +27,7 @@ TEST_F(EmulatorTest, PlaysFramesBack)
     EXPECT_EQ(errorOf([&] { device_->readFrame(0, 3); }), "Invalid frame index");
 
     // More frames than the file has may be asked for.
-    device_->setFileInfo(1, 0, "many", 4, 4, ~uint64_t(0), 0, 0, 0, 0);
+    device_->setFileInfo(1, 0, {"many", 4, 4, ~uint64_t(0), 0, 0, 0, 0});
     // The frame asked for, and the one that stands in the region then.
     const std::pair<uint64_t, size_t> cases[] = {
         {1 << 26, 0},                     // 2 GiB, a negative offset: from the beginning

@@ -99,7 +99,7 @@ TEST_F(EmulatorTest, SettlesNames)
     } cases[] = {{8, "a", "a(2)"}, {7, "a", "a(4)"},       {2, "b", "b(1)"},
                  {2, "b", "b"},    {3, "a(1)", "a(1)(1)"}, {3, "new", "new"}};
     for (const auto &c : cases)
-        EXPECT_EQ(device_->setFileInfo(c.fileId, 99, c.wanted, 7, 8, 9, 10, 11, 12, 13), c.used);
+        EXPECT_EQ(device_->setFileInfo(c.fileId, 99, {c.wanted, 7, 8, 9, 10, 11, 12, 13}), c.used);
     device_->renameFile(4, 0, "a");
     restart();
     EXPECT_EQ(listed(), "1:a 2:b 3:new 4:a 5:a(02) 6:a(2 7:a(4) 8:a(2) ");

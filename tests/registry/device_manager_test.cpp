@@ -2,7 +2,6 @@
 
 #include "error_of.h"
 #include "registry/fake_recorders.h"
-#include "temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -38,6 +37,12 @@ protected:
             setEnvironment(std::string("TAVUSRV_") + name, nullptr);
     }
 
+    static DeviceSources sources(const std::shared_ptr<FakeRecorders> &recorders)
+    {
+        return {std::make_unique<FakeLibrary>(recorders),
+                [] { return std::make_unique<FakeDevice>(std::make_shared<FakeRecorders>()); }};
+    }
+
     /// Starts a manager and returns what it printed.
     static std::string start(DeviceManager &started)
     {
@@ -71,16 +76,22 @@ protected:
                std::to_string(event.port);
     }
 
+    static std::string nameOf(DeviceManager &devices, uint32_t index)
+    {
+        return devices.call(index, std::nullopt, &ITavuDevice::name);
+    }
+
     std::string names()
     {
         std::string result;
         for (uint32_t i = 0; i < manager.deviceCount(); ++i)
-            result += manager.name(i) + (manager.isConnected(i) ? "+ " : "- ");
+            result += nameOf(manager, i) +
+                      (manager.call(i, std::nullopt, &ITavuDevice::isConnected) ? "+ " : "- ");
         return result;
     }
 
     std::shared_ptr<FakeRecorders> fake = std::make_shared<FakeRecorders>();
-    DeviceManager manager{std::make_unique<FakeLibrary>(fake)};
+    DeviceManager manager{sources(fake)};
     uint32_t queue = 0;
 };
 
@@ -88,42 +99,38 @@ TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
 {
     setEnvironment("TAVUSRV_SATA_ONLY", "");
     start();
-    EXPECT_EQ(fake->takeCalls(), "initialize OREK Pellam 0 2;deviceCollection 7 0;count;");
+    EXPECT_EQ(fake->takeCalls(), "start 7;count;");
     setEnvironment("TAVUSRV_SATA_ONLY", "0");
-    DeviceManager other(std::make_unique<FakeLibrary>(fake));
+    DeviceManager other(sources(fake));
     other.start();
-    EXPECT_EQ(fake->takeCalls(), "initialize OREK Pellam 0 2;deviceCollection 3 0;count;");
+    EXPECT_EQ(fake->takeCalls(), "start 3;count;");
 }
 
 TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
 {
-    const TemporaryFolder folder;
-    setEnvironment("XDG_DATA_HOME", folder.path.string().c_str());
     setEnvironment("TAVUSRV_ENABLE_EMULATOR", "1");
-    fake->change({{"A", "", 0}});
+    fake->change({{"A", "", false}});
     start();
     fake->takeCalls();
     update();
     EXPECT_EQ(manager.deviceCount(), 2u);
-    EXPECT_EQ(manager.name(0), "Emulator");
-    EXPECT_EQ(manager.name(1), "A");
+    EXPECT_EQ(nameOf(manager, 1), "A");
     EXPECT_EQ(fake->takeCalls(), "count;deviceName 0;reconnect 0;");
     setEnvironment("TAVUSRV_ENABLE_EMULATOR", "");
-    DeviceManager other;
+    DeviceManager other(sources(std::make_shared<FakeRecorders>()));
     other.start();
     EXPECT_EQ(other.deviceCount(), 0u);
-    setEnvironment("XDG_DATA_HOME", nullptr);
 }
 
 TEST_F(DeviceManagerTest, followsRecordersThatComeAndGo)
 {
-    fake->change({{"A", "", 0}, {"B", "", 1}});
+    fake->change({{"A", "", false}, {"B", "", true}});
     EXPECT_EQ(start(), "Updating device list.\nFound device: A\nFound device: B (disconnected)\n"
                        "Done updating device list.\n");
     EXPECT_EQ(names(), "A+ B- ");
     fake->takeCalls();
 
-    fake->change({{"A", "", 1}, {"B", "", 0}, {"C", "", 0}});
+    fake->change({{"A", "", true}, {"B", "", false}, {"C", "", false}});
     EXPECT_EQ(update(), "Updating device list.\nFound device: A (existing, disconnected)\n"
                         "Found device: B (existing)\nFound device: C\n"
                         "Done updating device list.\n");
@@ -132,17 +139,17 @@ TEST_F(DeviceManagerTest, followsRecordersThatComeAndGo)
     EXPECT_EQ(names(), "A- B+ C+ ");
 
     // Indices that the collection lost fail one by one; nobody loses a place.
-    fake->change({{"A", "", 0}});
+    fake->change({{"A", "", false}});
     const std::string log = update();
     EXPECT_TRUE(log.starts_with("Updating device list.\nFound device: A (existing)\nCaught "));
     EXPECT_NE(log.find("Done"), log.npos);
     EXPECT_EQ(manager.deviceCount(), 3u);
-    EXPECT_EQ(manager.name(2), "C");
+    EXPECT_EQ(nameOf(manager, 2), "C");
 }
 
 TEST_F(DeviceManagerTest, failureHurtsOneDeviceOnly)
 {
-    fake->change({{"A", "", 0}, {"B", "", 0}, {"C", "", 0}, {"D", "", 0}});
+    fake->change({{"A", "", false}, {"B", "", false}, {"C", "", false}, {"D", "", false}});
     fake->faults = {{"connect 0", Fault::WithText},
                     {"connect 1", Fault::WithoutText},
                     {"deviceName 2", Fault::WithText},
@@ -160,7 +167,8 @@ TEST_F(DeviceManagerTest, failureHurtsOneDeviceOnly)
     fake->faults = {{"count", Fault::WithText}};
     EXPECT_EQ(update(), "Updating device list.\nCaught exception: count failed\n");
     fake->faults.clear();
-    fake->change({{"A", "", 0}, {"B", "", 0}, {"C", "", 0}, {"D", "", 0}, {"E", "", 0}});
+    fake->change(
+        {{"A", "", false}, {"B", "", false}, {"C", "", false}, {"D", "", false}, {"E", "", false}});
     update();
     // The recorder without a name was tried again and again.
     EXPECT_EQ(names(), "A+ B+ D+ C+ E+ ");
@@ -178,23 +186,24 @@ TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
     };
     for (const auto &[filter, value, names, asks] : cases) {
         auto recorders = std::make_shared<FakeRecorders>();
-        recorders->change({{"Lab1", "North", 0}, {"Lab2", "South", 0}, {"Hall", "", 0}});
+        recorders->change(
+            {{"Lab1", "North", false}, {"Lab2", "South", false}, {"Hall", "", false}});
         recorders->faults["alternativeName 2"] = Fault::WithText;
-        DeviceManager filtered(std::make_unique<FakeLibrary>(recorders));
+        DeviceManager filtered(sources(recorders));
         const std::string variable = std::string("TAVUSRV_DEVICE_") + filter;
         setEnvironment(variable, value);
         EXPECT_EQ(start(filtered).find("Caught"), std::string::npos);
         setEnvironment(variable, nullptr);
         std::string kept;
         for (uint32_t i = 0; i < filtered.deviceCount(); ++i)
-            kept += filtered.name(i) + " ";
+            kept += nameOf(filtered, i) + " ";
         EXPECT_EQ(kept, names) << filter << "=" << value;
         const std::string calls = recorders->takeCalls();
         for (const char *call : {"alternativeName 0", "alternativeName 1", "alternativeName 2"})
             EXPECT_EQ(calls.find(call) != calls.npos, asks) << filter;
     }
 
-    fake->change({{"Lab", "", 0}, {"Hall", "", 0}});
+    fake->change({{"Lab", "", false}, {"Hall", "", false}});
     setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", "lab");
     start();
     setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", nullptr);
@@ -227,21 +236,35 @@ TEST_F(DeviceManagerTest, queueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLa
     }
 }
 
-TEST_F(DeviceManagerTest, deviceWorksWithoutTheManagersLock)
+TEST_F(DeviceManagerTest, callTakesTheIndexFirstAndAnnouncesSuccessAlone)
 {
-    fake->change({{"A", "", 0}});
+    const std::optional<DeviceEvent> announcement = DeviceEvent{EventType::FilesChanged, 5, 6};
+    fake->change({{"A", "", false}});
     start();
-    fake->duringSetup = [this] {
-        EXPECT_EQ(manager.deviceCount(), 1u);
-        manager.notifyFilesChanged(0);
+    fake->takeCalls();
+    const auto setUp = [&](uint32_t index) {
+        manager.call(index, announcement, &ITavuDevice::setup);
     };
-    manager.setup(0);
-    EXPECT_EQ(nextEvent(), "4 0 0");
+    DeviceEvent event;
+    EXPECT_EQ(errorOf([&] { setUp(1); }), "Invalid device index.");
+    EXPECT_EQ(fake->takeCalls(), "");
+
+    // The device works without a lock of the manager, and nobody is told before it has succeeded.
+    fake->duringSetup = [&] {
+        EXPECT_EQ(manager.deviceCount(), 1u);
+        EXPECT_FALSE(manager.tryReadEvent(queue, event));
+    };
+    setUp(0);
+    EXPECT_EQ(nextEvent(), "4 5 6");
+
+    fake->faults = {{"setup", Fault::WithText}};
+    EXPECT_EQ(errorOf([&] { setUp(0); }), "setup failed");
+    EXPECT_FALSE(manager.tryReadEvent(queue, event));
 }
 
 TEST_F(DeviceManagerTest, stopLetsGoOfTheLibraryOnceAndKeepsTheDevices)
 {
-    fake->change({{"A", "", 0}});
+    fake->change({{"A", "", false}});
     start();
     fake->takeCalls();
     fake->faults = {{"unregister 77", Fault::WithText}};
@@ -254,7 +277,7 @@ TEST_F(DeviceManagerTest, stopLetsGoOfTheLibraryOnceAndKeepsTheDevices)
 
 TEST_F(DeviceManagerTest, updateThreadCannotStopItself)
 {
-    fake->change({{"A", "", 0}});
+    fake->change({{"A", "", false}});
     std::string complaint;
     fake->duringReconnect = [&] { complaint = errorOf([&] { manager.stop(); }); };
     start();

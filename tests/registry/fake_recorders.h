@@ -19,7 +19,7 @@ struct FakeRecorders
     {
         std::string name;
         std::string alternativeName;
-        uint32_t state = 0;
+        bool disconnected = false;
     };
     enum class Fault
     {
@@ -83,9 +83,9 @@ public:
     void reconnect() override { fake_->note("reconnect", index_), fake_->duringReconnect(); }
     void markDisconnected() override { fake_->note("markDisconnected", index_); }
     std::string name() override { return name_; }
-    bool isConnected() override { return fake_->at(index_).state == 0; }
+    bool isConnected() override { return !fake_->at(index_).disconnected; }
 
-    void setup() override { fake_->duringSetup(); }
+    void setup() override { fake_->note("setup"), fake_->duringSetup(); }
 
     // What the tests never look at.
     void serialOpen(uint8_t, uint32_t, uint8_t, uint8_t) override {}
@@ -97,11 +97,7 @@ public:
     void startRecording(uint32_t, uint8_t, uint8_t, uint64_t, bool, uint64_t) override {}
     void stopRecording() override {}
     void renameFile(uint32_t, uint32_t, Text) override {}
-    std::string setFileInfo(uint32_t, uint32_t, Text, uint16_t, uint16_t, uint64_t, uint64_t,
-                            uint64_t, uint64_t, uint64_t) override
-    {
-        return {};
-    }
+    std::string setFileInfo(uint32_t, uint32_t, const FileUpdate &) override { return {}; }
     bool hasIncompleteFile() override { return false; }
     void discardIncompleteFile() override {}
     void startRecovery() override {}
@@ -146,23 +142,18 @@ private:
     std::string name_;
 };
 
-/// Library, instance and collection in one.
-class FakeLibrary : public RecorderLibrary, public RecorderInstance, public RecorderCollection
+class FakeLibrary : public RecorderLibrary
 {
 public:
     explicit FakeLibrary(std::shared_ptr<FakeRecorders> fake) : fake_(std::move(fake)) {}
 
-    std::shared_ptr<RecorderInstance> initialize(Text name, bool flag, uint32_t scope) override
+    void start(uint32_t interfaces) override
     {
-        fake_->note("initialize " + name, flag, scope);
-        return std::make_shared<FakeLibrary>(fake_);
+        fake_->note("start", interfaces);
+        started_ = true;
     }
-    std::array<uint32_t, 4> version() override { return {2, 1, 0, 38}; }
-    std::shared_ptr<RecorderCollection> deviceCollection(uint32_t interfaces, bool flag) override
-    {
-        fake_->note("deviceCollection", interfaces, flag);
-        return std::make_shared<FakeLibrary>(fake_);
-    }
+    void release() override { started_ = false; }
+    bool hasCollection() const override { return started_; }
 
     uint64_t count() override
     {
@@ -175,7 +166,7 @@ public:
         fake_->note("deviceName", index);
         return fake_->at(index).name;
     }
-    uint32_t deviceState(uint32_t index) override { return fake_->at(index).state; }
+    bool isDisconnected(uint32_t index) override { return fake_->at(index).disconnected; }
     std::string alternativeName(uint32_t index) override
     {
         fake_->note("alternativeName", index);
@@ -191,9 +182,20 @@ public:
     {
         return std::make_unique<FakeDevice>(fake_);
     }
+    const char *failureText() noexcept override
+    {
+        try {
+            throw;
+        } catch (const std::exception &error) {
+            return error.what();
+        } catch (...) {
+            return nullptr;
+        }
+    }
 
 private:
     std::shared_ptr<FakeRecorders> fake_;
+    bool started_ = false;
 };
 
 } // namespace tavu

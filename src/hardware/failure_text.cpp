@@ -1,4 +1,4 @@
-#include "registry/failure_text.h"
+#include "hardware/failure_text.h"
 
 #include "hardware/binding/late_binding.h"
 #include "hardware/library/common.h"
