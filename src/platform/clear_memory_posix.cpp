@@ -1,4 +1,5 @@
 #include "platform/clear_memory.h"
+#include "platform/descriptor_posix.h"
 
 #include <cinttypes>
 #include <cstdio>
@@ -59,14 +60,13 @@ std::optional<std::vector<bool>> providedPages(const void *firstPage, size_t pag
     const auto begin = reinterpret_cast<uintptr_t>(firstPage);
     if (!isPrivateMemory(begin, begin + pageCount * memoryPageSize()))
         return std::nullopt;
-    const int fd = ::open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC);
-    if (fd < 0)
+    const Descriptor pagemap(::open("/proc/self/pagemap", O_RDONLY | O_CLOEXEC));
+    if (!pagemap)
         return std::nullopt;
     std::vector<uint64_t> entries(pageCount);
     const size_t size = pageCount * sizeof(uint64_t);
     const auto offset = static_cast<off_t>(begin / memoryPageSize() * sizeof(uint64_t));
-    const ssize_t count = ::pread(fd, entries.data(), size, offset);
-    ::close(fd);
+    const ssize_t count = ::pread(pagemap.get(), entries.data(), size, offset);
     if (count < 0 || static_cast<size_t>(count) != size)
         return std::nullopt;
     std::vector<bool> provided(pageCount);

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <system_error>
-#include <utility>
 
 namespace tavu {
 
@@ -48,26 +47,6 @@ std::string joinPath(const std::string &left, const std::string &right)
     if (left.empty() || right.empty())
         return left + right;
     return left + static_cast<char>(fs::path::preferred_separator) + right;
-}
-
-InputFile::InputFile(InputFile &&other) noexcept
-    : handle_(std::exchange(other.handle_, kNone)), missing_(other.missing_)
-{
-}
-
-InputFile &InputFile::operator=(InputFile &&other) noexcept
-{
-    if (this != &other) {
-        close();
-        handle_ = std::exchange(other.handle_, kNone);
-        missing_ = other.missing_;
-    }
-    return *this;
-}
-
-InputFile::~InputFile()
-{
-    close();
 }
 
 } // namespace tavu

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -38,21 +39,18 @@ std::string joinPath(const std::string &left, const std::string &right);
 /// The folder in which per-user application data lives. Empty when the system names none.
 std::string userDataFolder();
 
-/// A file open for positional reads. Owns its handle; movable, not copyable.
+/// A file open for positional reads; copies share it.
 class InputFile
 {
 public:
     InputFile() = default;
     /// An object for which isOpen() is false results when the file can't be opened.
     explicit InputFile(const std::string &path);
-    InputFile(InputFile &&other) noexcept;
-    InputFile &operator=(InputFile &&other) noexcept;
-    ~InputFile();
 
-    bool isOpen() const { return handle_ != kNone; }
+    bool isOpen() const { return native_ != nullptr; }
     /// Whether there was no such file to open; false when the opening failed otherwise.
     bool wasMissing() const { return missing_; }
-    void close();
+    void close() { native_.reset(); }
 
     /// Reads up to \a byteCount bytes from \a offset into \a buffer; returns the count that came,
     /// short at the end of the file or on an error. An error sets \a failed, if that isn't null.
@@ -60,8 +58,8 @@ public:
                     bool *failed = nullptr) const;
 
 private:
-    static constexpr intptr_t kNone = -1;
-    intptr_t handle_ = kNone;
+    struct Native;
+    std::shared_ptr<const Native> native_; ///< null when no file is open
     bool missing_ = false;
 };
 

@@ -1,4 +1,5 @@
 #include "platform/files.h"
+#include "platform/descriptor_posix.h"
 #include "platform/environment.h"
 
 #include <algorithm>
@@ -40,17 +41,17 @@ std::string userDataFolder()
     return user ? std::string(user->pw_dir) + "/.local/share" : std::string();
 }
 
-InputFile::InputFile(const std::string &path)
-    : handle_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)),
-      missing_(handle_ == kNone && (errno == ENOENT || errno == ENOTDIR))
+struct InputFile::Native
 {
-}
+    Descriptor file;
+};
 
-void InputFile::close()
+InputFile::InputFile(const std::string &path)
 {
-    if (isOpen())
-        ::close(static_cast<int>(handle_));
-    handle_ = kNone;
+    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    missing_ = !file && (errno == ENOENT || errno == ENOTDIR);
+    if (file)
+        native_ = std::make_shared<Native>(Native{std::move(file)});
 }
 
 uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount, bool *failed) const
@@ -59,11 +60,11 @@ uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount, bo
     // second look. Larger requests are cut by the system.
     constexpr uint64_t kAtOnce = uint64_t(1) << 30;
     auto *target = static_cast<unsigned char *>(buffer);
+    const int fd = native_ ? native_->file.get() : -1;
     uint64_t done = 0;
     while (done < byteCount) {
         const uint64_t chunk = std::min(byteCount - done, kAtOnce);
-        const ssize_t count = ::pread(static_cast<int>(handle_), target + done, chunk,
-                                      static_cast<off_t>(offset + done));
+        const ssize_t count = ::pread(fd, target + done, chunk, static_cast<off_t>(offset + done));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0 && failed)

@@ -1,4 +1,5 @@
 #include "platform/files.h"
+#include "platform/handle_windows.h"
 #include "platform/wide_text_windows.h"
 
 #include <windows.h>
@@ -23,6 +24,12 @@ constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELE
 // what was just written, for moments.
 constexpr auto kReplaceLimit = std::chrono::seconds(2);
 constexpr auto kReplacePause = std::chrono::milliseconds(10);
+
+Handle openHandle(const std::wstring &path, DWORD access, DWORD disposition)
+{
+    return Handle(CreateFileW(path.c_str(), access, kShareAll, nullptr, disposition,
+                              FILE_ATTRIBUTE_NORMAL, nullptr));
+}
 
 /// A mode of std::fopen in the system's terms.
 struct OpenMode
@@ -58,9 +65,8 @@ bool renameOverOpenFile(const std::wstring &from, const std::wstring &to)
     constexpr DWORD replaceIfExists = 1;
     constexpr DWORD posixSemantics = 2;
 
-    const HANDLE file = CreateFileW(from.c_str(), DELETE | SYNCHRONIZE, kShareAll, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
+    const Handle file = openHandle(from, DELETE | SYNCHRONIZE, OPEN_EXISTING);
+    if (!file)
         return false;
     const size_t nameBytes = to.size() * sizeof(wchar_t);
     std::vector<uint64_t> buffer((sizeof(FILE_RENAME_INFO) + nameBytes) / sizeof(uint64_t) + 1);
@@ -70,9 +76,7 @@ bool renameOverOpenFile(const std::wstring &from, const std::wstring &to)
     info->FileNameLength = static_cast<DWORD>(nameBytes);
     std::memcpy(info->FileName, to.data(), nameBytes);
     const DWORD size = static_cast<DWORD>(buffer.size() * sizeof(uint64_t));
-    const bool renamed = SetFileInformationByHandle(file, renameInfoEx, info, size);
-    CloseHandle(file);
-    return renamed;
+    return SetFileInformationByHandle(file.get(), renameInfoEx, info, size);
 }
 
 /// One attempt, the safest way first.
@@ -95,26 +99,19 @@ bool canBeReplaced(const std::wstring &from, const std::wstring &to)
     return (target & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_READONLY)) == 0;
 }
 
-HANDLE nativeHandle(intptr_t handle)
-{
-    return reinterpret_cast<HANDLE>(handle);
-}
-
 } // namespace
 
 std::FILE *openFile(const std::string &path, const char *mode)
 {
     const OpenMode open(mode);
-    const HANDLE handle = CreateFileW(wideText(path).c_str(), open.access, kShareAll, nullptr,
-                                      open.disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (handle == INVALID_HANDLE_VALUE)
+    Handle handle = openHandle(wideText(path), open.access, open.disposition);
+    if (!handle)
         return nullptr;
     const int descriptor =
-        _open_osfhandle(reinterpret_cast<intptr_t>(handle), open.flags | _O_NOINHERIT);
-    if (descriptor < 0) {
-        CloseHandle(handle);
+        _open_osfhandle(reinterpret_cast<intptr_t>(handle.get()), open.flags | _O_NOINHERIT);
+    if (descriptor < 0)
         return nullptr;
-    }
+    handle.release(); // the descriptor owns it now
     std::FILE *file = _fdopen(descriptor, mode);
     if (!file)
         _close(descriptor);
@@ -146,24 +143,23 @@ bool truncateFile(std::FILE *file, uint64_t size)
     return _chsize_s(_fileno(file), static_cast<int64_t>(size)) == 0;
 }
 
-InputFile::InputFile(const std::string &path)
-    : handle_(reinterpret_cast<intptr_t>(CreateFileW(wideText(path).c_str(), GENERIC_READ,
-                                                     kShareAll, nullptr, OPEN_EXISTING,
-                                                     FILE_ATTRIBUTE_NORMAL, nullptr))),
-      missing_(handle_ == kNone &&
-               (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND))
+struct InputFile::Native
 {
-}
+    Handle file;
+};
 
-void InputFile::close()
+InputFile::InputFile(const std::string &path)
 {
-    if (isOpen())
-        CloseHandle(nativeHandle(handle_));
-    handle_ = kNone;
+    Handle file = openHandle(wideText(path), GENERIC_READ, OPEN_EXISTING);
+    missing_ =
+        !file && (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND);
+    if (file)
+        native_ = std::make_shared<Native>(Native{std::move(file)});
 }
 
 uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount, bool *failed) const
 {
+    const HANDLE handle = native_ ? native_->file.get() : INVALID_HANDLE_VALUE;
     auto *target = static_cast<unsigned char *>(buffer);
     uint64_t done = 0;
     while (done < byteCount) {
@@ -173,7 +169,7 @@ uint64_t InputFile::readAt(uint64_t offset, void *buffer, uint64_t byteCount, bo
         place.OffsetHigh = static_cast<DWORD>((offset + done) >> 32);
         const auto chunk = static_cast<DWORD>(std::min<uint64_t>(byteCount - done, 0x40000000u));
         DWORD count = 0;
-        if (!ReadFile(nativeHandle(handle_), target + done, chunk, &count, &place)) {
+        if (!ReadFile(handle, target + done, chunk, &count, &place)) {
             if (failed && GetLastError() != ERROR_HANDLE_EOF)
                 *failed = true;
             break;
