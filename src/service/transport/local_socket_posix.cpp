@@ -1,4 +1,5 @@
 #include "service/transport/local_socket.h"
+#include "platform/descriptor_posix.h"
 #include "platform/environment.h"
 
 #include <cerrno>
@@ -17,33 +18,6 @@
 namespace tavu {
 
 namespace {
-
-/// A descriptor that closes itself.
-class Descriptor
-{
-public:
-    Descriptor() = default;
-    explicit Descriptor(int fd) : fd_(fd) {}
-    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    Descriptor &operator=(Descriptor &&other) noexcept
-    {
-        std::swap(fd_, other.fd_);
-        return *this;
-    }
-    ~Descriptor() { reset(); }
-
-    explicit operator bool() const { return fd_ >= 0; }
-    int get() const { return fd_; }
-    int release() { return std::exchange(fd_, -1); }
-    void reset()
-    {
-        if (fd_ >= 0)
-            ::close(std::exchange(fd_, -1));
-    }
-
-private:
-    int fd_ = -1;
-};
 
 bool hasFolderOfOurOwn()
 {

@@ -1,4 +1,5 @@
 #include "service/transport/local_socket.h"
+#include "platform/handle_windows.h"
 #include "platform/wide_text_windows.h"
 #include "service/transport/shared_security_windows.h"
 
@@ -100,50 +101,43 @@ void LocalSocket::systemInterrupt(NativeHandle handle)
 struct LocalSocketServer::State
 {
     std::wstring pipeName;
-    HANDLE abortEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    HANDLE connectEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const Handle abortEvent{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    const Handle connectEvent{CreateEventW(nullptr, TRUE, FALSE, nullptr)};
     SECURITY_ATTRIBUTES *securityAttributes = nullptr;
 
     std::mutex mutex; ///< guards what follows
-    HANDLE currentInstance = INVALID_HANDLE_VALUE;
+    Handle currentInstance;
     OVERLAPPED connect = {}; ///< the system may write here for as long as a connect is pending
     bool connectPending = false;
 
     State() = default;
     State(const State &) = delete;
     State &operator=(const State &) = delete;
-    ~State();
+    ~State() { abort(); }
 
-    HANDLE createInstance(DWORD openMode) const;
+    Handle createInstance(DWORD openMode) const;
     void beginConnect(HANDLE &instance, bool &pending);
     void waitForClient(HANDLE instance);
-    HANDLE takeConnected(HANDLE instance);
+    Handle takeConnected(HANDLE instance);
     void abort();
 };
 
-LocalSocketServer::State::~State()
+Handle LocalSocketServer::State::createInstance(DWORD openMode) const
 {
-    abort();
-    CloseHandle(abortEvent);
-    CloseHandle(connectEvent);
-}
-
-HANDLE LocalSocketServer::State::createInstance(DWORD openMode) const
-{
-    return CreateNamedPipeW(pipeName.c_str(), openMode, PIPE_TYPE_BYTE, PIPE_UNLIMITED_INSTANCES, 0,
-                            0, 0, securityAttributes);
+    return Handle(CreateNamedPipeW(pipeName.c_str(), openMode, PIPE_TYPE_BYTE,
+                                   PIPE_UNLIMITED_INSTANCES, 0, 0, 0, securityAttributes));
 }
 
 /// Opens the current instance to a client, and tells whether that client has still to come.
 void LocalSocketServer::State::beginConnect(HANDLE &instance, bool &pending)
 {
     std::lock_guard guard(mutex);
-    if (currentInstance == INVALID_HANDLE_VALUE)
+    if (!currentInstance)
         throw std::runtime_error("Pipe not open.");
     connect = {};
-    connect.hEvent = connectEvent;
-    ResetEvent(connectEvent);
-    if (!ConnectNamedPipe(currentInstance, &connect)) {
+    connect.hEvent = connectEvent.get();
+    ResetEvent(connectEvent.get());
+    if (!ConnectNamedPipe(currentInstance.get(), &connect)) {
         switch (GetLastError()) {
         case ERROR_IO_PENDING:
             connectPending = true;
@@ -155,18 +149,19 @@ void LocalSocketServer::State::beginConnect(HANDLE &instance, bool &pending)
             throw std::runtime_error("ConnectNamedPipe failed.");
         }
     }
-    instance = currentInstance;
+    instance = currentInstance.get();
     pending = connectPending;
 }
 
 /// Returns with a client on \a instance, or raises.
 void LocalSocketServer::State::waitForClient(HANDLE instance)
 {
-    const HANDLE events[] = {connectEvent, abortEvent};
+    const HANDLE events[] = {connectEvent.get(), abortEvent.get()};
     if (WaitForMultipleObjects(2, events, FALSE, INFINITE) != WAIT_OBJECT_0)
         throw std::runtime_error("ConnectNamedPipe aborted.");
     std::lock_guard guard(mutex);
-    if (currentInstance != instance) // abort() cancelled the connect, which signals its event too
+    if (currentInstance.get() !=
+        instance) // abort() cancelled the connect, which signals its event too
         throw std::runtime_error("ConnectNamedPipe aborted.");
     connectPending = false;
     DWORD unused = 0;
@@ -182,33 +177,32 @@ void LocalSocketServer::State::waitForClient(HANDLE instance)
 }
 
 /// Puts the next instance in the place of the connected one, so that no client finds none waiting.
-HANDLE LocalSocketServer::State::takeConnected(HANDLE instance)
+Handle LocalSocketServer::State::takeConnected(HANDLE instance)
 {
     std::lock_guard guard(mutex);
-    if (currentInstance != instance)
+    if (currentInstance.get() != instance)
         throw std::runtime_error("ConnectNamedPipe aborted.");
+    Handle connected = std::move(currentInstance);
     currentInstance = createInstance(kNextInstance);
-    if (currentInstance == INVALID_HANDLE_VALUE) {
-        CloseHandle(instance);
+    if (!currentInstance)
         throw std::runtime_error("CreateNamedPipe failed.");
-    }
-    return instance;
+    return connected;
 }
 
 void LocalSocketServer::State::abort()
 {
     std::lock_guard guard(mutex);
-    if (currentInstance == INVALID_HANDLE_VALUE)
+    if (!currentInstance)
         return;
-    SetEvent(abortEvent);
+    SetEvent(abortEvent.get());
     if (connectPending) {
         // The system must be done with our OVERLAPPED before the handle's number is free again.
-        CancelIoEx(currentInstance, &connect);
+        CancelIoEx(currentInstance.get(), &connect);
         DWORD unused = 0;
-        GetOverlappedResult(currentInstance, &connect, &unused, TRUE);
+        GetOverlappedResult(currentInstance.get(), &connect, &unused, TRUE);
         connectPending = false;
     }
-    CloseHandle(std::exchange(currentInstance, INVALID_HANDLE_VALUE));
+    currentInstance.reset();
 }
 
 LocalSocketServer::LocalSocketServer() : state_(std::make_unique<State>()) {}
@@ -227,18 +221,18 @@ bool LocalSocketServer::listen(const std::string &name, bool global)
     }
     // Fails when the name has an instance already, in whatever process.
     state.currentInstance = state.createInstance(kFirstInstance);
-    return state.currentInstance != INVALID_HANDLE_VALUE;
+    return static_cast<bool>(state.currentInstance);
 }
 
 LocalSocket LocalSocketServer::accept()
 {
-    HANDLE instance = INVALID_HANDLE_VALUE;
+    HANDLE instance = nullptr;
     bool pending = false;
     state_->beginConnect(instance, pending);
     if (pending)
         state_->waitForClient(instance);
     return LocalSocket(
-        reinterpret_cast<LocalSocket::NativeHandle>(state_->takeConnected(instance)));
+        reinterpret_cast<LocalSocket::NativeHandle>(state_->takeConnected(instance).release()));
 }
 
 void LocalSocketServer::abort()

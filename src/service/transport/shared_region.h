@@ -1,20 +1,26 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace tavu {
+
+/// A mapping and what the system wants to have closed with it; each system adds its own.
+struct RegionMapping
+{
+    virtual ~RegionMapping() = default;
+
+    std::string name;
+    void *view = nullptr;
+    uint64_t viewSize = 0; ///< bytes
+};
 
 /// A named block of memory that a device creates and a client maps by its name. Owns its mapping;
 /// movable, not copyable, not thread-safe.
 class SharedRegion
 {
 public:
-    SharedRegion() = default;
-    SharedRegion(SharedRegion &&other) noexcept;
-    SharedRegion &operator=(SharedRegion &&other) noexcept;
-    ~SharedRegion();
-
     /// Creates a region of \a size zeroed bytes under a name that nobody uses: the base name and
     /// hexadecimal digits of a number from std::rand(). False when that can't be done; the object
     /// is then closed. A name in use costs one number; memory that can't be had costs all those
@@ -27,13 +33,13 @@ public:
     /// Maps an existing region; viewSize() is then rounded up to whole pages.
     bool open(const std::string &name);
 
-    void close();
+    void close() { mapping_.reset(); }
 
     /// Null when closed.
-    void *view() const { return view_; }
+    void *view() const { return mapping_ ? mapping_->view : nullptr; }
     /// Size of the view in bytes.
-    uint64_t viewSize() const { return viewSize_; }
-    std::string mappingName() const { return mappingName_; }
+    uint64_t viewSize() const { return mapping_ ? mapping_->viewSize : 0; }
+    std::string mappingName() const { return mapping_ ? mapping_->name : std::string(); }
 
 private:
     /// The most names that one createUnique() tries.
@@ -42,13 +48,10 @@ private:
     /// Draws the numbers that the attempts from this one on would have cost.
     static void skipNumbers(int attempt);
 
-    /// Takes over a new mapping; false, and closed, when \a view is null.
-    bool adopt(const std::string &name, intptr_t handle, void *view, uint64_t viewSize);
+    /// Takes over a new mapping; false, and closed, when it has no view.
+    bool adopt(std::unique_ptr<RegionMapping> mapping);
 
-    std::string mappingName_;
-    intptr_t mappingHandle_ = 0; ///< 0 when closed
-    void *view_ = nullptr;
-    uint64_t viewSize_ = 0;
+    std::unique_ptr<RegionMapping> mapping_; ///< null when closed
 };
 
 /// Removes the regions below \a baseName whose creator died without closing them, on systems where

@@ -1,4 +1,5 @@
 #include "service/transport/shared_region.h"
+#include "platform/descriptor_posix.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -42,22 +43,22 @@ bool hasName(int fd)
     return ::fstat(fd, &status) == 0 && status.st_nlink > 0;
 }
 
-/// Creates an empty object under a name that is not in use and locks it. -1 on failure.
-int createObject(const std::string &name)
+/// Creates an empty object under a name that is not in use and locks it. Empty on failure.
+Descriptor createObject(const std::string &name)
 {
-    const int fd =
-        ::shm_open(objectName(name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kObjectMode);
-    if (fd < 0)
-        return -1;
+    Descriptor object(
+        ::shm_open(objectName(name).c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, kObjectMode));
+    if (!object)
+        return object;
     // The region is its owner's, also under a umask that would take it from them.
-    const bool locked = ::fchmod(fd, kObjectMode) == 0 && lockObject(fd, LOCK_SH);
+    const bool locked =
+        ::fchmod(object.get(), kObjectMode) == 0 && lockObject(object.get(), LOCK_SH);
     // A service that started in between may have taken the object for a dead one's and removed it.
-    if (locked && hasName(fd))
-        return fd;
+    if (locked && hasName(object.get()))
+        return object;
     if (!locked)
         ::shm_unlink(objectName(name).c_str());
-    ::close(fd);
-    return -1;
+    return Descriptor();
 }
 
 /// Gives the object its memory, all of it now: a page that can't be had later would end the process
@@ -77,28 +78,58 @@ void *mapObject(int fd, uint64_t size)
     return view == MAP_FAILED ? nullptr : view;
 }
 
+struct SharedMemoryMapping final : RegionMapping
+{
+    ~SharedMemoryMapping() override
+    {
+        if (view)
+            ::munmap(view, static_cast<size_t>(mappedSize));
+        // The name goes with its creator; whoever has mapped the region keeps its bytes.
+        if (object)
+            ::shm_unlink(objectName(name).c_str());
+    }
+
+    Descriptor object;       ///< the creator's
+    uint64_t mappedSize = 0; ///< bytes; the view may tell of fewer
+};
+
+/// The mapping of a new object that has its memory.
+std::unique_ptr<RegionMapping> mapNew(const std::string &name, Descriptor object,
+                                      uint64_t objectSize, uint64_t viewSize)
+{
+    auto mapping = std::make_unique<SharedMemoryMapping>();
+    mapping->name = name;
+    mapping->mappedSize = objectSize;
+    mapping->viewSize = viewSize;
+    mapping->view = mapObject(object.get(), objectSize);
+    mapping->object = std::move(object);
+    return mapping;
+}
+
 } // namespace
 
 bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool /*global*/)
 {
     close();
-    int fd = -1;
+    Descriptor object;
     int attempt = 0;
     char name[kNameBytes];
     // The generator is never seeded: names repeat from run to run, and a name in use costs one more
     // attempt. A region of no bytes fails at each attempt.
-    for (; attempt < kNameAttempts && fd < 0; ++attempt) {
+    for (; attempt < kNameAttempts && !object; ++attempt) {
         std::snprintf(name, sizeof name, "%s%X", baseName.c_str(),
                       static_cast<unsigned>(std::rand()));
         if (size > 0)
-            fd = createObject(name);
+            object = createObject(name);
     }
-    if (fd < 0)
+    if (!object)
         return false;
-    const bool reserved = reserve(fd, size);
-    if (!reserved)
+    if (!reserve(object.get(), size)) {
         skipNumbers(attempt); // another name wouldn't help
-    return adopt(name, fd + 1, reserved ? mapObject(fd, size) : nullptr, size);
+        ::shm_unlink(objectName(name).c_str());
+        return false;
+    }
+    return adopt(mapNew(name, std::move(object), size, size));
 }
 
 bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool /*global*/)
@@ -108,47 +139,31 @@ bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool /*gl
     // below 4 GiB can be created under a chosen name.
     const uint64_t high = size >> 32;
     const uint64_t objectSize = high << 32 | high;
-    const int fd = objectSize > 0 ? createObject(name) : -1;
-    if (fd < 0)
+    Descriptor object = objectSize > 0 ? createObject(name) : Descriptor();
+    if (!object)
         return false;
+    if (!reserve(object.get(), objectSize)) {
+        ::shm_unlink(objectName(name).c_str());
+        return false;
+    }
     // Never more than the view has, whatever was asked for.
-    return adopt(name, fd + 1, reserve(fd, objectSize) ? mapObject(fd, objectSize) : nullptr,
-                 std::min(size, objectSize));
+    return adopt(mapNew(name, std::move(object), objectSize, std::min(size, objectSize)));
 }
 
 bool SharedRegion::open(const std::string &name)
 {
     close();
-    const int fd = ::shm_open(objectName(name).c_str(), O_RDWR | O_CLOEXEC, 0);
-    if (fd < 0)
-        return false;
+    const Descriptor object(::shm_open(objectName(name).c_str(), O_RDWR | O_CLOEXEC, 0));
     struct stat status;
-    if (::fstat(fd, &status) == 0 && status.st_size > 0) {
-        const auto page = static_cast<uint64_t>(::sysconf(_SC_PAGESIZE));
-        viewSize_ = (static_cast<uint64_t>(status.st_size) + page - 1) / page * page;
-        view_ = mapObject(fd, viewSize_);
-    }
-    ::close(fd);
-    if (view_)
-        mappingName_ = name;
-    else
-        viewSize_ = 0;
-    return view_ != nullptr;
-}
-
-void SharedRegion::close()
-{
-    if (view_)
-        ::munmap(view_, static_cast<size_t>(viewSize_));
-    if (mappingHandle_ != 0) {
-        // The name goes with its creator; whoever has mapped the region keeps its bytes.
-        ::shm_unlink(objectName(mappingName_).c_str());
-        ::close(static_cast<int>(mappingHandle_ - 1));
-    }
-    mappingName_.clear();
-    mappingHandle_ = 0;
-    view_ = nullptr;
-    viewSize_ = 0;
+    if (!object || ::fstat(object.get(), &status) != 0 || status.st_size <= 0)
+        return false;
+    auto mapping = std::make_unique<SharedMemoryMapping>();
+    const auto page = static_cast<uint64_t>(::sysconf(_SC_PAGESIZE));
+    mapping->name = name;
+    mapping->viewSize = (static_cast<uint64_t>(status.st_size) + page - 1) / page * page;
+    mapping->mappedSize = mapping->viewSize;
+    mapping->view = mapObject(object.get(), mapping->mappedSize);
+    return adopt(std::move(mapping));
 }
 
 void removeStaleRegions(const std::string &baseName)
@@ -161,13 +176,10 @@ void removeStaleRegions(const std::string &baseName)
         if (name.compare(0, baseName.size(), baseName) != 0)
             continue;
         const std::string object = objectName(name);
-        const int fd = ::shm_open(object.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0);
-        if (fd < 0)
-            continue;
+        const Descriptor opened(::shm_open(object.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0));
         // The name may have passed to a living region since we opened it.
-        if (lockObject(fd, LOCK_EX | LOCK_NB) && hasName(fd))
+        if (opened && lockObject(opened.get(), LOCK_EX | LOCK_NB) && hasName(opened.get()))
             ::shm_unlink(object.c_str());
-        ::close(fd);
     }
     ::closedir(entries);
 }

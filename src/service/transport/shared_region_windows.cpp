@@ -1,4 +1,5 @@
 #include "service/transport/shared_region.h"
+#include "platform/handle_windows.h"
 #include "platform/wide_text_windows.h"
 #include "service/transport/shared_security_windows.h"
 
@@ -16,22 +17,16 @@ constexpr const char *kGlobalPrefix = "Global\\";
 constexpr DWORD kMapAccess = FILE_MAP_READ | FILE_MAP_WRITE;
 static_assert(kMapAccess == 6);
 
-HANDLE nativeHandle(intptr_t handle)
-{
-    return reinterpret_cast<HANDLE>(handle);
-}
-
-/// A mapping of the paging file under a new name. Null on failure, also when the name is in use:
+/// A mapping of the paging file under a new name. Empty on failure, also when the name is in use:
 /// GetLastError() tells.
-HANDLE createMapping(const std::wstring &name, DWORD sizeHigh, DWORD sizeLow,
+Handle createMapping(const std::wstring &name, DWORD sizeHigh, DWORD sizeLow,
                      SECURITY_ATTRIBUTES *security)
 {
-    const HANDLE mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, security, PAGE_READWRITE,
-                                              sizeHigh, sizeLow, name.c_str());
+    Handle mapping(CreateFileMappingW(INVALID_HANDLE_VALUE, security, PAGE_READWRITE, sizeHigh,
+                                      sizeLow, name.c_str()));
     if (mapping && GetLastError() == ERROR_ALREADY_EXISTS) {
-        CloseHandle(mapping);
+        mapping.reset();
         SetLastError(ERROR_ALREADY_EXISTS);
-        return nullptr;
     }
     return mapping;
 }
@@ -44,9 +39,28 @@ bool nameIsTaken(DWORD error)
            error == ERROR_INVALID_HANDLE;
 }
 
-void *mapWhole(HANDLE mapping)
+struct FileMapping final : RegionMapping
 {
-    return MapViewOfFile(mapping, kMapAccess, 0, 0, 0);
+    FileMapping(const std::string &mappingName, Handle mappingHandle)
+        : handle(std::move(mappingHandle))
+    {
+        name = mappingName;
+        view = MapViewOfFile(handle.get(), kMapAccess, 0, 0, 0);
+    }
+    ~FileMapping() override
+    {
+        if (view)
+            UnmapViewOfFile(view);
+    }
+
+    Handle handle;
+};
+
+std::unique_ptr<RegionMapping> mapNew(const std::string &name, Handle handle, uint64_t size)
+{
+    auto mapping = std::make_unique<FileMapping>(name, std::move(handle));
+    mapping->viewSize = size;
+    return mapping;
 }
 
 } // namespace
@@ -57,7 +71,7 @@ bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool
     SECURITY_ATTRIBUTES *security = global ? sharedSecurityAttributes() : nullptr;
     // The generator is never seeded: names repeat from run to run and from thread to thread, and a
     // name in use costs one more attempt. Any other failure would meet each name alike.
-    HANDLE mapping = nullptr;
+    Handle mapping;
     char name[kNameBytes];
     for (int attempt = 0; attempt < kNameAttempts && !mapping;) {
         std::snprintf(name, sizeof name, "%s%s%X", global ? kGlobalPrefix : "", baseName.c_str(),
@@ -73,7 +87,7 @@ bool SharedRegion::createUnique(const std::string &baseName, uint64_t size, bool
     }
     if (!mapping)
         return false;
-    return adopt(name, reinterpret_cast<intptr_t>(mapping), mapWhole(mapping), size);
+    return adopt(mapNew(name, std::move(mapping), size));
 }
 
 bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool global)
@@ -84,40 +98,24 @@ bool SharedRegion::createNamed(const std::string &name, uint64_t size, bool glob
     // Both halves of the mapping's size are the high half of the size asked for, so that nothing
     // below 4 GiB can be created under a chosen name.
     const auto high = static_cast<DWORD>(size >> 32);
-    const HANDLE mapping = createMapping(wideText(fullName), high, high, security);
+    Handle mapping = createMapping(wideText(fullName), high, high, security);
     if (!mapping)
         return false;
-    return adopt(fullName, reinterpret_cast<intptr_t>(mapping), mapWhole(mapping), size);
+    return adopt(mapNew(fullName, std::move(mapping), size));
 }
 
 bool SharedRegion::open(const std::string &name)
 {
     close();
-    const HANDLE mapping = OpenFileMappingW(kMapAccess, FALSE, wideText(name).c_str());
-    if (!mapping)
+    Handle handle(OpenFileMappingW(kMapAccess, FALSE, wideText(name).c_str()));
+    if (!handle)
         return false;
-    mappingName_ = name;
-    mappingHandle_ = reinterpret_cast<intptr_t>(mapping);
-    view_ = mapWhole(mapping);
+    auto mapping = std::make_unique<FileMapping>(name, std::move(handle));
     MEMORY_BASIC_INFORMATION region = {};
-    if (!view_ || VirtualQuery(view_, &region, sizeof region) == 0) {
-        close();
+    if (!mapping->view || VirtualQuery(mapping->view, &region, sizeof region) == 0)
         return false;
-    }
-    viewSize_ = region.RegionSize;
-    return true;
-}
-
-void SharedRegion::close()
-{
-    mappingName_.clear();
-    if (view_)
-        UnmapViewOfFile(view_);
-    if (mappingHandle_ != 0)
-        CloseHandle(nativeHandle(mappingHandle_));
-    mappingHandle_ = 0;
-    view_ = nullptr;
-    viewSize_ = 0;
+    mapping->viewSize = region.RegionSize;
+    return adopt(std::move(mapping));
 }
 
 void removeStaleRegions(const std::string & /*baseName*/)
