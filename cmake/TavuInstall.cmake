@@ -5,7 +5,7 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-set(libraries tavu_client tavu_transport tavu_encoding tavu_platform)
+set(libraries tavu_client tavu_transport tavu_encoding tavu_wire tavu_platform)
 set(header_folder "${CMAKE_INSTALL_INCLUDEDIR}/tavu")
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/tavu")
 if(WIN32)
@@ -34,7 +34,7 @@ foreach(library IN LISTS libraries)
   target_include_directories(${library} INTERFACE "$<INSTALL_INTERFACE:${header_folder}>")
 endforeach()
 install(TARGETS ${libraries} EXPORT tavu)
-foreach(folder client encoding)
+foreach(folder client encoding wire)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION "${header_folder}"
           FILES_MATCHING PATTERN "*.h" PATTERN tavuctl EXCLUDE)
 endforeach()

@@ -6,9 +6,6 @@
 
 namespace tavu::client {
 
-/// The base name under which the service listens.
-inline constexpr const char *kServiceName = "tavusrv";
-
 /// The bytes between a client and a service, in both directions. read and write belong to one
 /// thread; close may come from any.
 class ByteChannel

@@ -6,12 +6,10 @@ namespace tavu::client {
 
 namespace {
 
-constexpr uint32_t kProtocolVersion = 0;
-
 std::string nameForMessages(uint32_t ordinal)
 {
-    const std::string_view name = commandName(ordinal);
-    return name.empty() ? "command " + std::to_string(ordinal) : std::string(name);
+    const CommandInfo *info = findCommand(ordinal);
+    return info ? info->name : "command " + std::to_string(ordinal);
 }
 
 /// Reads a whole reply. Returns the text of an error reply.
@@ -45,7 +43,7 @@ Connection::Connection(std::unique_ptr<ByteChannel> channel)
 {
     const std::string command = "the version check";
     const Reply reply(command, exchange(command, encodeHandshake(kProtocolVersion)));
-    if (reply.u32("ver") != kProtocolVersion)
+    if (reply.u64("ver") != kProtocolVersion)
         throw ProtocolError("the service speaks another version of the protocol");
 }
 

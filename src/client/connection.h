@@ -1,13 +1,14 @@
 #pragma once
 
 #include "client/byte_channel.h"
-#include "client/commands.h"
 #include "client/errors.h"
 #include "client/reply.h"
 #include "client/reply_stream.h"
 #include "client/request.h"
 #include "client/values.h"
 #include "encoding/message_reader.h"
+#include "wire/commands.h"
+#include "wire/names.h"
 
 #include <functional>
 #include <initializer_list>
@@ -32,7 +33,7 @@ class Connection
 {
 public:
     /// Connects to the service and agrees on the protocol.
-    explicit Connection(const std::string &name = kServiceName);
+    explicit Connection(const std::string &name = kPipeName);
     /// Talks over a channel of the caller's making.
     explicit Connection(std::unique_ptr<ByteChannel> channel);
     Connection(const Connection &) = delete;
@@ -148,7 +149,9 @@ private:
     void exchange(const std::string &command, const std::vector<uint8_t> &request,
                   const Decoder &decode);
     ObjectValue exchange(const std::string &command, const std::vector<uint8_t> &request);
-    /// One of our own commands.
+    /// Any command that the table has; see connection_ask.h.
+    template <Command command, typename... Arguments>
+    auto ask(const Arguments &...arguments);
     Reply execute(Command command, std::initializer_list<Param> params);
     void send(const std::vector<uint8_t> &request);
     /// Closes the connection and raises what a reply that can't be read stands for.

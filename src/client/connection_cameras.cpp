@@ -1,118 +1,92 @@
-#include "client/connection.h"
+#include "client/connection_ask.h"
 
 namespace tavu::client {
 
 void Connection::pairPort(uint32_t device, uint8_t port, const Pairing &pairing)
 {
-    execute(Command::PairPort, {{"deviceId", device},
-                                {"port", port},
-                                {"identity", pairing.identity},
-                                {"info", pairing.info},
-                                {"numFramesPerPacket", pairing.framesPerPacket}});
+    ask<Command::PairPort>(device, port, pairing.identity, pairing.info, pairing.framesPerPacket);
 }
 
 void Connection::repairPort(uint32_t device, uint8_t port, const Pairing &pairing)
 {
-    execute(Command::RepairPort, {{"deviceId", device},
-                                  {"port", port},
-                                  {"identity", pairing.identity},
-                                  {"info", pairing.info},
-                                  {"numFramesPerPacket", pairing.framesPerPacket}});
+    ask<Command::RepairPort>(device, port, pairing.identity, pairing.info, pairing.framesPerPacket);
 }
 
 void Connection::unpairPort(uint32_t device, uint8_t port)
 {
-    execute(Command::UnpairPort, {{"deviceId", device}, {"port", port}});
+    ask<Command::UnpairPort>(device, port);
 }
 
 std::string Connection::pairedTo(uint32_t device, uint8_t port)
 {
-    return execute(Command::PairedTo, {{"deviceId", device}, {"port", port}}).text("pairedTo");
+    return ask<Command::PairedTo>(device, port);
 }
 
 Bytes Connection::portIdentity(uint32_t device, uint8_t port)
 {
-    return execute(Command::PortIdentity, {{"deviceId", device}, {"port", port}}).bytes("data");
+    return ask<Command::PortIdentity>(device, port);
 }
 
 uint16_t Connection::framesPerPacket(uint32_t device, uint8_t port)
 {
-    return execute(Command::FramesPerPacket, {{"deviceId", device}, {"port", port}})
-        .u16("numFramesPerPacket");
+    return ask<Command::FramesPerPacket>(device, port);
 }
 
 PortConfig Connection::getPortConfig(uint32_t device, uint8_t port)
 {
-    const Reply reply = execute(Command::GetPortConfig, {{"deviceId", device}, {"port", port}});
-    return {reply.u16("width"), reply.u16("height"), reply.u32("pixelFormat"),
-            reply.u32("tapGeometry")};
+    return gather<PortConfig>(ask<Command::GetPortConfig>(device, port));
 }
 
 void Connection::setPortConfig(uint32_t device, uint8_t port, const PortConfig &config)
 {
-    execute(Command::SetPortConfig, {{"deviceId", device},
-                                     {"port", port},
-                                     {"width", config.width},
-                                     {"height", config.height},
-                                     {"pixelFormat", config.pixelFormat},
-                                     {"tapGeometry", config.tapGeometry}});
+    ask<Command::SetPortConfig>(device, port, config.width, config.height, config.pixelFormat,
+                                config.tapGeometry);
 }
 
 void Connection::serialOpen(uint32_t device, uint8_t port, const SerialSettings &settings)
 {
-    execute(Command::SerialOpen, {{"deviceId", device},
-                                  {"port", port},
-                                  {"baudRate", settings.baudRate},
-                                  {"parity", settings.parity},
-                                  {"stopBits", settings.stopBits}});
+    ask<Command::SerialOpen>(device, port, settings.baudRate, settings.parity, settings.stopBits);
 }
 
 uint32_t Connection::serialGetBaudRate(uint32_t device, uint8_t port)
 {
-    return execute(Command::SerialGetBaudRate, {{"deviceId", device}, {"port", port}})
-        .u32("baudRate");
+    return ask<Command::SerialGetBaudRate>(device, port);
 }
 
 void Connection::serialSetBaudRate(uint32_t device, uint8_t port, uint32_t baudRate)
 {
-    execute(Command::SerialSetBaudRate,
-            {{"deviceId", device}, {"port", port}, {"baudRate", baudRate}});
+    ask<Command::SerialSetBaudRate>(device, port, baudRate);
 }
 
 Bytes Connection::serialRead(uint32_t device, uint8_t port, uint32_t size)
 {
-    return execute(Command::SerialRead, {{"deviceId", device}, {"port", port}, {"size", size}})
-        .bytes("data");
+    return ask<Command::SerialRead>(device, port, size);
 }
 
 uint32_t Connection::serialWrite(uint32_t device, uint8_t port, std::span<const uint8_t> data)
 {
-    return execute(Command::SerialWrite, {{"deviceId", device}, {"port", port}, {"data", data}})
-        .u32("size");
+    return ask<Command::SerialWrite>(device, port, data);
 }
 
 void Connection::serialClear(uint32_t device, uint8_t port)
 {
-    execute(Command::SerialClear, {{"deviceId", device}, {"port", port}});
+    ask<Command::SerialClear>(device, port);
 }
 
 void Connection::serialClose(uint32_t device, uint8_t port)
 {
-    execute(Command::SerialClose, {{"deviceId", device}, {"port", port}});
+    ask<Command::SerialClose>(device, port);
 }
 
 Bytes Connection::registerRead(uint32_t device, uint8_t port, uint32_t addr, uint32_t size)
 {
-    return execute(Command::RegisterRead,
-                   {{"deviceId", device}, {"port", port}, {"addr", addr}, {"size", size}})
-        .bytes("data");
+    return ask<Command::RegisterRead>(device, port, addr, size);
 }
 
 void Connection::registerWrite(uint32_t device, uint8_t port, uint32_t addr,
                                std::span<const uint8_t> data)
 {
-    execute(Command::RegisterWrite,
-            {{"deviceId", device}, {"port", port}, {"addr", addr}, {"data", data}});
+    ask<Command::RegisterWrite>(device, port, addr, data);
 }
 
 } // namespace tavu::client

@@ -1,97 +1,88 @@
-#include "client/connection.h"
+#include "client/connection_ask.h"
 
 namespace tavu::client {
 
-namespace {
-
-Event eventOf(const Reply &event)
-{
-    return {static_cast<EventType>(event.u32("type")), event.u32("device"), event.u32("port")};
-}
-
-} // namespace
-
 uint32_t Connection::createEventQueue()
 {
-    return execute(Command::CreateEventQueue, {}).u32("queueId");
+    return ask<Command::CreateEventQueue>();
 }
 
 void Connection::destroyEventQueue(uint32_t queueId)
 {
-    execute(Command::DestroyEventQueue, {{"queueId", queueId}});
+    ask<Command::DestroyEventQueue>(queueId);
 }
 
 Event Connection::readEvent(uint32_t queueId)
 {
-    return eventOf(execute(Command::ReadEvent, {{"queueId", queueId}}).inner("event"));
+    return ask<Command::ReadEvent>(queueId);
 }
 
 std::optional<Event> Connection::tryReadEvent(uint32_t queueId)
 {
-    const Reply reply = execute(Command::TryReadEvent, {{"queueId", queueId}});
-    if (!reply.boolean("ok"))
-        return std::nullopt;
-    return eventOf(reply.inner("event"));
+    const auto [ok, event] = ask<Command::TryReadEvent>(queueId);
+    if (ok && !event)
+        throw ProtocolError("unexpected reply to tryReadEvent: \"event\" is missing");
+    return ok ? event : std::nullopt;
 }
 
 void Connection::notifyFilesChanged(uint32_t device)
 {
-    execute(Command::NotifyFilesChanged, {{"deviceId", device}});
+    ask<Command::NotifyFilesChanged>(device);
 }
 
 uint32_t Connection::deviceCount()
 {
-    return execute(Command::DeviceCount, {}).u32("count");
+    return ask<Command::DeviceCount>();
 }
 
 std::string Connection::deviceName(uint32_t device)
 {
-    return execute(Command::DeviceName, {{"deviceId", device}}).text("name");
+    return ask<Command::DeviceName>(device);
 }
 
 bool Connection::deviceConnected(uint32_t device)
 {
-    return execute(Command::DeviceConnected, {{"deviceId", device}}).boolean("connected");
+    return ask<Command::DeviceConnected>(device);
 }
 
 bool Connection::isCxp(uint32_t device)
 {
-    return execute(Command::IsCxp, {{"deviceId", device}}).boolean("isCxp");
+    return ask<Command::IsCxp>(device);
 }
 
 uint8_t Connection::portCount(uint32_t device)
 {
-    return execute(Command::PortCount, {{"deviceId", device}}).u8("count");
+    return ask<Command::PortCount>(device);
 }
 
 std::string Connection::portName(uint32_t device, uint8_t port)
 {
-    return execute(Command::PortName, {{"deviceId", device}, {"port", port}}).text("name");
+    return ask<Command::PortName>(device, port);
 }
 
 uint8_t Connection::percentUsed(uint32_t device)
 {
-    return execute(Command::PercentUsed, {{"deviceId", device}}).u8("percent");
+    return ask<Command::PercentUsed>(device);
 }
 
 uint8_t Connection::hardwareType(uint32_t device)
 {
-    return execute(Command::HardwareType, {{"deviceId", device}}).u8("hardwareType");
+    return ask<Command::HardwareType>(device);
 }
 
 void Connection::setup(uint32_t device)
 {
-    execute(Command::Setup, {{"deviceId", device}});
+    ask<Command::Setup>(device);
 }
 
 void Connection::lockGlobal()
 {
-    execute(Command::LockGlobal, {});
+    ask<Command::LockGlobal>();
 }
 
 void Connection::unlockGlobal()
 {
-    execute(Command::UnlockGlobal, {});
+    ask<Command::UnlockGlobal>();
 }
 
 } // namespace tavu::client

@@ -1,7 +1,7 @@
-#include "client/connection.h"
+#include "client/connection_ask.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <limits>
 #include <stdexcept>
 #include <variant>
@@ -32,30 +32,18 @@ uint32_t readListHeader(MessageReader &reader, ReplyStream &stream)
     return count * 65536u + rest[0] * 256u + rest[1];
 }
 
-struct FileField
-{
-    const char *key;
-    std::variant<std::string FileEntry::*, uint16_t FileEntry::*, uint32_t FileEntry::*,
-                 uint64_t FileEntry::*>
-        member;
-};
+using FileMember = std::variant<std::string FileEntry::*, uint16_t FileEntry::*,
+                                uint32_t FileEntry::*, uint64_t FileEntry::*>;
 
-constexpr std::array<FileField, 14> kFileFields = {{
-    {"name", &FileEntry::name},
-    {"port", &FileEntry::port},
-    {"camera", &FileEntry::camera},
-    {"fileId", &FileEntry::fileId},
-    {"streamId", &FileEntry::streamId},
-    {"width", &FileEntry::width},
-    {"height", &FileEntry::height},
-    {"numFrames", &FileEntry::numFrames},
-    {"numDroppedFrames", &FileEntry::numDroppedFrames},
-    {"size", &FileEntry::size},
-    {"timestamp", &FileEntry::timestamp},
-    {"duration", &FileEntry::duration},
-    {"startTime", &FileEntry::startTime},
-    {"endTime", &FileEntry::endTime},
-}};
+// In the order of kFileFields.
+constexpr FileMember kFileMembers[] = {
+    &FileEntry::name,      &FileEntry::port,      &FileEntry::camera,
+    &FileEntry::fileId,    &FileEntry::streamId,  &FileEntry::width,
+    &FileEntry::height,    &FileEntry::numFrames, &FileEntry::numDroppedFrames,
+    &FileEntry::size,      &FileEntry::timestamp, &FileEntry::duration,
+    &FileEntry::startTime, &FileEntry::endTime,
+};
+static_assert(std::size(kFileMembers) == kFileFields.size());
 
 /// Reads one value into the member that a field stands for.
 struct FieldReader
@@ -82,13 +70,14 @@ FileEntry readFileEntry(MessageReader &reader, std::string &key)
     for (uint32_t pairs = reader.readMapHeader(); pairs > 0; --pairs) {
         reader.readString(key);
         const auto field = std::find_if(kFileFields.begin(), kFileFields.end(),
-                                        [&key](const FileField &f) { return key == f.key; });
+                                        [&key](const Field &known) { return key == known.key; });
         if (field == kFileFields.end()) {
             reader.skipValue();
             continue;
         }
-        std::visit(FieldReader{reader, entry}, field->member);
-        seen |= 1u << (field - kFileFields.begin());
+        const auto index = field - kFileFields.begin();
+        std::visit(FieldReader{reader, entry}, kFileMembers[index]);
+        seen |= 1u << index;
     }
     if (seen != (1u << kFileFields.size()) - 1)
         throw std::runtime_error("an entry of the list of files lacks a field");
@@ -99,12 +88,14 @@ FileEntry readFileEntry(MessageReader &reader, std::string &key)
 
 std::vector<FileEntry> Connection::listFiles(uint32_t device)
 {
-    const auto ordinal = static_cast<uint32_t>(Command::ListFiles);
+    constexpr const CommandInfo &info = commandInfo(Command::ListFiles);
     std::optional<std::vector<FileEntry>> files;
-    exchange(std::string(commandName(ordinal)), encodeRequest(ordinal, {{"deviceId", device}}),
+    exchange(info.name,
+             encodeRequest(static_cast<uint32_t>(info.command), {{info.params[0].key, device}}),
              [this, &files](MessageReader &reader) {
                  std::string key;
-                 if (reader.readMapHeader() != 1 || (reader.readString(key), key != "files"))
+                 if (reader.readMapHeader() != 1 ||
+                     (reader.readString(key), key != info.results[0].key))
                      throw std::runtime_error("it has no list of files");
                  files.emplace();
                  for (uint32_t count = readListHeader(reader, stream_); count > 0; --count)
@@ -117,85 +108,61 @@ std::vector<FileEntry> Connection::listFiles(uint32_t device)
 
 OpenedFile Connection::openFile(uint32_t device, uint32_t fileId, uint32_t streamId)
 {
-    const Reply reply = execute(Command::OpenFile,
-                                {{"deviceId", device}, {"fileId", fileId}, {"streamId", streamId}});
-    return {reply.u32("openFileId"), reply.text("mapping")};
+    return gather<OpenedFile>(ask<Command::OpenFile>(device, fileId, streamId));
 }
 
 OpenFileInfo Connection::fileInfo(uint32_t device, uint32_t openFileId)
 {
-    const Reply reply =
-        execute(Command::FileInfo, {{"deviceId", device}, {"openFileId", openFileId}});
-    return {reply.u16("width"), reply.u16("height"), reply.u32("imageSize"), reply.u64("numFrames"),
-            reply.u64("size")};
+    return gather<OpenFileInfo>(ask<Command::FileInfo>(device, openFileId));
 }
 
 void Connection::closeFile(uint32_t device, uint32_t openFileId)
 {
-    execute(Command::CloseFile, {{"deviceId", device}, {"openFileId", openFileId}});
+    ask<Command::CloseFile>(device, openFileId);
 }
 
 void Connection::readFrame(uint32_t device, uint32_t openFileId, uint64_t frame)
 {
-    execute(Command::ReadFrame,
-            {{"deviceId", device}, {"openFileId", openFileId}, {"frame", frame}});
+    ask<Command::ReadFrame>(device, openFileId, frame);
 }
 
 void Connection::removeFile(uint32_t device, uint32_t fileId, uint32_t streamId)
 {
-    execute(Command::RemoveFile,
-            {{"deviceId", device}, {"fileId", fileId}, {"streamId", streamId}});
+    ask<Command::RemoveFile>(device, fileId, streamId);
 }
 
 Bytes Connection::fileIdentity(uint32_t device, uint32_t fileId, uint32_t streamId)
 {
-    return execute(Command::FileIdentity,
-                   {{"deviceId", device}, {"fileId", fileId}, {"streamId", streamId}})
-        .bytes("data");
+    return ask<Command::FileIdentity>(device, fileId, streamId);
 }
 
 void Connection::renameFile(uint32_t device, uint32_t fileId, uint32_t streamId,
                             const std::string &name, bool notify)
 {
-    execute(Command::RenameFile, {{"deviceId", device},
-                                  {"fileId", fileId},
-                                  {"streamId", streamId},
-                                  {"name", name},
-                                  {"notify", notify}});
+    ask<Command::RenameFile>(device, fileId, streamId, name, notify);
 }
 
 std::string Connection::setFileInfo(uint32_t device, uint32_t fileId, uint32_t streamId,
                                     const FileUpdate &update, bool notify)
 {
-    return execute(Command::SetFileInfo, {{"deviceId", device},
-                                          {"fileId", fileId},
-                                          {"streamId", streamId},
-                                          {"name", update.name},
-                                          {"width", update.width},
-                                          {"height", update.height},
-                                          {"numImages", update.numFrames},
-                                          {"numDroppedFrames", update.numDroppedFrames},
-                                          {"startTime", update.startTime},
-                                          {"endTime", update.endTime},
-                                          {"duration", update.duration},
-                                          {"notify", notify}})
-        .text("name");
+    return ask<Command::SetFileInfo>(device, fileId, streamId, update.name, update.width,
+                                     update.height, update.numFrames, update.numDroppedFrames,
+                                     update.startTime, update.endTime, update.duration, notify);
 }
 
 std::string Connection::startLive(uint32_t device, uint8_t port)
 {
-    return execute(Command::StartLive, {{"deviceId", device}, {"port", port}}).text("mapping");
+    return ask<Command::StartLive>(device, port);
 }
 
 void Connection::stopLive(uint32_t device, uint8_t port)
 {
-    execute(Command::StopLive, {{"deviceId", device}, {"port", port}});
+    ask<Command::StopLive>(device, port);
 }
 
 FrameGeometry Connection::liveFrame(uint32_t device, uint8_t port)
 {
-    const Reply reply = execute(Command::LiveFrame, {{"deviceId", device}, {"port", port}});
-    return {reply.u16("width"), reply.u16("height"), reply.u32("imageSize")};
+    return gather<FrameGeometry>(ask<Command::LiveFrame>(device, port));
 }
 
 } // namespace tavu::client

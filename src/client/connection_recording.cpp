@@ -1,79 +1,72 @@
-#include "client/connection.h"
+#include "client/connection_ask.h"
 
 namespace tavu::client {
 
 void Connection::startRecording(uint32_t device, const RecordingSettings &settings)
 {
-    execute(Command::StartRecording, {{"deviceId", device},
-                                      {"portMask", settings.portMask},
-                                      {"externalTrigger", settings.externalTrigger},
-                                      {"type", static_cast<uint8_t>(settings.stopCondition)},
-                                      {"count", settings.count},
-                                      {"usePretrigger", settings.usePretrigger},
-                                      {"pretriggerCount", settings.pretriggerCount}});
+    ask<Command::StartRecording>(device, settings.portMask, settings.externalTrigger,
+                                 static_cast<uint8_t>(settings.stopCondition), settings.count,
+                                 settings.usePretrigger, settings.pretriggerCount);
 }
 
 void Connection::stopRecording(uint32_t device)
 {
-    execute(Command::StopRecording, {{"deviceId", device}});
+    ask<Command::StopRecording>(device);
 }
 
 void Connection::softwareTrigger(uint32_t device)
 {
-    execute(Command::SoftwareTrigger, {{"deviceId", device}});
+    ask<Command::SoftwareTrigger>(device);
 }
 
 bool Connection::isRecordingDone(uint32_t device)
 {
-    return execute(Command::IsRecordingDone, {{"deviceId", device}}).boolean("done");
+    return ask<Command::IsRecordingDone>(device);
 }
 
 RecordingTarget Connection::recordingFile(uint32_t device, uint8_t port)
 {
-    const Reply reply = execute(Command::RecordingFile, {{"deviceId", device}, {"port", port}});
-    return {reply.u32("fileId"), reply.u32("streamId")};
+    return gather<RecordingTarget>(ask<Command::RecordingFile>(device, port));
 }
 
 RecordingProgress Connection::recordingProgress(uint32_t device, uint8_t port)
 {
-    const Reply reply = execute(Command::RecordingProgress, {{"deviceId", device}, {"port", port}});
-    return {reply.u64("numFrames"), reply.boolean("inPretrigger")};
+    return gather<RecordingProgress>(ask<Command::RecordingProgress>(device, port));
 }
 
 bool Connection::hasIncompleteFile(uint32_t device)
 {
-    return execute(Command::HasIncompleteFile, {{"deviceId", device}}).boolean("hasIncompleteFile");
+    return ask<Command::HasIncompleteFile>(device);
 }
 
 void Connection::discardIncompleteFile(uint32_t device)
 {
-    execute(Command::DiscardIncompleteFile, {{"deviceId", device}});
+    ask<Command::DiscardIncompleteFile>(device);
 }
 
 void Connection::startRecovery(uint32_t device)
 {
-    execute(Command::StartRecovery, {{"deviceId", device}});
+    ask<Command::StartRecovery>(device);
 }
 
 void Connection::cancelRecovery(uint32_t device)
 {
-    execute(Command::CancelRecovery, {{"deviceId", device}});
+    ask<Command::CancelRecovery>(device);
 }
 
 RecoveryStatus Connection::recoveryStatus(uint32_t device)
 {
-    const uint32_t status = execute(Command::RecoveryStatus, {{"deviceId", device}}).u32("status");
-    return static_cast<RecoveryStatus>(status);
+    return static_cast<RecoveryStatus>(ask<Command::RecoveryStatus>(device));
 }
 
 std::string Connection::recoveryError(uint32_t device)
 {
-    return execute(Command::RecoveryError, {{"deviceId", device}}).text("error");
+    return ask<Command::RecoveryError>(device);
 }
 
 void Connection::finishRecovery(uint32_t device)
 {
-    execute(Command::FinishRecovery, {{"deviceId", device}});
+    ask<Command::FinishRecovery>(device);
 }
 
 } // namespace tavu::client

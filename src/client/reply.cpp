@@ -1,6 +1,7 @@
 #include "client/reply.h"
 
 #include "client/errors.h"
+#include "wire/commands.h"
 
 namespace tavu::client {
 
@@ -41,9 +42,16 @@ Bytes Reply::bytes(const char *key) const
     return Bytes(blob.blobData(), blob.blobData() + blob.blobSize());
 }
 
-Reply Reply::inner(const char *key) const
+Event Reply::event(const char *key) const
 {
-    return Reply(command_, value(key, ObjectType::Map));
+    const Reply event(command_, value(key, ObjectType::Map));
+    return {static_cast<EventType>(event.u32(kEventFields[0].key)), event.u32(kEventFields[1].key),
+            event.u32(kEventFields[2].key)};
+}
+
+bool Reply::has(const char *key) const
+{
+    return values_.type() == ObjectType::Map && values_.mapContains(key);
 }
 
 } // namespace tavu::client

@@ -25,8 +25,8 @@ public:
     bool boolean(const char *key) const;
     std::string text(const char *key) const;
     Bytes bytes(const char *key) const;
-    /// A map inside the reply.
-    Reply inner(const char *key) const;
+    Event event(const char *key) const;
+    bool has(const char *key) const;
 
 private:
     const ObjectValue &value(const char *key, ObjectType type) const;

@@ -55,7 +55,7 @@ void writeCommand(MessageWriter &writer, uint32_t pairCount, uint32_t ordinal)
 
 } // namespace
 
-std::vector<uint8_t> encodeHandshake(uint32_t version)
+std::vector<uint8_t> encodeHandshake(uint64_t version)
 {
     MemorySink sink;
     MessageWriter writer(sink);

@@ -20,7 +20,7 @@ struct Param
 
 // Requests in the form in which they go over the pipe, whole, so that each can be one write.
 
-std::vector<uint8_t> encodeHandshake(uint32_t version);
+std::vector<uint8_t> encodeHandshake(uint64_t version);
 std::vector<uint8_t> encodeRequest(uint32_t ordinal, std::initializer_list<Param> params);
 /// With parameters of any kind; a nil value leaves "params" out.
 std::vector<uint8_t> encodeRequest(uint32_t ordinal, const ObjectValue &params);

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "wire/events.h"
+#include "wire/values.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -8,27 +11,15 @@ namespace tavu::client {
 
 using Bytes = std::vector<uint8_t>;
 
-enum class EventType : uint32_t
-{
-    QueueClosed = 0,      ///< somebody destroyed this queue
-    DevicesChanged = 1,   ///< ask for the devices and their state again
-    RecordingStarted = 2, ///< Event::port holds the recording's port mask
-    RecordingStopped = 3,
-    FilesChanged = 4,
-    PairingChanged = 5,
-    NoEvent = 6, ///< nothing happened while the read waited
-};
+// What the protocol itself names.
+using tavu::EventType;
+using tavu::kEmulatedDevice;
+using tavu::RecoveryStatus;
+using tavu::StopCondition;
+namespace trigger = tavu::trigger;
 
-/// What the service tells of. Later services may bring types beyond the ones named here.
-struct Event
-{
-    EventType type = EventType::NoEvent;
-    uint32_t device = 0;
-    uint32_t port = 0;
-};
-
-/// What Connection::hardwareType() says of the emulated device.
-inline constexpr uint8_t kEmulatedDevice = 1;
+/// What the service tells of.
+using Event = DeviceEvent;
 
 /// One recorded stream; the pair fileId, streamId names it.
 struct FileEntry
@@ -103,22 +94,6 @@ struct Pairing
     uint16_t framesPerPacket = 0;
 };
 
-/// What ends a recording by itself.
-enum class StopCondition : uint8_t
-{
-    None = 0,
-    FrameCount = 1,
-    Time = 2,
-};
-
-/// Flags of RecordingSettings::externalTrigger.
-namespace trigger {
-inline constexpr uint8_t kStart = 1;         ///< the external input starts the recording
-inline constexpr uint8_t kStop = 2;          ///< the external input stops it
-inline constexpr uint8_t kStartVariant = 16; ///< selects the other variant of the start input
-inline constexpr uint8_t kStopVariant = 32;  ///< selects the other variant of the stop input
-} // namespace trigger
-
 struct RecordingSettings
 {
     uint32_t portMask = 1;       ///< bit n selects port n
@@ -140,15 +115,6 @@ struct RecordingProgress
 {
     uint64_t numFrames = 0;
     bool inPretrigger = false;
-};
-
-enum class RecoveryStatus : uint32_t
-{
-    None = 0, ///< no recovery has run
-    Running = 1,
-    Failed = 2, ///< recoveryError() has the text
-    Done = 3,   ///< waits for finishRecovery()
-    Cancelled = 4,
 };
 
 /// A camera's serial channel. The numbers for parity are the recorder library's.

@@ -1,6 +1,6 @@
 #include "client/tavuctl/arguments.h"
+#include "client/tavuctl/call_values.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
 #include "client/tavuctl/text.h"
 
 #include <charconv>
@@ -12,36 +12,32 @@ namespace {
 struct CallOptions
 {
     std::string command;
-    std::string params = "{}";
+    std::vector<std::string> params;
 };
 
-uint32_t ordinalOf(const std::string &command)
+const CommandInfo &commandOf(const std::string &text)
 {
-    if (const std::optional<uint32_t> named = client::commandOrdinal(command))
+    if (const CommandInfo *named = findCommand(std::string_view(text)))
         return *named;
     uint32_t ordinal = 0;
-    const char *const end = command.data() + command.size();
-    const auto parsed = std::from_chars(command.data(), end, ordinal);
-    if (parsed.ec != std::errc() || parsed.ptr != end)
-        throw UsageError("\"" + printable(command) +
-                         "\" is neither the number of a command nor the name of one");
-    return ordinal;
-}
-
-Json parseParams(const std::string &text)
-{
-    try {
-        return Json::parse(text);
-    } catch (const Json::parse_error &error) {
-        throw UsageError(std::string("the parameters aren't JSON: ") + error.what());
-    }
+    const char *const end = text.data() + text.size();
+    const auto parsed = std::from_chars(text.data(), end, ordinal);
+    const CommandInfo *const numbered =
+        parsed.ec == std::errc() && parsed.ptr == end ? findCommand(ordinal) : nullptr;
+    if (!numbered)
+        throw UsageError("\"" + printable(text) +
+                         "\" is neither the number of a command nor the name of one; `tavuctl "
+                         "protocol` lists them");
+    return *numbered;
 }
 
 int call(Session &session, const CallOptions &options)
 {
-    const uint32_t ordinal = ordinalOf(options.command);
-    const ObjectValue params = toObjectValue(parseParams(options.params));
-    const ObjectValue values = session.service().call(ordinal, params);
+    const CommandInfo &info = commandOf(options.command);
+    const Json params = parseCallParams(info, options.params);
+    checkCallParams(info, params);
+    const ObjectValue values =
+        session.service().call(static_cast<uint32_t>(info.command), toObjectValue(params));
     printJson(values.type() == ObjectType::Nil ? Json::object() : toJson(values));
     return kSuccess;
 }
@@ -56,12 +52,14 @@ void addCallCommand(CLI::App &app, Session &session)
     command->add_option("COMMAND", options->command, "Number of the command, 0 to 57, or its name")
         ->type_name("ORDINAL")
         ->required();
-    command->add_option("JSON", options->params,
-                        "The parameters, as an object [{}]; null leaves them out. Bytes are "
-                        "written {\"$bin\": \"<hexadecimal>\"}, also in what is printed");
-    addExamples(*command, {"call 4", "call deviceName '{\"deviceId\": 0}'",
-                           "call 34 '{\"deviceId\": 0, \"port\": 0, \"identity\": \"cam\", "
-                           "\"info\": {\"$bin\": \"00ff\"}, \"numFramesPerPacket\": 1}'"});
+    command->add_option("PARAMS", options->params,
+                        "The parameters, as KEY=VALUE each, with bytes in hexadecimal; or all as "
+                        "one JSON object, with bytes as {\"$bin\": \"<hexadecimal>\"}, which is "
+                        "also how they are printed");
+    addExamples(*command,
+                {"call 4", "call deviceName deviceId=0", "call deviceName '{\"deviceId\": 0}'",
+                 "call pairPort deviceId=0 port=0 identity=cam info=00ff "
+                 "numFramesPerPacket=1"});
     command->callback([&session, options] {
         session.action = [&session, options] { return call(session, *options); };
     });

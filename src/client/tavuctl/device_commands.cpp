@@ -195,11 +195,10 @@ int showStatus(Session &session, std::optional<uint32_t> only)
         Json list = Json::array();
         for (const DeviceStatus &device : devices)
             list.push_back(toJson(device));
-        printJson(
-            {{"service", localSocketAddress(client::kServiceName)}, {"devices", std::move(list)}});
+        printJson({{"service", localSocketAddress(kPipeName)}, {"devices", std::move(list)}});
         return kSuccess;
     }
-    printLine("service at " + localSocketAddress(client::kServiceName) + ", " +
+    printLine("service at " + localSocketAddress(kPipeName) + ", " +
               counted(devices.size(), "device"));
     for (const DeviceStatus &device : devices)
         print(deviceText(device));

@@ -20,5 +20,6 @@ void addRecoveryCommands(CLI::App &app, Session &session);
 void addLockCommand(CLI::App &app, Session &session);
 void addCameraCommands(CLI::App &app, Session &session);
 void addCallCommand(CLI::App &app, Session &session);
+void addProtocolCommand(CLI::App &app, Session &session);
 
 } // namespace tavu::ctl

@@ -8,8 +8,6 @@ namespace tavu::ctl {
 
 namespace {
 
-constexpr const char *kBlobKey = "$bin";
-
 // JSON is printed by recursion, so there must be an end to it.
 constexpr unsigned kDeepest = 100;
 
@@ -48,12 +46,6 @@ Json convert(const ObjectValue &value, unsigned depth)
     return result;
 }
 
-bool isBlob(const Json &json)
-{
-    return json.is_object() && json.size() == 1 && json.contains(kBlobKey) &&
-           json[kBlobKey].is_string();
-}
-
 ObjectValue convert(const Json &json, unsigned depth)
 {
     if (depth > kDeepest)
@@ -87,6 +79,12 @@ ObjectValue convert(const Json &json, unsigned depth)
 }
 
 } // namespace
+
+bool isBlob(const Json &json)
+{
+    return json.is_object() && json.size() == 1 && json.contains(kBlobKey) &&
+           json[kBlobKey].is_string();
+}
 
 Json toJson(const ObjectValue &value)
 {

@@ -10,6 +10,10 @@ namespace tavu::ctl {
 /// Keeps the order of keys, so that what is printed stands as the service sent it.
 using Json = nlohmann::ordered_json;
 
+/// The key of the object that stands for bytes.
+inline constexpr const char *kBlobKey = "$bin";
+bool isBlob(const Json &json);
+
 /// A value of the protocol as JSON. A blob becomes {"$bin": "<hexadecimal>"}. Raises
 /// client::ProtocolError for a value that is nested too deeply to be meant.
 Json toJson(const ObjectValue &value);

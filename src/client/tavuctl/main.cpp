@@ -27,6 +27,7 @@ void addCommands(CLI::App &app, Session &session)
     addLockCommand(app, session);
     addCameraCommands(app, session);
     addCallCommand(app, session);
+    addProtocolCommand(app, session);
     app.footer("A first recording:\n"
                "  tavuctl status\n"
                "  tavuctl pair \"My camera\"\n"

@@ -5,7 +5,6 @@
 #include "client/tavuctl/text.h"
 #include "platform/clock.h"
 
-#include <array>
 #include <chrono>
 
 namespace tavu::ctl {
@@ -20,11 +19,8 @@ struct WatchOptions
 
 std::string typeName(client::EventType type)
 {
-    static constexpr std::array<const char *, 6> kNames = {"QueueClosed",      "DevicesChanged",
-                                                           "RecordingStarted", "RecordingStopped",
-                                                           "FilesChanged",     "PairingChanged"};
-    const auto number = static_cast<uint32_t>(type);
-    return number < kNames.size() ? kNames[number] : "Event" + std::to_string(number);
+    const char *const name = eventTypeName(type);
+    return name ? name : "Event" + std::to_string(static_cast<uint32_t>(type));
 }
 
 /// "0,2" for the mask 5.
