@@ -1,14 +1,12 @@
 #include "registry/device_manager.h"
 
-#include "error_of.h"
 #include "registry/fake_recorders.h"
-#include "temporary_folder.h"
+#include "support/environment.h"
+#include "support/error_of.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <cstdlib>
 #include <system_error>
 #include <thread>
 #include <tuple>
@@ -17,27 +15,11 @@ namespace tavu {
 namespace {
 
 using Fault = FakeRecorders::Fault;
-
-void setEnvironment(const std::string &name, const char *value)
-{
-#if defined(_WIN32)
-    ::_putenv_s(name.c_str(), value ? value : "");
-#else
-    value ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
-#endif
-}
+using test::errorOf, test::ScopedVariable, test::TemporaryFolder;
 
 class DeviceManagerTest : public testing::Test
 {
 protected:
-    ~DeviceManagerTest() override
-    {
-        for (const char *name :
-             {"SATA_ONLY", "ENABLE_EMULATOR", "DEVICE_NAME_WHITELIST", "DEVICE_NAME_BLACKLIST",
-              "DEVICE_ALT_NAME_WHITELIST", "DEVICE_ALT_NAME_BLACKLIST"})
-            setEnvironment(std::string("TAVUSRV_") + name, nullptr);
-    }
-
     /// Starts a manager and returns what it printed.
     static std::string start(DeviceManager &started)
     {
@@ -86,10 +68,10 @@ protected:
 
 TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
 {
-    setEnvironment("TAVUSRV_SATA_ONLY", "");
+    const ScopedVariable empty("TAVUSRV_SATA_ONLY", "");
     start();
     EXPECT_EQ(fake->takeCalls(), "initialize OREK Pellam 0 2;deviceCollection 7 0;count;");
-    setEnvironment("TAVUSRV_SATA_ONLY", "0");
+    const ScopedVariable set("TAVUSRV_SATA_ONLY", "0");
     DeviceManager other(std::make_unique<FakeLibrary>(fake));
     other.start();
     EXPECT_EQ(fake->takeCalls(), "initialize OREK Pellam 0 2;deviceCollection 3 0;count;");
@@ -98,8 +80,8 @@ TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
 TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
 {
     const TemporaryFolder folder;
-    setEnvironment("XDG_DATA_HOME", folder.path.string().c_str());
-    setEnvironment("TAVUSRV_ENABLE_EMULATOR", "1");
+    const ScopedVariable data("XDG_DATA_HOME", folder.path.string());
+    const ScopedVariable enabled("TAVUSRV_ENABLE_EMULATOR", "1");
     fake->change({{"A", "", 0}});
     start();
     fake->takeCalls();
@@ -108,11 +90,10 @@ TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
     EXPECT_EQ(manager.name(0), "Emulator");
     EXPECT_EQ(manager.name(1), "A");
     EXPECT_EQ(fake->takeCalls(), "count;deviceName 0;reconnect 0;");
-    setEnvironment("TAVUSRV_ENABLE_EMULATOR", "");
+    const ScopedVariable empty("TAVUSRV_ENABLE_EMULATOR", "");
     DeviceManager other;
     other.start();
     EXPECT_EQ(other.deviceCount(), 0u);
-    setEnvironment("XDG_DATA_HOME", nullptr);
 }
 
 TEST_F(DeviceManagerTest, followsRecordersThatComeAndGo)
@@ -181,10 +162,8 @@ TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
         recorders->change({{"Lab1", "North", 0}, {"Lab2", "South", 0}, {"Hall", "", 0}});
         recorders->faults["alternativeName 2"] = Fault::WithText;
         DeviceManager filtered(std::make_unique<FakeLibrary>(recorders));
-        const std::string variable = std::string("TAVUSRV_DEVICE_") + filter;
-        setEnvironment(variable, value);
+        const ScopedVariable variable(std::string("TAVUSRV_DEVICE_") + filter, value);
         EXPECT_EQ(start(filtered).find("Caught"), std::string::npos);
-        setEnvironment(variable, nullptr);
         std::string kept;
         for (uint32_t i = 0; i < filtered.deviceCount(); ++i)
             kept += filtered.name(i) + " ";
@@ -195,9 +174,10 @@ TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
     }
 
     fake->change({{"Lab", "", 0}, {"Hall", "", 0}});
-    setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", "lab");
-    start();
-    setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", nullptr);
+    {
+        const ScopedVariable filter("TAVUSRV_DEVICE_NAME_BLACKLIST", "lab");
+        start();
+    }
     update();
     update();
     EXPECT_EQ(names(), "Hall+ ");
