@@ -1,9 +1,10 @@
 #include "client/connection.h"
 #include "service/transport/shared_region.h"
+#include "support/environment.h"
+#include "support/error_of.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
@@ -13,13 +14,15 @@
 namespace tavu::client {
 namespace {
 
+using test::ScopedVariable;
+
 // In the common folder.
 const std::string kName = "tavutest-" + std::to_string(::getpid());
 const std::string kAddress = "/tmp/" + kName;
 
 TEST(AccessTest, IsTheServicesUsersUnderAnyUmask)
 {
-    ::unsetenv("XDG_RUNTIME_DIR");
+    const ScopedVariable folder("XDG_RUNTIME_DIR", std::nullopt);
     for (const mode_t mask : {0000, 0777}) {
         LocalSocketServer server;
         SharedRegion region;
@@ -46,7 +49,7 @@ std::string connectToServiceOf(uid_t user)
     char byte = 0;
     const pid_t child = ::fork();
     if (child == 0) {
-        ::setenv("XDG_RUNTIME_DIR", "/tmp", 1);
+        test::setVariable("XDG_RUNTIME_DIR", "/tmp");
         LocalSocketServer server;
         if (::setuid(user) != 0 || !server.listen(kName, false) || ::write(ready[1], "r", 1) != 1)
             ::_exit(100);
@@ -55,12 +58,7 @@ std::string connectToServiceOf(uid_t user)
     ::close(ready[1]);
     EXPECT_EQ(1, ::read(ready[0], &byte, 1));
     ::close(ready[0]);
-    std::string text;
-    try {
-        Connection connection(kName);
-    } catch (const ConnectionError &error) {
-        text = error.what();
-    }
+    const std::string text = test::errorOf([] { Connection connection(kName); });
     int status = 0;
     ::waitpid(child, &status, 0);
     std::filesystem::remove(kAddress);
@@ -70,7 +68,7 @@ std::string connectToServiceOf(uid_t user)
 
 TEST(AccessTest, AStrangersServiceInTheCommonFolderGetsNoByte)
 {
-    ::unsetenv("XDG_RUNTIME_DIR");
+    const ScopedVariable folder("XDG_RUNTIME_DIR", std::nullopt);
     const std::string served = "1: the connection to the service was lost";
     EXPECT_EQ(0u, connectToServiceOf(::geteuid()).find(served));
     if (::geteuid() != 0)
@@ -78,10 +76,10 @@ TEST(AccessTest, AStrangersServiceInTheCommonFolderGetsNoByte)
     const std::string refused =
         "0: the service at " + kAddress + " runs as another user (id 23456)";
     EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));
-    ::setenv("XDG_RUNTIME_DIR", "", 1);
+    const ScopedVariable empty("XDG_RUNTIME_DIR", "");
     EXPECT_EQ(0u, connectToServiceOf(23456).find(refused));
     // A folder that somebody chose is trusted.
-    ::setenv("XDG_RUNTIME_DIR", "/tmp", 1);
+    const ScopedVariable chosen("XDG_RUNTIME_DIR", "/tmp");
     EXPECT_EQ(0u, connectToServiceOf(23456).find(served));
 }
 

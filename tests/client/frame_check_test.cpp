@@ -1,22 +1,20 @@
 #include "client/tavuctl/frame_check.h"
 
 #include "client/tavuctl/session.h"
+#include "support/lab.h"
 
 #include <gtest/gtest.h>
 
 namespace tavu::ctl {
 namespace {
 
-/// Frame \a number of port \a port, by another road than the check's.
-std::vector<uint16_t> simulatedFrame(uint32_t width, uint32_t height, uint32_t port,
-                                     uint64_t number)
+/// A frame of a port that counts from 1.
+std::vector<uint16_t> frameOf(uint32_t width, uint32_t height, uint32_t port, uint64_t number)
 {
-    std::vector<uint16_t> pixels;
-    for (uint32_t i = 0; i < width * height; ++i)
-        pixels.push_back(i == 0  ? static_cast<uint16_t>(port)
-                         : i < 5 ? static_cast<uint16_t>(number >> (16 * (i - 1)))
-                                 : static_cast<uint16_t>(i % width + i / width + 8 * number +
-                                                         4096 * uint64_t(port)));
+    const std::string bytes = test::simulatedFrame(port - 1, number, width, height);
+    std::vector<uint16_t> pixels(bytes.size() / 2);
+    for (size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = static_cast<uint16_t>(uint8_t(bytes[2 * i]) | uint8_t(bytes[2 * i + 1]) << 8);
     return pixels;
 }
 
@@ -29,7 +27,7 @@ TEST(FrameCheck, TakesSimulatedFramesOfEveryShape)
     };
     for (const Case &c : {Case{640, 3, 1, 0}, Case{7, 40, 4, 65536}, Case{2, 5, 255, 8191},
                           Case{1, 9, 16, 0x123456789ABCull}, Case{3, 1, 2, 9}, Case{1, 1, 3, 7}}) {
-        const auto pixels = simulatedFrame(c.width, c.height, c.port, c.number);
+        const auto pixels = frameOf(c.width, c.height, c.port, c.number);
         EXPECT_EQ(faultOfSimulatedFrame(c.number, c.port, {c.width, c.height, pixels}), "");
         EXPECT_EQ(faultOfSimulatedFrame(c.number, 0, {c.width, c.height, pixels}), "");
     }
@@ -37,7 +35,7 @@ TEST(FrameCheck, TakesSimulatedFramesOfEveryShape)
 
 TEST(FrameCheck, SeesEachWrongPixelOfASimulatedFrame)
 {
-    const std::vector<uint16_t> right = simulatedFrame(9, 4, 2, 70000);
+    const std::vector<uint16_t> right = frameOf(9, 4, 2, 70000);
     for (size_t i = 0; i < right.size(); ++i) {
         std::vector<uint16_t> pixels = right;
         pixels[i] ^= 0x8000;

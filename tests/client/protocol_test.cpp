@@ -1,6 +1,6 @@
 #include "client/tavuctl/call_values.h"
 
-#include "error_of.h"
+#include "support/error_of.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,8 @@
 
 namespace tavu::ctl {
 namespace {
+
+using test::errorOf;
 
 /// The words that a row of docs/protocol.md begins a cell with. The types of deviceId and port are
 /// told once, above the tables.

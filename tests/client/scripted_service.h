@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/connection.h"
+#include "support/wire.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,15 +12,13 @@
 
 namespace tavu::client {
 
-using Wire = std::vector<uint8_t>;
-
 /// What a test sees of both sides of a channel, also after the connection that owns it.
 struct Script
 {
-    std::deque<Wire> replies;   ///< one for each request to come
-    std::vector<Wire> requests; ///< each write as it came
-    uint64_t reads = 0;         ///< that had to wait for the channel
-    size_t pieceSize = 1 << 20; ///< the most bytes that a read gets at a time
+    std::deque<std::string> replies;   ///< one for each request to come
+    std::vector<std::string> requests; ///< each write as it came
+    uint64_t reads = 0;                ///< that had to wait for the channel
+    size_t pieceSize = 1 << 20;        ///< the most bytes that a read gets at a time
     bool closed = false;
 };
 
@@ -32,10 +31,9 @@ public:
     uint64_t readSome(void *buffer, uint64_t byteCount) override
     {
         ++script_->reads;
-        const size_t count = std::min(
-            {static_cast<size_t>(byteCount), pending_.size() - position_, script_->pieceSize});
-        if (count > 0)
-            std::memcpy(buffer, pending_.data() + position_, count);
+        const size_t count =
+            pending_.copy(static_cast<char *>(buffer),
+                          std::min(static_cast<size_t>(byteCount), script_->pieceSize), position_);
         position_ += count;
         return count;
     }
@@ -44,8 +42,7 @@ public:
     {
         if (script_->closed || script_->replies.empty())
             return 0;
-        const auto *bytes = static_cast<const uint8_t *>(buffer);
-        script_->requests.emplace_back(bytes, bytes + byteCount);
+        script_->requests.emplace_back(static_cast<const char *>(buffer), byteCount);
         pending_ = std::move(script_->replies.front());
         position_ = 0;
         script_->replies.pop_front();
@@ -56,37 +53,22 @@ public:
 
 private:
     std::shared_ptr<Script> script_;
-    Wire pending_;
+    std::string pending_;
     size_t position_ = 0;
 };
-
-inline const Wire kHandshakeReply = {0x81, 0xA6, 'r',  'e', 's', 'u', 'l',
-                                     't',  0x81, 0xA3, 'v', 'e', 'r', 0x00};
 
 /// A connection past its handshake, with the replies that will come.
 struct Scripted
 {
-    explicit Scripted(std::vector<Wire> replies)
+    explicit Scripted(const std::vector<std::string> &replies)
     {
-        script->replies.push_back(kHandshakeReply);
-        script->replies.insert(script->replies.end(), replies.begin(), replies.end());
+        script->replies.assign(replies.begin(), replies.end());
+        script->replies.push_front(test::encode("{'result':{'ver':0}}"));
         connection = std::make_unique<Connection>(std::make_unique<ScriptedService>(script));
     }
 
     std::shared_ptr<Script> script = std::make_shared<Script>();
     std::unique_ptr<Connection> connection;
 };
-
-/// The bytes of some text, for wire data that is easier to read that way.
-inline Wire wire(std::string_view text)
-{
-    return Wire(text.begin(), text.end());
-}
-
-inline Wire operator+(Wire left, const Wire &right)
-{
-    left.insert(left.end(), right.begin(), right.end());
-    return left;
-}
 
 } // namespace tavu::client

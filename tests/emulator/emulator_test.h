@@ -1,8 +1,8 @@
 #pragma once
 
 #include "emulator/tavu_device_emulator.h"
-#include "error_of.h"
-#include "temporary_folder.h"
+#include "support/error_of.h"
+#include "support/files.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
@@ -10,6 +10,8 @@
 #include <thread>
 
 namespace tavu {
+
+using test::errorOf, test::readFile, test::TemporaryFolder, test::writeFile;
 
 /// Makes \a folder the per-user data folder and returns the emulated device's folder in it.
 std::filesystem::path useDataFolder(const std::filesystem::path &folder);

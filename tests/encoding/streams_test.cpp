@@ -3,7 +3,7 @@
 
 #include "encoding/message_reader.h"
 #include "encoding/test_streams.h"
-#include "temporary_folder.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 
 #include "encoding/mem_stream.h"
 #include "encoding/message_writer.h"
-#include "error_of.h"
+#include "support/error_of.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -1,10 +1,10 @@
 #include "encoding/mem_stream.h"
-#include "error_of.h"
 #include "platform/clock.h"
 #include "records/config_record.h"
 #include "records/meta_record.h"
 #include "records/record_file.h"
-#include "temporary_folder.h"
+#include "support/error_of.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -13,6 +13,7 @@ namespace tavu {
 namespace {
 
 namespace fs = std::filesystem;
+using test::errorOf, test::readFile, test::TemporaryFolder;
 using namespace std::string_literals;
 using Parts = std::initializer_list<std::string>;
 

@@ -1,13 +1,11 @@
 #include "registry/device_manager.h"
 
-#include "error_of.h"
 #include "registry/fake_recorders.h"
+#include "support/environment.h"
+#include "support/error_of.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <cstdlib>
 #include <system_error>
 #include <thread>
 #include <tuple>
@@ -16,27 +14,11 @@ namespace tavu {
 namespace {
 
 using Fault = FakeRecorders::Fault;
-
-void setEnvironment(const std::string &name, const char *value)
-{
-#if defined(_WIN32)
-    ::_putenv_s(name.c_str(), value ? value : "");
-#else
-    value ? ::setenv(name.c_str(), value, 1) : ::unsetenv(name.c_str());
-#endif
-}
+using test::errorOf, test::ScopedVariable;
 
 class DeviceManagerTest : public testing::Test
 {
 protected:
-    ~DeviceManagerTest() override
-    {
-        for (const char *name :
-             {"SATA_ONLY", "ENABLE_EMULATOR", "DEVICE_NAME_WHITELIST", "DEVICE_NAME_BLACKLIST",
-              "DEVICE_ALT_NAME_WHITELIST", "DEVICE_ALT_NAME_BLACKLIST"})
-            setEnvironment(std::string("TAVUSRV_") + name, nullptr);
-    }
-
     static DeviceSources sources(const std::shared_ptr<FakeRecorders> &recorders)
     {
         return {std::make_unique<FakeLibrary>(recorders),
@@ -97,10 +79,10 @@ protected:
 
 TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
 {
-    setEnvironment("TAVUSRV_SATA_ONLY", "");
+    const ScopedVariable empty("TAVUSRV_SATA_ONLY", "");
     start();
     EXPECT_EQ(fake->takeCalls(), "start 7;count;");
-    setEnvironment("TAVUSRV_SATA_ONLY", "0");
+    const ScopedVariable set("TAVUSRV_SATA_ONLY", "0");
     DeviceManager other(sources(fake));
     other.start();
     EXPECT_EQ(fake->takeCalls(), "start 3;count;");
@@ -108,7 +90,7 @@ TEST_F(DeviceManagerTest, hostInterfacesFollowTheEnvironment)
 
 TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
 {
-    setEnvironment("TAVUSRV_ENABLE_EMULATOR", "1");
+    const ScopedVariable enabled("TAVUSRV_ENABLE_EMULATOR", "1");
     fake->change({{"A", "", false}});
     start();
     fake->takeCalls();
@@ -116,7 +98,7 @@ TEST_F(DeviceManagerTest, emulatedDeviceStandsBeforeTheRecorders)
     EXPECT_EQ(manager.deviceCount(), 2u);
     EXPECT_EQ(nameOf(manager, 1), "A");
     EXPECT_EQ(fake->takeCalls(), "count;deviceName 0;reconnect 0;");
-    setEnvironment("TAVUSRV_ENABLE_EMULATOR", "");
+    const ScopedVariable empty("TAVUSRV_ENABLE_EMULATOR", "");
     DeviceManager other(sources(std::make_shared<FakeRecorders>()));
     other.start();
     EXPECT_EQ(other.deviceCount(), 0u);
@@ -190,10 +172,8 @@ TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
             {{"Lab1", "North", false}, {"Lab2", "South", false}, {"Hall", "", false}});
         recorders->faults["alternativeName 2"] = Fault::WithText;
         DeviceManager filtered(sources(recorders));
-        const std::string variable = std::string("TAVUSRV_DEVICE_") + filter;
-        setEnvironment(variable, value);
+        const ScopedVariable variable(std::string("TAVUSRV_DEVICE_") + filter, value);
         EXPECT_EQ(start(filtered).find("Caught"), std::string::npos);
-        setEnvironment(variable, nullptr);
         std::string kept;
         for (uint32_t i = 0; i < filtered.deviceCount(); ++i)
             kept += nameOf(filtered, i) + " ";
@@ -204,9 +184,10 @@ TEST_F(DeviceManagerTest, filtersDecideOnceAndForAll)
     }
 
     fake->change({{"Lab", "", false}, {"Hall", "", false}});
-    setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", "lab");
-    start();
-    setEnvironment("TAVUSRV_DEVICE_NAME_BLACKLIST", nullptr);
+    {
+        const ScopedVariable blacklist("TAVUSRV_DEVICE_NAME_BLACKLIST", "lab");
+        start();
+    }
     update();
     update();
     EXPECT_EQ(names(), "Hall+ ");

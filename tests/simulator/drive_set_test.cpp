@@ -1,4 +1,4 @@
-#include "storage_lab.h"
+#include "lab.h"
 
 #include <cstring>
 #include <vector>

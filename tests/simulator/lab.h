@@ -1,42 +1,41 @@
 #pragma once
 
 #include "hardware/library/instance.h"
-#include "temporary_folder.h"
+#include "support/environment.h"
+#include "support/lab.h"
+#include "support/wait.h"
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <functional>
 #include <string>
-#include <thread>
 
 namespace tavu {
 
+using test::readFile;
+
 /// Tells the library where its recorders are; an empty path: nowhere.
-void setSimulatorFolder(const std::filesystem::path &folder);
+inline void setSimulatorFolder(const std::filesystem::path &folder)
+{
+    test::setVariable("QUILLON_SIMULATOR_FOLDER", folder.string());
+}
 
 /// A folder with simulated recorders, and the library that runs on it.
-class Lab
+class Lab : public test::Lab
 {
 public:
     Lab() { setSimulatorFolder(folder.path); }
-
-    /// Writes a file of a recorder's folder, or of the main one.
-    void write(const std::string &place, const std::string &file, const std::string &content) const
-    {
-        const std::filesystem::path path = folder.path / std::filesystem::path(place);
-        std::filesystem::create_directories(path);
-        writeFile(path / file, content);
-    }
-    void describe(const std::string &recorder, const std::string &content) const
-    {
-        write(recorder, "recorder.conf", content);
-    }
 
     void start(uint32_t interfaces = 7)
     {
         instance = Quillon::Instance::initialize("test", false, Quillon::Scope(2));
         recorders = instance->deviceCollection(Quillon::HostInterfaceType(interfaces), false);
+    }
+    /// As if another process began.
+    void restart()
+    {
+        instance.reset();
+        recorders.reset();
+        start();
     }
     boost::shared_ptr<Quillon::Device> device(uint32_t index) const
     {
@@ -44,9 +43,22 @@ public:
     }
     boost::shared_ptr<Quillon::Port> port(uint32_t index) const { return device(0)->port(index); }
 
-    TemporaryFolder folder;
     boost::shared_ptr<Quillon::Instance> instance;
     boost::shared_ptr<Quillon::DeviceCollection> recorders;
+};
+
+/// A lab with one recorder, and what its storage is tested by.
+class StorageLab : public Lab
+{
+public:
+    explicit StorageLab(const std::string &description) { describe("bench", description); }
+
+    boost::shared_ptr<Quillon::DriveSet> set(uint64_t index = 0) const
+    {
+        const auto sets = device(0)->storage(0)->driveSets();
+        return sets->open(sets->ids()[index]);
+    }
+    std::filesystem::path setFolder() const { return folder.path / "bench" / "sets" / "1"; }
 };
 
 /// The text of the exception that the library raises; empty when it raises none.
@@ -64,13 +76,7 @@ std::string libraryErrorOf(Operation operation)
 /// Waits for something that happens soon.
 inline bool eventually(const std::function<bool()> &condition)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+    return test::waitUntil(condition);
 }
 
 } // namespace tavu

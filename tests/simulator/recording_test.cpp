@@ -1,4 +1,4 @@
-#include "storage_lab.h"
+#include "lab.h"
 
 #include <cstdlib>
 #include <map>

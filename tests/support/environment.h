@@ -9,6 +9,10 @@ namespace tavu::test {
 /// Windows an empty value is none. Names and values are UTF-8.
 void setVariable(const std::string &name, const std::optional<std::string> &value);
 
+/// Whether this is a Windows program, and whether it runs under Wine.
+bool onWindows();
+bool onWine();
+
 /// A variable that has its former value again at the end.
 class ScopedVariable
 {

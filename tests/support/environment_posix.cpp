@@ -12,4 +12,14 @@ void setVariable(const std::string &name, const std::optional<std::string> &valu
         unsetenv(name.c_str());
 }
 
+bool onWindows()
+{
+    return false;
+}
+
+bool onWine()
+{
+    return false;
+}
+
 } // namespace tavu::test

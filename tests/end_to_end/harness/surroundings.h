@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/environment.h"
+
 #include <filesystem>
 
 namespace tavu::test {
@@ -9,15 +11,27 @@ namespace tavu::test {
 std::filesystem::path separate(const std::filesystem::path &folder);
 
 /// Whether the service finds its places by environment variables and has its address in a folder.
-bool hasPlacesByEnvironment();
+inline bool hasPlacesByEnvironment()
+{
+    return !onWindows();
+}
 
 /// Whether the system keeps a second service from listening.
-bool enforcesOneInstance();
+inline bool enforcesOneInstance()
+{
+    return !onWine();
+}
 
 /// Whether a region's name leads to it for as long as anybody has it mapped, we included.
-bool regionsStayForTheirUsers();
+inline bool regionsStayForTheirUsers()
+{
+    return onWindows();
+}
 
 /// Whether each read of a byte costs so much that tests had better have fewer of them.
-bool transfersAreSlow();
+inline bool transfersAreSlow()
+{
+    return onWine();
+}
 
 } // namespace tavu::test

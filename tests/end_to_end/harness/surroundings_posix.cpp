@@ -1,38 +1,15 @@
 #include "surroundings.h"
 
-#include "support/environment.h"
-
 namespace tavu::test {
 
 std::filesystem::path separate(const std::filesystem::path &folder)
 {
     // A name that no single code page holds.
-    const std::string data =
-        folder.string() + "/d\xc3\xa4ta \xe6\xb5\x8b\xe8\xaf\x95 \xf0\x9f\x8e\xa5";
+    const std::filesystem::path data = folder / u8"d\u00e4ta \u6d4b\u8bd5 \U0001f3a5";
     setVariable("HOME", folder.string());
     setVariable("XDG_RUNTIME_DIR", folder.string());
-    setVariable("XDG_DATA_HOME", data);
+    setVariable("XDG_DATA_HOME", data.string());
     return data;
-}
-
-bool hasPlacesByEnvironment()
-{
-    return true;
-}
-
-bool enforcesOneInstance()
-{
-    return true;
-}
-
-bool regionsStayForTheirUsers()
-{
-    return false;
-}
-
-bool transfersAreSlow()
-{
-    return false;
 }
 
 } // namespace tavu::test

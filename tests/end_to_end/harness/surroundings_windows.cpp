@@ -14,12 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-bool runsUnderWine()
-{
-    const HMODULE library = GetModuleHandleW(L"ntdll.dll");
-    return library && GetProcAddress(library, "wine_get_version");
-}
-
 /// Where there is a Wine prefix of our own, we may tell the system another folder.
 void setDataFolder(const fs::path &folder)
 {
@@ -57,32 +51,12 @@ fs::path borrowDataFolder()
 
 fs::path separate(const fs::path &folder)
 {
-    if (!runsUnderWine())
+    if (!onWine())
         return borrowDataFolder();
     // A name that no single code page holds.
     const fs::path data = folder / u8"d\u00e4ta \u6d4b\u8bd5 \U0001f3a5";
     setDataFolder(fs::path(data).make_preferred());
     return data;
-}
-
-bool hasPlacesByEnvironment()
-{
-    return false;
-}
-
-bool enforcesOneInstance()
-{
-    return !runsUnderWine();
-}
-
-bool regionsStayForTheirUsers()
-{
-    return true;
-}
-
-bool transfersAreSlow()
-{
-    return runsUnderWine();
 }
 
 } // namespace tavu::test
