@@ -2,6 +2,7 @@
 
 #include "platform/diagnostics.h"
 #include "platform/environment.h"
+#include "platform/thread_name.h"
 
 namespace tavu {
 
@@ -20,6 +21,7 @@ void DeviceManager::logFailure(const Step &step)
 // Every change that the library reports causes one update and one event, however they bunch up.
 void DeviceManager::followChanges()
 {
+    nameThisThread("tavu-update");
     for (;;) {
         const EventType type = updateQueue_->pop().type;
         if (type == EventType::NoEvent)

@@ -1,5 +1,6 @@
 #include "service/connection_server.h"
 #include "platform/diagnostics.h"
+#include "platform/thread_name.h"
 #include "protocol/request_loop.h"
 #include "service/transport/shared_region.h"
 #include "wire/names.h"
@@ -83,6 +84,7 @@ void ConnectionServer::startConnection(LocalSocket &&socket)
         // The thread can't get to its own removal before the record is in the list: that takes the
         // mutex that we hold.
         connection->thread = std::thread([this, gate = gate_, served = connection.get()] {
+            nameThisThread("tavu-client");
             serveConnection(*served);
             gate->leave();
         });
