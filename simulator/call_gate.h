@@ -10,22 +10,16 @@ namespace simulator {
 /// own one.
 struct CallGate
 {
-    /// Puts a call into the log.
+    /// Begins an operation with its arguments, the object first where a recorder has several of its
+    /// kind: writes the call into the log, waits, and raises Common::GeneralException, as the fault
+    /// plans say. False when the operation shall do nothing and yield nothing. To be called before
+    /// anything else, with no lock held that other operations need.
     template <typename... Arguments>
-    void note(const char *operation, const Arguments &...arguments) const
+    [[nodiscard]] bool begin(Operation operation, const Arguments &...arguments) const
     {
         if (log && log->isOn())
             log->write(recorderName, operation, {spelled(arguments)...});
-    }
-
-    /// To be called first thing in every operation, with no lock held that other operations need:
-    /// notes the call, waits, then raises Common::GeneralException, as the plans say. True when the
-    /// operation shall do nothing and yield nothing.
-    template <typename... Arguments>
-    bool empties(const char *operation, const Arguments &...arguments) const
-    {
-        note(operation, arguments...);
-        return isEmptied(operation);
+        return passFaults(operation);
     }
 
     std::shared_ptr<CallLog> log;
@@ -34,7 +28,7 @@ struct CallGate
     std::string recorderName = "-";                      ///< that of its folder
 
 private:
-    bool isEmptied(const char *operation) const;
+    bool passFaults(Operation operation) const;
 };
 
 } // namespace simulator

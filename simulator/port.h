@@ -48,7 +48,7 @@ public:
     bool hasPackingSetting() override;
     void setPacking(uint32_t packing) override;
 
-    // The rest is for the library itself, and works while the recorder is pulled out.
+    // What follows is for the library itself, and works while the recorder is pulled out.
 
     uint32_t index() const { return index_; }
     Camera &camera() { return camera_; }
@@ -83,7 +83,7 @@ private:
 
     bool grabbing_ = false;
     bool interrupted_ = false;
-    uint64_t interruptions_ = 0; ///< so that a call notices one that is already over
+    uint64_t interruptions_ = 0; ///< counted, so that a waiting call notices each
     Clock::time_point lastDue_;  ///< when the last frame delivered was due
 };
 

@@ -4,7 +4,6 @@
 #include "description.h"
 #include "hardware/library/device.h"
 
-#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -39,6 +38,17 @@ public:
     boost::shared_ptr<Quillon::TriggerBank> triggerBank() override;
     boost::shared_ptr<Quillon::Record> record() override;
 
+    /// As CallGate::begin(). An operation that needs a connected recorder raises when it isn't.
+    template <typename... Arguments>
+    [[nodiscard]] bool begin(Operation operation, const Arguments &...arguments) const
+    {
+        if (!gate_.begin(operation, arguments...))
+            return false;
+        if (operation.rule() == OperationRule::Connected)
+            requireConnected();
+        return true;
+    }
+
     const std::filesystem::path &folder() const { return folder_; }
     const CallGate &gate() const { return gate_; }
     /// As it is now; later changes make another one.
@@ -47,7 +57,7 @@ public:
     bool isConnected() const;
     /// Raises Common::GeneralException when the recorder is pulled out.
     void requireConnected() const;
-    /// Raises Common::GeneralException for an index that isn't there. Usable while disconnected.
+    /// Raises Common::GeneralException for an index that isn't there. Works while disconnected.
     boost::shared_ptr<Port> portAt(uint32_t index) const;
 
     Recording &recording() { return *recording_; }

@@ -28,7 +28,7 @@ public:
                         const boost::shared_ptr<Quillon::Port> &port) override;
     void detachPort(const boost::shared_ptr<Quillon::Port> &port) override;
 
-    // The rest is for the library itself.
+    // What follows is for the library itself.
 
     /// A source of the trigger network fires; its level becomes \a high.
     void trigger(TriggerSource source, bool high);

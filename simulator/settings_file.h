@@ -19,6 +19,7 @@ std::string trimmed(const std::string &text);
 /// A number, decimal or hexadecimal behind 0x. Raises std::runtime_error when \a text is something
 /// else, or out of range.
 uint64_t parseNumber(const std::string &text, uint64_t least, uint64_t most);
+uint32_t parseSmallNumber(const std::string &text, uint32_t least = 0, uint32_t most = UINT32_MAX);
 
 /// A line "key = value" of a file. The conversions raise std::runtime_error.
 struct Setting
@@ -34,7 +35,7 @@ struct Setting
     bool yesOrNo() const { return choice("yes", "no"); }
     /// True for \a first.
     bool choice(const char *first, const char *second) const;
-    uint64_t number(uint64_t least, uint64_t most) const;
+    uint32_t number(uint32_t least = 0, uint32_t most = UINT32_MAX) const;
     /// A number with K, M or G behind it or without.
     uint64_t size(uint64_t least, uint64_t most) const;
     double decimal(double least, double most) const;

@@ -2,7 +2,6 @@
 
 #include "hardware/library/trigger.h"
 
-#include <array>
 #include <mutex>
 #include <optional>
 
@@ -53,7 +52,7 @@ public:
 
     boost::shared_ptr<Quillon::TriggerElement> element(uint32_t kind, uint32_t index) override;
 
-    // The rest is for the library itself.
+    // What follows is for the library itself.
 
     RecordControl control() const;
     void set(uint64_t RecordControl::*setting, uint64_t value);

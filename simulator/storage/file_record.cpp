@@ -1,6 +1,6 @@
 #include "storage/file_record.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "storage/text_record.h"
 
 #include <algorithm>
@@ -85,7 +85,7 @@ FileRecord parseFileRecord(const std::string &text)
     record.created = sections[0].number("created");
     record.writtenBlocks = sections[0].number("written blocks");
     record.extents = sections[0].extents("extents");
-    for (size_t i = 1; i < sections.size(); i++)
+    for (size_t i = 1; i < sections.size(); ++i)
         record.streams.push_back(parseStream(sections[i]));
     return record;
 }

@@ -8,7 +8,7 @@
 namespace simulator {
 
 /// A run of "key = value" lines, in a text that the library writes for itself. The operations that
-/// take something out raise Common::GeneralException when it isn't there or is nonsense.
+/// take something out raise Common::GeneralException when it isn't there or is damaged.
 class TextSection
 {
 public:
