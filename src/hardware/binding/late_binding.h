@@ -7,6 +7,7 @@ namespace tavu {
 // operation of its own: whoever calls a function of hardware/library gets there through it.
 
 /// Text of the std::runtime_error that a call raises when the library or the function is absent.
+/// What a library that was found lacks is also reported, once, on standard error.
 inline constexpr const char *kLateBindingFailure = "delayload failure";
 
 } // namespace tavu
