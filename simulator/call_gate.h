@@ -6,8 +6,8 @@
 
 namespace simulator {
 
-/// The way into every operation: past the call log, and past the faults of all recorders and of its
-/// own one.
+/// What every operation begins with: the call log, the faults that hold for all recorders, and
+/// those of its own recorder.
 struct CallGate
 {
     /// Begins an operation with its arguments, the object first where a recorder has several of its
@@ -25,7 +25,7 @@ struct CallGate
     std::shared_ptr<CallLog> log;
     std::shared_ptr<FaultPlan> commonFaults;
     std::shared_ptr<FaultPlan> recorderFaults = nullptr; ///< null outside of a recorder
-    std::string recorderName = "-";                      ///< that of its folder
+    std::string recorderName = "-";                      ///< its folder's
 
 private:
     bool passFaults(Operation operation) const;

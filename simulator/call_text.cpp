@@ -16,7 +16,7 @@ std::string hexadecimal(const char *form, uint32_t number)
     return text;
 }
 
-/// The count of bytes up to the last that isn't 0: so much of a block is a record.
+/// The count of bytes without the zeros at the end, with which a record is padded to a block.
 uint64_t filledBytes(const unsigned char *bytes, uint64_t size)
 {
     while (size > 0 && bytes[size - 1] == 0)

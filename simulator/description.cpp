@@ -50,7 +50,7 @@ uint32_t interfaceBit(const Setting &setting)
 using RecorderKey = Key<RecorderDescription>;
 using Recorder = RecorderDescription;
 
-const RecorderKey kRecorderKeys[] = {
+constexpr RecorderKey kRecorderKeys[] = {
     {"name", [](Recorder &r, const Setting &s) { r.name = s.name(); }},
     {"alternative name", [](Recorder &r, const Setting &s) { r.alternativeName = s.text(); }},
     {"device type", [](Recorder &r, const Setting &s) { r.deviceType = s.number(); }},
@@ -79,7 +79,7 @@ const RecorderKey kRecorderKeys[] = {
 using PortKey = Key<PortDescription>;
 using Port = PortDescription;
 
-const PortKey kPortKeys[] = {
+constexpr PortKey kPortKeys[] = {
     {"name", [](Port &p, const Setting &s) { p.name = s.name(); }},
     {"link mode", [](Port &p, const Setting &s) { p.linkMode = s.number(); }},
     {"camera", [](Port &p, const Setting &s) { p.hasCamera = s.yesOrNo(); }},
@@ -129,7 +129,7 @@ uint64_t sectionPort(const std::string &section, uint64_t portCount)
     return number;
 }
 
-/// Does something for each setting that \a concerns, and adds the place to what it raises.
+/// Calls \a action for each setting that \a concerns accepts. Adds file and line to what it raises.
 template <typename Concerns, typename Action>
 void forEach(const std::filesystem::path &file, const std::vector<Setting> &settings,
              Concerns concerns, Action action)
@@ -170,7 +170,7 @@ RecorderDescription readRecorderDescription(const std::filesystem::path &file)
     forEach(
         file, settings, [](const Setting &setting) { return setting.section.empty(); },
         [&](const Setting &setting) { take(kRecorderKeys, recorder, setting); });
-    // What holds for all ports first, so that its place in the file doesn't matter.
+    // [ports] comes first wherever it stands in the file, so that a port's own section wins.
     PortDescription common;
     forEach(
         file, settings, [](const Setting &setting) { return setting.section == "ports"; },

@@ -15,7 +15,7 @@ namespace simulator {
     throw Common::GeneralException(text.c_str());
 }
 
-/// What a program hands over. Raises \a error when the handle is empty.
+/// The object of a handle that a program hands over. Raises \a error when the handle is empty.
 template <typename T>
 T &required(const boost::shared_ptr<T> &handle, const char *error)
 {

@@ -21,9 +21,9 @@ public:
     {
         uint32_t milliseconds = 0;
         bool empty = false;
-        std::string error; ///< that is raised; empty: none
+        std::string error; ///< text to raise; empty: none
 
-        /// Both; of two errors, the first counts.
+        /// Adds another effect. Of two errors the first is kept.
         Effect &operator+=(const Effect &other);
     };
 

@@ -17,7 +17,7 @@ public:
     /// Writes the next frame, with \a time in 100 ns units since 1601. False when the drives are
     /// full.
     bool write(uint64_t time);
-    /// Ends the stream orderly.
+    /// Marks the stream as complete.
     void close();
     /// To be called when nothing more will be written. Raises nothing.
     void release();

@@ -40,7 +40,7 @@ std::array<uint32_t, 4> numbersOf(const Quillon::VersionInfo &version)
 struct LibraryDescription
 {
     Quillon::VersionInfo version = kDefaultVersion;
-    std::filesystem::path callLog; ///< from the folder of the installation; empty: none
+    std::filesystem::path callLog; ///< relative to the installation's folder; empty: none
 };
 
 LibraryDescription readLibraryDescription(const std::filesystem::path &file)

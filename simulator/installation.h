@@ -42,9 +42,9 @@ public:
     const CallGate &gate() const { return gate_; }
     Quillon::VersionInfo version() const;
 
-    /// Finds the recorders and begins to watch.
+    /// Finds the recorders and starts watching the files.
     void start();
-    /// Ceases to watch and pulls all recorders out.
+    /// Stops watching and pulls all recorders out.
     void stop();
 
     /// All recorders ever seen, in the order of their numbers.

@@ -47,7 +47,7 @@ Installation &newInstallation()
     return *library().installations.emplace_back(installation);
 }
 
-/// Empty when a fault wants it.
+/// Null when a fault says that the call yields nothing.
 std::shared_ptr<Session> startSession(const Quillon::String &name, bool flag, Quillon::Scope scope)
 {
     const auto running = runningSession();

@@ -7,12 +7,12 @@
 
 namespace simulator {
 
-/// What an operation asks of the recorder that it belongs to.
+/// When an operation can be called.
 enum class OperationRule
 {
-    Connected,  ///< that it isn't pulled out
-    Always,     ///< nothing
-    LoggedOnly, ///< nothing, and it can't be made to fail
+    Connected,  ///< it raises while its recorder is pulled out
+    Always,     ///< it has no recorder, or works while that is pulled out
+    LoggedOnly, ///< always, and no fault can be planned for it
 };
 
 struct OperationRow
@@ -136,7 +136,8 @@ inline constexpr OperationRow kOperations[] = {
     {"TimestampHelper::universalTime", OperationRule::Always},
 };
 
-/// One of them, made from a literal: a name that isn't in the table doesn't compile.
+/// One of the operations. It is made from a literal, and a name that isn't in the table doesn't
+/// compile.
 class Operation
 {
 public:
@@ -146,7 +147,7 @@ public:
             throw "There is no such operation.";
     }
 
-    /// None for a name that isn't in the table, and for an operation that can't be made to fail.
+    /// The operation that a fault names; none when there is none for which faults can be planned.
     static std::optional<Operation> findFallible(std::string_view name)
     {
         const Operation found(indexOf(name));

@@ -65,7 +65,7 @@ private:
     const RecordControl control_;
     const Clock::time_point armed_;
     const uint64_t timestamp_;
-    FrameWriter writer_; ///< for the thread alone until it is over
+    FrameWriter writer_; ///< used by the thread alone until it is over
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
@@ -73,8 +73,7 @@ private:
     bool abandoned_ = false;
     bool threadIsOver_ = false;
     uint64_t taken_ = 0;
-    Clock::time_point
-        lastTick_; ///< when the last frame of the camera was due that was taken or passed over
+    Clock::time_point lastTick_;                ///< due time of the camera's last frame so far
     std::deque<Clock::time_point> loop_;        ///< due times of the frames that wait to be written
     std::optional<Clock::time_point> end_;      ///< no frame is kept that is due later
     std::optional<Clock::time_point> deadline_; ///< no frame is written later

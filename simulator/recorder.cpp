@@ -15,7 +15,7 @@ namespace simulator {
 
 namespace {
 
-/// Of a port that the recorder has lost: one without a camera.
+/// For a port that the recorder no longer has: it stays, but without a camera.
 PortDescription emptyPort(const PortDescription &before)
 {
     PortDescription description = before;

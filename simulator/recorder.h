@@ -38,7 +38,8 @@ public:
     boost::shared_ptr<Quillon::TriggerBank> triggerBank() override;
     boost::shared_ptr<Quillon::Record> record() override;
 
-    /// As CallGate::begin(). An operation that needs a connected recorder raises when it isn't.
+    /// As CallGate::begin(). Raises also when the recorder is pulled out and the operation needs
+    /// it.
     template <typename... Arguments>
     [[nodiscard]] bool begin(Operation operation, const Arguments &...arguments) const
     {
@@ -51,7 +52,7 @@ public:
 
     const std::filesystem::path &folder() const { return folder_; }
     const CallGate &gate() const { return gate_; }
-    /// As it is now; later changes make another one.
+    /// The present description. It never changes: a change of the recorder makes a new one.
     std::shared_ptr<const RecorderDescription> description() const;
 
     bool isConnected() const;

@@ -1,4 +1,4 @@
-// How a recording comes to have its files and its threads.
+// The start of a recording: its files and its threads.
 
 #include "recording.h"
 
@@ -89,7 +89,7 @@ void Recording::launch(const std::vector<Slot> &slots, const std::vector<FrameWr
         recordings.push_back(std::make_shared<PortRecording>(slots[i].port, control, writers[i],
                                                              now, slots[i].timestamp));
 
-    // All are there before one runs, so that a trigger finds all of them.
+    // All are listed before the first one runs, so that a trigger reaches all of them.
     {
         std::lock_guard guard(mutex_);
         for (size_t i = 0; i < slots.size(); ++i) {

@@ -37,7 +37,7 @@ public:
 
     uint32_t watermarkLimit() override;
 
-    /// As it was before anyone used it.
+    /// Back to the state before any use.
     void reset();
 
 private:
@@ -45,7 +45,7 @@ private:
     {
         bool enabled = false;
         uint32_t baudRate = 9600;
-        std::string line;   ///< that the camera has got so far
+        std::string line;   ///< what the camera has received of the next line
         std::string answer; ///< bytes on their way from the camera
     };
 
@@ -59,7 +59,8 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     State state_;
-    std::map<std::string, std::string> values_; ///< the camera's, which outlive the channel's state
+    std::map<std::string, std::string>
+        values_; ///< kept by the camera, also when the channel is reset
 };
 
 } // namespace simulator

@@ -13,7 +13,7 @@ namespace simulator {
 
 namespace {
 
-const char kBlanks[] = " \t\r\f\v";
+constexpr char kBlanks[] = " \t\r\f\v";
 
 char lowered(char c)
 {

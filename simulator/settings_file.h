@@ -10,10 +10,10 @@ namespace simulator {
 
 /// The path as UTF-8, for messages.
 std::string nameOf(const std::filesystem::path &path);
-/// The other way round.
+/// The path whose name in UTF-8 is \a name.
 std::filesystem::path pathOf(const std::string &name);
 
-/// Without the blanks around it.
+/// The text without the blanks around it.
 std::string trimmed(const std::string &text);
 
 /// A number, decimal or hexadecimal behind 0x. Raises std::runtime_error when \a text is something
@@ -30,7 +30,7 @@ struct Setting
     unsigned line = 0; ///< from 1
 
     const std::string &text() const { return value; }
-    /// As text(), but not empty.
+    /// text(), which may not be empty.
     const std::string &name() const;
     bool yesOrNo() const { return choice("yes", "no"); }
     /// True for \a first.

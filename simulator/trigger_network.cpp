@@ -19,7 +19,7 @@ struct Setting
     uint64_t RecordControl::*field;
 };
 
-const Setting kSettings[] = {
+constexpr Setting kSettings[] = {
     {"Start Enable", Tag::Boolean, &RecordControl::startEnable},
     {"Stop Enable", Tag::Boolean, &RecordControl::stopEnable},
     {"Pretrigger Enable", Tag::Boolean, &RecordControl::pretriggerEnable},

@@ -19,7 +19,7 @@ enum class TriggerSource
 struct TriggerInput
 {
     std::optional<TriggerSource> source;
-    bool falling = false; ///< an external one fires when its level falls
+    bool falling = false; ///< an external source fires when its level falls, not when it rises
 
     /// Whether \a from, whose level becomes \a high, fires this input.
     bool isFiredBy(TriggerSource from, bool high) const;

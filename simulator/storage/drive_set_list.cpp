@@ -30,12 +30,11 @@ void DriveSetList::create(const boost::shared_ptr<Quillon::DriveSet::CreateParam
 {
     if (!recorder_.begin("DriveSetCollection::create", parameters))
         return;
-    if (!parameters)
-        raiseError("A drive set needs parameters.");
+    const auto &wanted = required(parameters, "A drive set needs parameters.");
     std::vector<uint32_t> drives;
-    for (const Quillon::Drive::PhysicalLocation &location : parameters->source.drives())
+    for (const Quillon::Drive::PhysicalLocation &location : wanted.source.drives())
         drives.push_back(location.physicalIndex());
-    storage_.createSet(parameters->name.c_str(), std::move(drives));
+    storage_.createSet(wanted.name.c_str(), std::move(drives));
 }
 
 void DriveSetList::remove(uint32_t id)

@@ -31,7 +31,7 @@ public:
 private:
     struct Set
     {
-        std::shared_ptr<FileTable> table; ///< once somebody has opened it
+        std::shared_ptr<FileTable> table; ///< null until the set is opened
         std::weak_ptr<FileTable> used;    ///< the same table, which handles can hold longer
     };
 

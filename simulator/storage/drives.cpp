@@ -12,9 +12,8 @@ namespace Quillon {
 
 Drive::PhysicalLocation::PhysicalLocation(const boost::shared_ptr<Drive> &drive)
 {
-    if (!drive)
-        simulator::raiseError("There is no such drive.");
-    physicalIndex_ = static_cast<const simulator::StorageDrive &>(*drive).physicalIndex();
+    const Drive &known = simulator::required(drive, "There is no such drive.");
+    physicalIndex_ = static_cast<const simulator::StorageDrive &>(known).physicalIndex();
 }
 
 void DriveSet::Source::add(const Drive::PhysicalLocation &location)

@@ -75,7 +75,7 @@ Extents FileTable::growStream(uint32_t fileId, uint32_t streamId, uint64_t strip
 {
     std::lock_guard guard(mutex_);
     FileRecord &record = at(fileId).record;
-    StreamRecord &stream = streamAt(at(fileId), streamId);
+    StreamRecord &stream = record.stream(streamId);
     const Extents former = stream.extents;
     const Extents more = allocator_.allocate(stripes);
     append(stream.extents, more);
@@ -92,20 +92,20 @@ Extents FileTable::growStream(uint32_t fileId, uint32_t streamId, uint64_t strip
 void FileTable::countFrames(uint32_t fileId, uint32_t streamId, uint64_t frames)
 {
     std::lock_guard guard(mutex_);
-    streamAt(at(fileId), streamId).frames = frames;
+    at(fileId).record.stream(streamId).frames = frames;
 }
 
 void FileTable::closeStream(uint32_t fileId, uint32_t streamId, uint64_t frames)
 {
     std::lock_guard guard(mutex_);
-    File &file = at(fileId);
-    StreamRecord &stream = streamAt(file, streamId);
+    FileRecord &record = at(fileId).record;
+    StreamRecord &stream = record.stream(streamId);
     const uint64_t bytes = frames * frameStride(stream);
     const uint64_t stripeBytes = space_.stripeBytes();
     stream.frames = frames;
     stream.closed = true;
     const Extents unneeded = cutOff(stream.extents, (bytes + stripeBytes - 1) / stripeBytes);
-    save(file.record);
+    save(record);
     allocator_.release(unneeded);
 }
 

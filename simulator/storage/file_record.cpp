@@ -3,7 +3,6 @@
 #include "errors.h"
 #include "storage/text_record.h"
 
-#include <algorithm>
 #include <sstream>
 
 namespace simulator {
@@ -49,18 +48,13 @@ uint64_t FileRecord::stripes() const
     return stripes;
 }
 
-StreamRecord *FileRecord::stream(uint32_t streamId)
+const StreamRecord &FileRecord::stream(uint32_t streamId) const
 {
-    const auto found =
-        std::find_if(streams.begin(), streams.end(), [streamId](const StreamRecord &candidate) {
-            return candidate.id == streamId;
-        });
-    return found == streams.end() ? nullptr : &*found;
-}
-
-const StreamRecord *FileRecord::stream(uint32_t streamId) const
-{
-    return const_cast<FileRecord *>(this)->stream(streamId);
+    for (const StreamRecord &stream : streams)
+        if (stream.id == streamId)
+            return stream;
+    raiseError("There is no stream " + std::to_string(streamId) + " in file " + std::to_string(id) +
+               ".");
 }
 
 std::string formatFileRecord(const FileRecord &record)

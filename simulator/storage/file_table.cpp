@@ -127,15 +127,6 @@ FileTable::File &FileTable::at(uint32_t fileId)
     return const_cast<File &>(std::as_const(*this).at(fileId));
 }
 
-StreamRecord &FileTable::streamAt(File &file, uint32_t streamId) const
-{
-    StreamRecord *stream = file.record.stream(streamId);
-    if (!stream)
-        raiseError("There is no stream " + std::to_string(streamId) + " in file " +
-                   std::to_string(file.record.id) + ".");
-    return *stream;
-}
-
 uint64_t FileTable::totalBytes() const
 {
     return set_.driveBytes / set_.clusterBytes * space_.stripeBytes();
@@ -211,7 +202,7 @@ FileRecord FileTable::file(uint32_t fileId) const
 StreamRecord FileTable::stream(uint32_t fileId, uint32_t streamId) const
 {
     std::lock_guard guard(mutex_);
-    return streamAt(const_cast<File &>(at(fileId)), streamId);
+    return at(fileId).record.stream(streamId);
 }
 
 uint32_t FileTable::createNamed(const std::string &name, uint64_t stripes, uint64_t created)

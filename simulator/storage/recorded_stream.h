@@ -7,7 +7,7 @@ namespace simulator {
 
 class Recorder;
 
-/// A stream of a file, wherever its handles are.
+/// Where a stream is found.
 struct StreamPlace
 {
     Recorder &recorder;

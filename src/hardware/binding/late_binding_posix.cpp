@@ -75,14 +75,14 @@ void *findLibrary()
 
 extern "C" {
 
-// Both are the thunks' alone.
+// Only the thunks use these two.
 extern std::atomic<void *> tavuLateFunctions[];
 void *tavuBindFunction(uint32_t index);
 
-/// Where each function is, once it was called.
+/// The address of each function, null until its first call.
 std::atomic<void *> tavuLateFunctions[std::size(kNames)];
 
-/// Called by a thunk in the place of its function, for the first call of it.
+/// Finds the function for a thunk that is called for the first time.
 void *tavuBindFunction(uint32_t index)
 {
     static void *const library = findLibrary();
