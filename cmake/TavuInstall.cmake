@@ -1,6 +1,6 @@
-# What "cmake --install" lays down and cpack packs: the programs, and for people who write clients
-# the client library with its headers and a CMake package, and the simulated recorder library. A .deb
-# on Linux, a zip on Windows.
+# What "cmake --install" lays down and cpack packs: the programs; for people who write clients the
+# client library with its headers and a CMake package, and the simulated recorder library; for people
+# who write a recorder library its headers. A .deb on Linux, a zip on Windows.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -41,6 +41,11 @@ endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/src/service/transport/local_socket.h"
               "${PROJECT_SOURCE_DIR}/src/service/transport/shared_region.h"
         DESTINATION "${header_folder}/service/transport")
+
+# For people who write a recorder library.
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/hardware/library" DESTINATION "${header_folder}/hardware")
+install(FILES "${PROJECT_SOURCE_DIR}/src/hardware/binding/quillon_functions.txt"
+        DESTINATION "${header_folder}/hardware/binding")
 
 install(EXPORT tavu NAMESPACE tavu:: FILE tavu-targets.cmake DESTINATION "${package_folder}")
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/tavu-config.cmake.in"

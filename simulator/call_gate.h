@@ -6,35 +6,29 @@
 
 namespace simulator {
 
-/// The way into every operation: past the call log, and past the faults of all recorders and of its
-/// own one.
+/// What every operation begins with: the call log, the faults that hold for all recorders, and
+/// those of its own recorder.
 struct CallGate
 {
-    /// Puts a call into the log.
+    /// Begins an operation with its arguments, the object first where a recorder has several of its
+    /// kind: writes the call into the log, waits, and raises Common::GeneralException, as the fault
+    /// plans say. False when the operation shall do nothing and yield nothing. To be called before
+    /// anything else, with no lock held that other operations need.
     template <typename... Arguments>
-    void note(const char *operation, const Arguments &...arguments) const
+    [[nodiscard]] bool begin(Operation operation, const Arguments &...arguments) const
     {
         if (log && log->isOn())
             log->write(recorderName, operation, {spelled(arguments)...});
-    }
-
-    /// To be called first thing in every operation, with no lock held that other operations need:
-    /// notes the call, waits, then raises Common::GeneralException, as the plans say. True when the
-    /// operation shall do nothing and yield nothing.
-    template <typename... Arguments>
-    bool empties(const char *operation, const Arguments &...arguments) const
-    {
-        note(operation, arguments...);
-        return isEmptied(operation);
+        return passFaults(operation);
     }
 
     std::shared_ptr<CallLog> log;
     std::shared_ptr<FaultPlan> commonFaults;
     std::shared_ptr<FaultPlan> recorderFaults = nullptr; ///< null outside of a recorder
-    std::string recorderName = "-";                      ///< that of its folder
+    std::string recorderName = "-";                      ///< its folder's
 
 private:
-    bool isEmptied(const char *operation) const;
+    bool passFaults(Operation operation) const;
 };
 
 } // namespace simulator

@@ -8,7 +8,7 @@ namespace simulator {
 
 void CallLog::open(const std::filesystem::path &file)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     isOn_ = false;
     stream_ = {};
     if (file.empty())
@@ -19,17 +19,17 @@ void CallLog::open(const std::filesystem::path &file)
     isOn_ = true;
 }
 
-void CallLog::write(const std::string &recorder, const char *operation,
+void CallLog::write(const std::string &recorder, Operation operation,
                     std::initializer_list<std::string> arguments)
 {
-    std::string line = recorder + ' ' + operation;
+    std::string line = recorder + ' ' + operation.name();
     const char *separator = " ";
     for (const std::string &argument : arguments) {
         line += separator + argument;
         separator = ", ";
     }
     line += '\n';
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     stream_ << line << std::flush;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "operation.h"
+
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -19,11 +21,11 @@ public:
 
     bool isOn() const { return isOn_; }
     /// The line is in the file when this returns, so that it outlives the process.
-    void write(const std::string &recorder, const char *operation,
+    void write(const std::string &recorder, Operation operation,
                std::initializer_list<std::string> arguments);
 
 private:
-    std::atomic<bool> isOn_ = false; ///< most often not, and then nobody waits for the mutex
+    std::atomic<bool> isOn_ = false; ///< read without the mutex, as most often there is no log
     std::mutex mutex_;
     std::ofstream stream_;
 };

@@ -16,8 +16,7 @@ std::string hexadecimal(const char *form, uint32_t number)
     return text;
 }
 
-/// How many bytes there are up to the last that isn't 0: of a block in which a record lies, that is
-/// what counts.
+/// The count of bytes without the zeros at the end, with which a record is padded to a block.
 uint64_t filledBytes(const unsigned char *bytes, uint64_t size)
 {
     while (size > 0 && bytes[size - 1] == 0)

@@ -9,20 +9,19 @@ namespace simulator {
 
 // How arguments stand in the call log.
 
-/// A buffer whose bytes the program hands over. Those that the library is to fill are told by their
-/// size alone.
+/// A buffer whose bytes the program hands over. Of a buffer to be filled the log tells the size.
 struct Content
 {
     const boost::shared_ptr<Common::Buffer> &buffer;
 };
 
-/// Of camera memory.
+/// An address of camera memory.
 struct Address
 {
     uint32_t number;
 };
 
-/// One of several objects, by its number.
+/// A numbered object, for example file 12.
 struct Numbered
 {
     const char *kind;

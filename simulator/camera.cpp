@@ -1,6 +1,6 @@
 #include "camera.h"
 
-#include "hardware/library/common.h"
+#include "errors.h"
 
 #include <algorithm>
 #include <cmath>
@@ -33,7 +33,7 @@ Camera::Camera(const PortDescription &description) : description_(description)
 
 void Camera::describe(const PortDescription &description)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const PortDescription before = description_;
     const uint64_t sent = sends() ? firstNumber_ + framesUntil(Clock::now()) : 0;
     description_ = description;
@@ -56,19 +56,19 @@ void Camera::describe(const PortDescription &description)
 
 bool Camera::isPresent() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return description_.hasCamera;
 }
 
 double Camera::frameRate() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return sends() ? description_.frameRate : 0;
 }
 
 std::optional<Camera::Tick> Camera::nextTick(Clock::time_point time) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (!sends())
         return std::nullopt;
     const uint64_t frame = framesUntil(time);
@@ -77,7 +77,7 @@ std::optional<Camera::Tick> Camera::nextTick(Clock::time_point time) const
 
 std::optional<Camera::Tick> Camera::newestTick(Clock::time_point time) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const uint64_t count = sends() ? framesUntil(time) : 0;
     if (count == 0)
         return std::nullopt;
@@ -86,7 +86,7 @@ std::optional<Camera::Tick> Camera::newestTick(Clock::time_point time) const
 
 void Camera::wake()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (sending_ || !description_.hasCamera)
         return;
     sending_ = true;
@@ -95,20 +95,20 @@ void Camera::wake()
 
 void Camera::silence()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     sending_ = false;
 }
 
 void Camera::readMemory(uint32_t address, void *target, uint64_t size) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireMemory(address, size);
     std::copy_n(memory_.data() + address, size, static_cast<uint8_t *>(target));
 }
 
 void Camera::writeMemory(uint32_t address, const void *source, uint64_t size)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireMemory(address, size);
     std::copy_n(static_cast<const uint8_t *>(source), size, memory_.data() + address);
 
@@ -130,7 +130,7 @@ uint64_t Camera::framesUntil(Clock::time_point time) const
     if (time <= origin_)
         return 0;
     const std::chrono::duration<double> passed = time - origin_;
-    uint64_t count = uint64_t(passed.count() * description_.frameRate);
+    uint64_t count = static_cast<uint64_t>(passed.count() * description_.frameRate);
     // The quotient can be off by one frame, and must agree with dueTime().
     while (count > 0 && dueTime(count - 1) > time)
         --count;
@@ -141,11 +141,12 @@ uint64_t Camera::framesUntil(Clock::time_point time) const
 
 Clock::time_point Camera::dueTime(uint64_t frame) const
 {
-    const double nanoseconds = kNanosecondsPerSecond * double(frame + 1) / description_.frameRate;
+    const double nanoseconds =
+        kNanosecondsPerSecond * static_cast<double>(frame + 1) / description_.frameRate;
     // A rate of next to nothing must not leave the clock's range.
     const double century = 100.0 * 365 * 24 * 3600 * kNanosecondsPerSecond;
-    return origin_ + std::chrono::duration_cast<Clock::duration>(
-                         std::chrono::nanoseconds(int64_t(std::min(nanoseconds, century))));
+    return origin_ + std::chrono::duration_cast<Clock::duration>(std::chrono::nanoseconds(
+                         static_cast<int64_t>(std::min(nanoseconds, century))));
 }
 
 void Camera::restart(uint64_t firstNumber)
@@ -167,15 +168,15 @@ void Camera::store(uint32_t address, uint32_t value)
     if (uint64_t(address) + 4 > memory_.size())
         return;
     for (unsigned i = 0; i < 4; ++i)
-        memory_[address + i] = uint8_t(value >> (24 - 8 * i));
+        memory_[address + i] = static_cast<uint8_t>(value >> (24 - 8 * i));
 }
 
 void Camera::requireMemory(uint32_t address, uint64_t size) const
 {
     if (!description_.hasCamera)
-        throw Common::GeneralException("There is no camera on the port.");
+        raiseError("There is no camera on the port.");
     if (address > memory_.size() || size > memory_.size() - address)
-        throw Common::GeneralException("The camera has no memory there.");
+        raiseError("The camera has no memory there.");
 }
 
 } // namespace simulator

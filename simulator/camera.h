@@ -26,8 +26,8 @@ public:
 
     explicit Camera(const PortDescription &description);
 
-    /// A changed description takes effect at once. A camera that is plugged in anew has its first
-    /// memory again.
+    /// A changed description takes effect at once. A camera that is plugged in anew has the memory
+    /// that is described.
     void describe(const PortDescription &description);
 
     bool isPresent() const;
@@ -39,7 +39,7 @@ public:
     /// before its first frame.
     std::optional<Tick> newestTick(Clock::time_point time) const;
 
-    /// Start or stop to send.
+    // Start and stop sending.
     void wake();
     void silence();
 
@@ -62,7 +62,7 @@ private:
     std::vector<uint8_t> memory_;
     bool sending_ = false;
     Clock::time_point origin_; ///< the first frame is due one period later
-    uint64_t firstNumber_ = 0; ///< of that frame
+    uint64_t firstNumber_ = 0; ///< number of that frame
 };
 
 } // namespace simulator

@@ -8,10 +8,13 @@ namespace simulator {
 
 namespace {
 
-/// Here the width stands in a field of its own, elsewhere it is that of a tap times their count.
+/// Of this type the width has a field of its own, elsewhere it is a tap's width times their count.
 constexpr uint32_t kCoaXPressType = 4;
 
-DataDescriptor &mine(Quillon::DataDescriptor &descriptor)
+// The numbers of fields.
+constexpr uint32_t kTapWidth = 1, kHeight = 2, kTapCount = 5, kWidth = 35;
+
+DataDescriptor &implementation(Quillon::DataDescriptor &descriptor)
 {
     return static_cast<DataDescriptor &>(descriptor);
 }
@@ -27,7 +30,7 @@ DataDescriptor::~DataDescriptor() = default;
 
 Quillon::ParameterValue &DataDescriptor::field(uint32_t id)
 {
-    if (libraryGate().empties("DataDescriptor::field", id))
+    if (!libraryGate().begin("DataDescriptor::field", id))
         return discarded_;
     const auto [field, isNew] = fields_.try_emplace(id);
     if (isNew)
@@ -47,13 +50,18 @@ std::string DataDescriptor::text() const
 
 uint32_t DataDescriptor::width() const
 {
-    return type_ == kCoaXPressType ? number(35) : number(1) * number(5);
+    return type_ == kCoaXPressType ? number(kWidth) : number(kTapWidth) * number(kTapCount);
+}
+
+uint32_t DataDescriptor::height() const
+{
+    return number(kHeight);
 }
 
 uint32_t DataDescriptor::number(uint32_t id) const
 {
     const auto field = fields_.find(id);
-    return field == fields_.end() ? 0 : uint32_t(field->second.number());
+    return field == fields_.end() ? 0 : static_cast<uint32_t>(field->second.number());
 }
 
 } // namespace simulator
@@ -62,33 +70,33 @@ namespace Quillon {
 
 boost::shared_ptr<DataDescriptor> DataDescriptor::Factory::create(uint32_t type)
 {
-    if (simulator::libraryGate().empties("DataDescriptor::create", type))
-        return {};
-    return boost::make_shared<simulator::DataDescriptor>(type);
+    return simulator::libraryGate().begin("DataDescriptor::create", type)
+               ? boost::make_shared<simulator::DataDescriptor>(type)
+               : nullptr;
 }
 
 void DataDescriptor::setManufacturer(const String &text)
 {
-    simulator::libraryGate().note("DataDescriptor::setManufacturer", text);
-    simulator::mine(*this).manufacturer = text;
+    if (simulator::libraryGate().begin("DataDescriptor::setManufacturer", text))
+        simulator::implementation(*this).manufacturer = text;
 }
 
 void DataDescriptor::setModel(const String &text)
 {
-    simulator::libraryGate().note("DataDescriptor::setModel", text);
-    simulator::mine(*this).model = text;
+    if (simulator::libraryGate().begin("DataDescriptor::setModel", text))
+        simulator::implementation(*this).model = text;
 }
 
 void DataDescriptor::setSubModel(const String &text)
 {
-    simulator::libraryGate().note("DataDescriptor::setSubModel", text);
-    simulator::mine(*this).subModel = text;
+    if (simulator::libraryGate().begin("DataDescriptor::setSubModel", text))
+        simulator::implementation(*this).subModel = text;
 }
 
 void DataDescriptor::setCustom(bool custom)
 {
-    simulator::libraryGate().note("DataDescriptor::setCustom", custom);
-    simulator::mine(*this).custom = custom;
+    if (simulator::libraryGate().begin("DataDescriptor::setCustom", custom))
+        simulator::implementation(*this).custom = custom;
 }
 
 } // namespace Quillon

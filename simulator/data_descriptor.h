@@ -17,16 +17,16 @@ public:
 
     Quillon::ParameterValue &field(uint32_t id) override;
 
-    /// Pixels; 0 as long as nobody told.
-    uint32_t width() const;
-    uint32_t height() const { return number(2); }
+    uint32_t width() const;  ///< pixels; 0 while it isn't set
+    uint32_t height() const; ///< pixels; 0 while it isn't set
 
     Quillon::String manufacturer;
     Quillon::String model;
     Quillon::String subModel;
     bool custom = false;
 
-    /// Everything, the fields in the order in which they were first asked for.
+    /// For the call log: type, texts, and the fields in the order in which they were first asked
+    /// for.
     std::string text() const;
 
 private:
@@ -35,7 +35,7 @@ private:
     const uint32_t type_;
     std::map<uint32_t, Quillon::ParameterValue> fields_;
     std::vector<uint32_t> order_;
-    Quillon::ParameterValue discarded_;
+    Quillon::ParameterValue discarded_; ///< takes what is written to a field that a fault empties
 };
 
 } // namespace simulator

@@ -25,7 +25,7 @@ std::vector<uint32_t> parseGroups(const std::string &text)
     std::vector<uint32_t> groups;
     for (size_t first = 0, plus = 0; plus != std::string::npos; first = plus + 1) {
         plus = text.find('+', first);
-        groups.push_back(uint32_t(parseNumber(trimmed(text.substr(first, plus - first)), 0, 255)));
+        groups.push_back(parseSmallNumber(trimmed(text.substr(first, plus - first)), 0, 255));
     }
     return groups;
 }
@@ -35,13 +35,13 @@ void takeFrameSize(PortDescription &port, const Setting &setting)
     const size_t cross = setting.value.find_first_of("xX");
     if (cross == std::string::npos)
         throw std::runtime_error("\"" + setting.value + "\" is not of the form 640x480");
-    port.frameWidth = uint32_t(parseNumber(trimmed(setting.value.substr(0, cross)), 1, 65535));
-    port.frameHeight = uint32_t(parseNumber(trimmed(setting.value.substr(cross + 1)), 1, 65535));
+    port.frameWidth = parseSmallNumber(trimmed(setting.value.substr(0, cross)), 1, 65535);
+    port.frameHeight = parseSmallNumber(trimmed(setting.value.substr(cross + 1)), 1, 65535);
 }
 
 uint32_t interfaceBit(const Setting &setting)
 {
-    const uint32_t bit = uint32_t(setting.number(1, 4));
+    const uint32_t bit = setting.number(1, 4);
     if (bit == 3)
         throw std::runtime_error("3 is not one of 1, 2 and 4");
     return bit;
@@ -50,11 +50,10 @@ uint32_t interfaceBit(const Setting &setting)
 using RecorderKey = Key<RecorderDescription>;
 using Recorder = RecorderDescription;
 
-const RecorderKey kRecorderKeys[] = {
+constexpr RecorderKey kRecorderKeys[] = {
     {"name", [](Recorder &r, const Setting &s) { r.name = s.name(); }},
     {"alternative name", [](Recorder &r, const Setting &s) { r.alternativeName = s.text(); }},
-    {"device type",
-     [](Recorder &r, const Setting &s) { r.deviceType = uint32_t(s.number(0, UINT32_MAX)); }},
+    {"device type", [](Recorder &r, const Setting &s) { r.deviceType = s.number(); }},
     {"virtual", [](Recorder &r, const Setting &s) { r.isVirtual = s.yesOrNo(); }},
     {"connected", [](Recorder &r, const Setting &s) { r.connected = s.yesOrNo(); }},
     {"interface", [](Recorder &r, const Setting &s) { r.interfaceBit = interfaceBit(s); }},
@@ -62,16 +61,16 @@ const RecorderKey kRecorderKeys[] = {
     {"drives", [](Recorder &r, const Setting &s) { r.driveGroups = parseGroups(s.value); }},
     {"drive size", [](Recorder &r, const Setting &s) { r.driveSize = s.size(0, kGiga << 20); }},
     {"cluster size",
-     [](Recorder &r, const Setting &s) { r.clusterSize = uint32_t(s.size(1, kGiga)); }},
-    {"metadata size",
-     [](Recorder &r, const Setting &s) { r.metadataSize = uint32_t(s.size(1, kGiga)); }},
-    {"drive sets",
-     [](Recorder &r, const Setting &s) { r.initialDriveSets = uint32_t(s.number(0, 1000)); }},
-    {"shared file", [](Recorder &r, const Setting &s) { r.sharedFile = s.yesOrNo(); }},
-    {"recovery time",
      [](Recorder &r, const Setting &s) {
-         r.recoveryMilliseconds = uint32_t(s.number(0, UINT32_MAX));
+         r.clusterSize = static_cast<uint32_t>(s.size(1, kGiga));
      }},
+    {"metadata size",
+     [](Recorder &r, const Setting &s) {
+         r.metadataSize = static_cast<uint32_t>(s.size(1, kGiga));
+     }},
+    {"drive sets", [](Recorder &r, const Setting &s) { r.initialDriveSets = s.number(0, 1000); }},
+    {"shared file", [](Recorder &r, const Setting &s) { r.sharedFile = s.yesOrNo(); }},
+    {"recovery time", [](Recorder &r, const Setting &s) { r.recoveryMilliseconds = s.number(); }},
     {"recovery error", [](Recorder &r, const Setting &s) { r.recoveryError = s.text(); }},
     {"external input",
      [](Recorder &r, const Setting &s) { r.externalInputHigh = s.choice("high", "low"); }},
@@ -80,22 +79,20 @@ const RecorderKey kRecorderKeys[] = {
 using PortKey = Key<PortDescription>;
 using Port = PortDescription;
 
-const PortKey kPortKeys[] = {
+constexpr PortKey kPortKeys[] = {
     {"name", [](Port &p, const Setting &s) { p.name = s.name(); }},
-    {"link mode",
-     [](Port &p, const Setting &s) { p.linkMode = uint32_t(s.number(0, UINT32_MAX)); }},
+    {"link mode", [](Port &p, const Setting &s) { p.linkMode = s.number(); }},
     {"camera", [](Port &p, const Setting &s) { p.hasCamera = s.yesOrNo(); }},
     {"silent", [](Port &p, const Setting &s) { p.silent = s.yesOrNo(); }},
-    {"acquisition start",
-     [](Port &p, const Setting &s) { p.acquisitionStart = uint32_t(s.number(0, UINT32_MAX)); }},
+    {"acquisition start", [](Port &p, const Setting &s) { p.acquisitionStart = s.number(); }},
     {"frame rate", [](Port &p, const Setting &s) { p.frameRate = s.decimal(0, 1e6); }},
     {"frame size", takeFrameSize},
-    {"bit depth", [](Port &p, const Setting &s) { p.bitDepth = uint32_t(s.number(1, 16)); }},
+    {"bit depth", [](Port &p, const Setting &s) { p.bitDepth = s.number(1, 16); }},
     {"bit depth setting", [](Port &p, const Setting &s) { p.hasBitDepthSetting = s.yesOrNo(); }},
     {"packing setting", [](Port &p, const Setting &s) { p.hasPackingSetting = s.yesOrNo(); }},
     {"serial", [](Port &p, const Setting &s) { p.hasSerial = s.yesOrNo(); }},
     {"memory size",
-     [](Port &p, const Setting &s) { p.memorySize = uint32_t(s.size(0, kGiga / 4)); }},
+     [](Port &p, const Setting &s) { p.memorySize = static_cast<uint32_t>(s.size(0, kGiga / 4)); }},
     {"no file", [](Port &p, const Setting &s) { p.noFile = s.yesOrNo(); }},
 };
 
@@ -116,8 +113,7 @@ void takePortSetting(PortDescription &port, const Setting &setting)
     if (setting.key.compare(0, kRegisterPrefix.size(), kRegisterPrefix) != 0)
         return take(kPortKeys, port, setting);
     const std::string address = setting.key.substr(kRegisterPrefix.size());
-    port.registers[uint32_t(parseNumber(address, 0, UINT32_MAX))] =
-        uint32_t(setting.number(0, UINT32_MAX));
+    port.registers[parseSmallNumber(address)] = setting.number();
 }
 
 /// The number behind "port " in a section's name.
@@ -133,7 +129,7 @@ uint64_t sectionPort(const std::string &section, uint64_t portCount)
     return number;
 }
 
-/// Does something for each setting that \a concerns, and adds the place to what it raises.
+/// Calls \a action for each setting that \a concerns accepts. Adds file and line to what it raises.
 template <typename Concerns, typename Action>
 void forEach(const std::filesystem::path &file, const std::vector<Setting> &settings,
              Concerns concerns, Action action)
@@ -174,7 +170,7 @@ RecorderDescription readRecorderDescription(const std::filesystem::path &file)
     forEach(
         file, settings, [](const Setting &setting) { return setting.section.empty(); },
         [&](const Setting &setting) { take(kRecorderKeys, recorder, setting); });
-    // What holds for all ports first, so that its place in the file doesn't matter.
+    // [ports] comes first wherever it stands in the file, so that a port's own section wins.
     PortDescription common;
     forEach(
         file, settings, [](const Setting &setting) { return setting.section == "ports"; },

@@ -1,5 +1,6 @@
 #include "device_list.h"
 
+#include "errors.h"
 #include "session.h"
 
 #include <algorithm>
@@ -16,23 +17,21 @@ DeviceList::~DeviceList() = default;
 
 uint64_t DeviceList::count()
 {
-    if (session_->installation().gate().empties("DeviceCollection::count"))
-        return 0;
-    return countSeen();
+    return session_->installation().gate().begin("DeviceCollection::count") ? countSeen() : 0;
 }
 
 Quillon::String DeviceList::deviceName(uint32_t index)
 {
     const boost::shared_ptr<Recorder> recorder = at(index);
-    if (recorder->gate().empties("DeviceCollection::deviceName", index))
-        return {};
-    return recorder->description()->name.c_str();
+    return recorder->begin("DeviceCollection::deviceName", index)
+               ? recorder->description()->name.c_str()
+               : "";
 }
 
 uint32_t DeviceList::deviceState(uint32_t index)
 {
     const boost::shared_ptr<Recorder> recorder = at(index);
-    if (recorder->gate().empties("DeviceCollection::deviceState", index))
+    if (!recorder->begin("DeviceCollection::deviceState", index))
         return 0;
     return recorder->isConnected() && isAttached(*recorder) ? 0 : 1;
 }
@@ -40,25 +39,22 @@ uint32_t DeviceList::deviceState(uint32_t index)
 boost::shared_ptr<Quillon::Device> DeviceList::device(uint32_t index)
 {
     boost::shared_ptr<Recorder> recorder = at(index);
-    if (recorder->gate().empties("DeviceCollection::device", index))
-        return {};
-    return recorder;
+    return recorder->begin("DeviceCollection::device", index) ? recorder : nullptr;
 }
 
 uint32_t DeviceList::registerChangeCallback(const ChangeCallback &callback)
 {
-    if (session_->installation().gate().empties("DeviceCollection::registerChangeCallback"))
+    if (!session_->installation().gate().begin("DeviceCollection::registerChangeCallback"))
         return 0;
     if (!callback)
-        throw Common::GeneralException("There is no callback.");
+        raiseError("There is no callback.");
     return session_->installation().addCallback(callback);
 }
 
 void DeviceList::unregisterChangeCallback(uint32_t id)
 {
-    if (session_->installation().gate().empties("DeviceCollection::unregisterChangeCallback", id))
-        return;
-    session_->installation().removeCallback(id);
+    if (session_->installation().gate().begin("DeviceCollection::unregisterChangeCallback", id))
+        session_->installation().removeCallback(id);
 }
 
 bool DeviceList::isAttached(const Recorder &recorder) const
@@ -66,10 +62,10 @@ bool DeviceList::isAttached(const Recorder &recorder) const
     return (recorder.description()->interfaceBit & interfaces_) != 0;
 }
 
-/// A recorder that was seen once keeps its index, wherever it is attached later.
+/// A recorder keeps the index with which it was first seen, even if it is attached elsewhere later.
 uint64_t DeviceList::countSeen()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     for (const auto &recorder : session_->installation().recorders())
         if (isAttached(*recorder) && std::find(seen_.begin(), seen_.end(), recorder) == seen_.end())
             seen_.push_back(recorder);
@@ -79,8 +75,8 @@ uint64_t DeviceList::countSeen()
 boost::shared_ptr<Recorder> DeviceList::at(uint32_t index)
 {
     if (index >= countSeen())
-        throw Common::GeneralException("There is no such recorder.");
-    const std::lock_guard lock(mutex_);
+        raiseError("There is no such recorder.");
+    std::lock_guard guard(mutex_);
     return seen_[index];
 }
 

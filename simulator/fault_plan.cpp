@@ -1,12 +1,10 @@
 #include "fault_plan.h"
 
-#include "operations.h"
 #include "settings_file.h"
 
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
-#include <tuple>
 
 namespace simulator {
 
@@ -29,36 +27,31 @@ std::pair<uint64_t, uint64_t> parseCalls(const std::string &text)
 FaultPlan::Effect parseEffect(const std::string &verb, const std::string &rest)
 {
     FaultPlan::Effect effect;
-    if (verb == "raise" && !rest.empty()) {
-        effect.raises = true;
-        effect.text = rest;
-    } else if (verb == "take") {
-        effect.milliseconds = uint32_t(parseNumber(rest, 0, UINT32_MAX));
-    } else if (verb == "empty" && rest.empty()) {
+    if (verb == "raise" && !rest.empty())
+        effect.error = rest;
+    else if (verb == "take")
+        effect.milliseconds = parseSmallNumber(rest);
+    else if (verb == "empty" && rest.empty())
         effect.empty = true;
-    } else {
+    else
         throw std::runtime_error("neither \"raise TEXT\" nor \"take MILLISECONDS\" nor \"empty\"");
-    }
     return effect;
 }
 
 } // namespace
 
-FaultPlan::Effect operator+(FaultPlan::Effect left, const FaultPlan::Effect &right)
+FaultPlan::Effect &FaultPlan::Effect::operator+=(const Effect &other)
 {
-    left.milliseconds += std::min(right.milliseconds, UINT32_MAX - left.milliseconds);
-    left.empty = left.empty || right.empty;
-    if (!left.raises) {
-        left.raises = right.raises;
-        left.text = right.text;
-    }
-    return left;
+    milliseconds += std::min(other.milliseconds, UINT32_MAX - milliseconds);
+    empty = empty || other.empty;
+    if (error.empty())
+        error = other.error;
+    return *this;
 }
 
 void FaultPlan::load(const std::filesystem::path &file)
 {
     std::vector<Fault> faults;
-    std::vector<Counter> counters;
     if (std::filesystem::exists(file)) {
         for (const auto &[number, line] : readLines(file)) {
             try {
@@ -68,47 +61,35 @@ void FaultPlan::load(const std::filesystem::path &file)
             }
         }
     }
-    for (const Fault &fault : faults)
-        if (std::none_of(counters.begin(), counters.end(), [&](const Counter &counter) {
-                return counter.operation == fault.operation;
-            }))
-            counters.push_back({fault.operation, 0});
-
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     faults_ = std::move(faults);
-    counters_ = std::move(counters);
+    calls_.fill(0);
     hasFaults_ = !faults_.empty();
 }
 
 FaultPlan::Fault FaultPlan::parse(const std::string &line)
 {
     std::istringstream words(line);
-    Fault fault;
-    std::string calls, verb, rest;
-    words >> fault.operation >> calls >> verb;
+    std::string name, calls, verb, rest;
+    words >> name >> calls >> verb;
     std::getline(words, rest);
-    if (!isOperation(fault.operation))
-        throw std::runtime_error("there is no operation \"" + fault.operation + "\"");
-    std::tie(fault.firstCall, fault.lastCall) = parseCalls(calls);
-    fault.effect = parseEffect(verb, trimmed(rest));
-    return fault;
+    const auto operation = Operation::findFallible(name);
+    if (!operation)
+        throw std::runtime_error("there is no operation \"" + name + "\"");
+    const auto [firstCall, lastCall] = parseCalls(calls);
+    return {*operation, firstCall, lastCall, parseEffect(verb, trimmed(rest))};
 }
 
-FaultPlan::Effect FaultPlan::count(const char *operation)
+FaultPlan::Effect FaultPlan::count(Operation operation)
 {
     Effect effect;
     if (!hasFaults_)
         return effect;
-    const std::lock_guard lock(mutex_);
-    const auto counter =
-        std::find_if(counters_.begin(), counters_.end(),
-                     [&](const Counter &known) { return known.operation == operation; });
-    if (counter == counters_.end())
-        return effect;
-    const uint64_t call = ++counter->calls;
+    std::lock_guard guard(mutex_);
+    const uint64_t call = ++calls_[operation.index()];
     for (const Fault &fault : faults_)
         if (fault.operation == operation && call >= fault.firstCall && call <= fault.lastCall)
-            effect = effect + fault.effect;
+            effect += fault.effect;
     return effect;
 }
 

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "operation.h"
+
+#include <array>
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -18,8 +21,10 @@ public:
     {
         uint32_t milliseconds = 0;
         bool empty = false;
-        bool raises = false;
-        std::string text;
+        std::string error; ///< text to raise; empty: none
+
+        /// Adds another effect. Of two errors the first is kept.
+        Effect &operator+=(const Effect &other);
     };
 
     /// Reads the file anew and counts from 0. Raises std::runtime_error that names file and line,
@@ -27,31 +32,23 @@ public:
     void load(const std::filesystem::path &file);
 
     /// Counts a call of \a operation and tells what shall happen to it.
-    Effect count(const char *operation);
+    Effect count(Operation operation);
 
 private:
     struct Fault
     {
-        std::string operation;
-        uint64_t firstCall = 1;
-        uint64_t lastCall = 0;
+        Operation operation;
+        uint64_t firstCall;
+        uint64_t lastCall;
         Effect effect;
-    };
-    struct Counter
-    {
-        std::string operation;
-        uint64_t calls = 0;
     };
 
     static Fault parse(const std::string &line);
 
-    std::atomic<bool> hasFaults_ = false; ///< most often not, and then nobody waits for the mutex
+    std::atomic<bool> hasFaults_ = false; ///< read without the mutex, as most often there are none
     std::mutex mutex_;
     std::vector<Fault> faults_;
-    std::vector<Counter> counters_;
+    std::array<uint64_t, std::size(kOperations)> calls_{}; ///< by the operation's index
 };
-
-/// The effects of both; of two texts, the first counts.
-FaultPlan::Effect operator+(FaultPlan::Effect left, const FaultPlan::Effect &right);
 
 } // namespace simulator

@@ -1,5 +1,7 @@
 #include "frame.h"
 
+#include "errors.h"
+
 #include <boost/make_shared.hpp>
 
 #include <utility>
@@ -38,11 +40,9 @@ const FrameForm &formOf(const Common::DataType &type)
     return static_cast<const FrameForm &>(type);
 }
 
-const Common::DataType &required(const boost::shared_ptr<Common::DataType> &type)
+const FrameForm &formOf(const boost::shared_ptr<Common::DataType> &type)
 {
-    if (!type)
-        throw Common::GeneralException("There is no data type.");
-    return *type;
+    return formOf(required(type, "There is no data type."));
 }
 
 } // namespace
@@ -84,12 +84,12 @@ uint32_t DataType::height() const
 
 uint32_t DataType::width(const boost::shared_ptr<DataType> &type)
 {
-    return simulator::required(type).width();
+    return simulator::formOf(type).width_;
 }
 
 uint32_t DataType::height(const boost::shared_ptr<DataType> &type)
 {
-    return simulator::required(type).height();
+    return simulator::formOf(type).height_;
 }
 
 boost::shared_ptr<DataType> Frame::dataType() const

@@ -7,15 +7,12 @@
 
 namespace simulator {
 
-namespace {
-
-const uint64_t kLargestGrowthBytes = 64 << 20;
-
-} // namespace
+/// The most that a file is given in advance.
+constexpr uint64_t kLargestGrowthBytes = 64 << 20;
 
 FrameWriter::FrameWriter(std::shared_ptr<FileTable> table, uint32_t fileId,
                          const StreamRecord &stream)
-    : table_(std::move(table)), fileId_(fileId), stream_(stream), header_(frameHeaderBytes)
+    : table_(std::move(table)), fileId_(fileId), stream_(stream), header_(kFrameHeaderBytes)
 {
 }
 
@@ -23,7 +20,7 @@ bool FrameWriter::write(uint64_t time)
 {
     const uint64_t number = stream_.frames;
     if (!table_) {
-        stream_.frames++;
+        ++stream_.frames;
         return true;
     }
     if (!makeRoom())
@@ -32,7 +29,7 @@ bool FrameWriter::write(uint64_t time)
     const uint64_t place = number * frameStride(stream_);
     drawPicture(pixels_.data(), stream_.width, stream_.height, stream_.port, number);
     writeFrameHeader(header_.data(), fileId_, stream_, number, time);
-    // The header comes last: where there is one, there is a whole frame.
+    // The header comes last, so that a frame with a header is complete.
     table_->space().write(stream_.extents, place + header_.size(), pixels_.data(),
                           pixels_.size() * sizeof(uint16_t));
     table_->space().write(stream_.extents, place, header_.data(), header_.size());
@@ -65,7 +62,7 @@ void FrameWriter::release()
         if (table_)
             table_->releaseStream(fileId_);
     } catch (const Common::GeneralException &) {
-        // The set is gone, and the file with it.
+        // The set was removed, and the file with it.
     }
     table_.reset();
 }

@@ -9,7 +9,7 @@ namespace simulator {
 class FrameWriter
 {
 public:
-    /// Lets the frames go when \a table is null.
+    /// Without a \a table the frames are only counted.
     FrameWriter(std::shared_ptr<FileTable> table, uint32_t fileId, const StreamRecord &stream);
 
     uint32_t fileId() const { return fileId_; }
@@ -17,9 +17,9 @@ public:
     /// Writes the next frame, with \a time in 100 ns units since 1601. False when the drives are
     /// full.
     bool write(uint64_t time);
-    /// Ends the stream orderly.
+    /// Marks the stream as complete.
     void close();
-    /// Nothing more will be written. Raises nothing.
+    /// To be called when nothing more will be written. Raises nothing.
     void release();
 
 private:

@@ -9,14 +9,14 @@ namespace simulator {
 /// names none.
 std::filesystem::path installationFolder();
 
-/// What became of an attempt to read a file.
+/// The content of a file, or why there is none.
 struct FileText
 {
     enum class State
     {
         Read,
         Absent,
-        Unreadable, ///< for now, perhaps
+        Unreadable, ///< possibly only for the moment
     };
 
     State state = State::Absent;

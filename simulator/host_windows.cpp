@@ -8,7 +8,7 @@ std::filesystem::path installationFolder()
 {
     const wchar_t *name = L"QUILLON_SIMULATOR_FOLDER";
     std::wstring folder(GetEnvironmentVariableW(name, nullptr, 0), L'\0');
-    folder.resize(GetEnvironmentVariableW(name, folder.data(), DWORD(folder.size())));
+    folder.resize(GetEnvironmentVariableW(name, folder.data(), static_cast<DWORD>(folder.size())));
     return folder.empty() ? std::filesystem::path() : std::filesystem::absolute(folder);
 }
 

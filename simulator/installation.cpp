@@ -1,40 +1,21 @@
 #include "installation.h"
 
+#include "errors.h"
 #include "settings_file.h"
 
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <exception>
 #include <utility>
 
 namespace simulator {
 
 namespace {
 
-constexpr std::chrono::milliseconds kLookInterval(50);
+constexpr const char *kReporter = "quillon simulator";
+constexpr std::chrono::milliseconds kCheckInterval(50);
 constexpr Quillon::VersionInfo kDefaultVersion{2, 1, 0, 38};
-
-void report(const std::string &text)
-{
-    std::fprintf(stderr, "quillon simulator: %s\n", text.c_str());
-    std::fflush(stderr);
-}
-
-/// Does something with a file, and reports what it raises.
-template <typename Action>
-void guarded(Action action)
-{
-    try {
-        action();
-    } catch (const std::exception &error) {
-        report(error.what());
-    } catch (const Common::GeneralException &error) {
-        report(error.what());
-    }
-}
 
 Quillon::VersionInfo parseVersion(const std::string &text)
 {
@@ -44,7 +25,7 @@ Quillon::VersionInfo parseVersion(const std::string &text)
         const size_t dot = &number == &numbers[3] ? std::string::npos : text.find('.', first);
         if (first > text.size())
             throw std::runtime_error("\"" + text + "\" is not of the form 2.1.0.38");
-        number = uint32_t(parseNumber(text.substr(first, dot - first), 0, UINT32_MAX));
+        number = parseSmallNumber(text.substr(first, dot - first));
         first = dot == std::string::npos ? text.size() + 1 : dot + 1;
     }
     return {numbers[0], numbers[1], numbers[2], numbers[3]};
@@ -59,7 +40,7 @@ std::array<uint32_t, 4> numbersOf(const Quillon::VersionInfo &version)
 struct LibraryDescription
 {
     Quillon::VersionInfo version = kDefaultVersion;
-    std::filesystem::path callLog; ///< from the folder of the installation; empty: none
+    std::filesystem::path callLog; ///< relative to the installation's folder; empty: none
 };
 
 LibraryDescription readLibraryDescription(const std::filesystem::path &file)
@@ -99,21 +80,21 @@ Installation::Installation(std::filesystem::path folder)
       version_(kDefaultVersion)
 {
     if (folder_.empty()) {
-        report("QUILLON_SIMULATOR_FOLDER names no folder, so there are no recorders");
+        report(kReporter, "QUILLON_SIMULATOR_FOLDER names no folder, so there are no recorders");
         return;
     }
     std::error_code error;
     if (!std::filesystem::is_directory(folder_, error))
-        report(nameOf(folder_) + " is not a folder, so there are no recorders");
-    if (libraryFile_.lookFirst())
-        guarded([&] { loadLibraryFile(); });
-    if (faultsFile_.lookFirst())
-        guarded([&] { gate_.commonFaults->load(faultsFile_.path()); });
+        report(kReporter, nameOf(folder_) + " is not a folder, so there are no recorders");
+    if (libraryFile_.readFirst())
+        attempt(kReporter, [&] { loadLibraryFile(); });
+    if (faultsFile_.readFirst())
+        attempt(kReporter, [&] { gate_.commonFaults->load(faultsFile_.path()); });
 }
 
 Quillon::VersionInfo Installation::version() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return version_;
 }
 
@@ -122,7 +103,7 @@ void Installation::start()
     if (folder_.empty())
         return;
     for (Place *place : newPlaces())
-        if (place->description.lookFirst())
+        if (place->description.readFirst())
             makeRecorder(*place);
     thread_ = std::thread(&Installation::watch, this);
 }
@@ -130,12 +111,12 @@ void Installation::start()
 void Installation::stop()
 {
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         stopping_ = true;
     }
     stopped_.notify_all();
     if (thread_.get_id() == std::this_thread::get_id())
-        thread_.detach(); // the last handle went in a callback
+        thread_.detach(); // a callback has dropped the last handle
     else if (thread_.joinable())
         thread_.join();
     for (const auto &recorder : recorders())
@@ -144,13 +125,13 @@ void Installation::stop()
 
 std::vector<boost::shared_ptr<Recorder>> Installation::recorders() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return recorders_;
 }
 
 uint32_t Installation::addCallback(const Change &callback)
 {
-    const std::lock_guard lock(callbackMutex_);
+    std::lock_guard guard(callbackMutex_);
     callbacks_[++lastCallback_] = callback;
     return lastCallback_;
 }
@@ -166,25 +147,25 @@ void Installation::removeCallback(uint32_t id)
 void Installation::watch()
 {
     std::unique_lock lock(mutex_);
-    while (!stopped_.wait_for(lock, kLookInterval, [&] { return stopping_; })) {
+    while (!stopped_.wait_for(lock, kCheckInterval, [&] { return stopping_; })) {
         lock.unlock();
-        guarded([&] { look(); });
+        attempt(kReporter, [&] { checkFiles(); });
         lock.lock();
     }
 }
 
-void Installation::look()
+void Installation::checkFiles()
 {
     if (faultsFile_.hasChanged())
-        guarded([&] { gate_.commonFaults->load(faultsFile_.path()); });
-    bool isNoticeable = false;
+        attempt(kReporter, [&] { gate_.commonFaults->load(faultsFile_.path()); });
+    bool hasNewVersion = false;
     if (libraryFile_.hasChanged())
-        guarded([&] { isNoticeable = loadLibraryFile(); });
-    if (isNoticeable)
+        attempt(kReporter, [&] { hasNewVersion = loadLibraryFile(); });
+    if (hasNewVersion)
         notify(Event::Changed);
     newPlaces();
     for (auto &[folder, place] : places_)
-        lookAt(place);
+        checkPlace(place);
 }
 
 std::vector<Installation::Place *> Installation::newPlaces()
@@ -204,10 +185,11 @@ std::vector<Installation::Place *> Installation::newPlaces()
     return places;
 }
 
-void Installation::lookAt(Place &place)
+void Installation::checkPlace(Place &place)
 {
     if (place.recorder && place.faults.hasChanged())
-        guarded([&] { place.recorder->gate().recorderFaults->load(place.faults.path()); });
+        attempt(kReporter,
+                [&] { place.recorder->gate().recorderFaults->load(place.faults.path()); });
     if (!place.description.hasChanged())
         return;
     if (!place.recorder) {
@@ -235,7 +217,7 @@ void Installation::lookAt(Place &place)
 std::optional<RecorderDescription> Installation::describe(const Place &place) const
 {
     std::optional<RecorderDescription> description;
-    guarded([&] { description = readRecorderDescription(place.description.path()); });
+    attempt(kReporter, [&] { description = readRecorderDescription(place.description.path()); });
     return description;
 }
 
@@ -244,15 +226,15 @@ void Installation::makeRecorder(Place &place)
     const auto description = describe(place);
     if (!description)
         return;
-    guarded([&] {
+    attempt(kReporter, [&] {
         const std::filesystem::path folder = place.description.path().parent_path();
         CallGate gate = gate_;
         gate.recorderFaults = std::make_shared<FaultPlan>();
         gate.recorderName = nameOf(folder.filename());
-        if (place.faults.lookFirst())
-            guarded([&] { gate.recorderFaults->load(place.faults.path()); });
+        if (place.faults.readFirst())
+            attempt(kReporter, [&] { gate.recorderFaults->load(place.faults.path()); });
         place.recorder = boost::make_shared<Recorder>(folder, gate, *description);
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         recorders_.push_back(place.recorder);
     });
 }
@@ -262,11 +244,11 @@ bool Installation::loadLibraryFile()
     const LibraryDescription description =
         libraryFile_.exists() ? readLibraryDescription(libraryFile_.path()) : LibraryDescription();
     if (std::exchange(callLog_, description.callLog) != description.callLog)
-        guarded([&] {
+        attempt(kReporter, [&] {
             gate_.log->open(description.callLog.empty() ? description.callLog
                                                         : folder_ / description.callLog);
         });
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const auto before = numbersOf(std::exchange(version_, description.version));
     return before != numbersOf(description.version);
 }
@@ -275,7 +257,7 @@ void Installation::notify(Event event)
 {
     std::unique_lock lock(callbackMutex_);
     for (uint32_t next = 0;;) {
-        // They can come and go while one of them runs.
+        // Callbacks can be added and removed while one of them runs.
         const auto entry = callbacks_.upper_bound(next);
         if (entry == callbacks_.end())
             return;
@@ -284,7 +266,7 @@ void Installation::notify(Event event)
         runningCallback_ = next;
         callbackThread_ = std::this_thread::get_id();
         lock.unlock();
-        guarded([&] { callback(uint32_t(event)); });
+        attempt(kReporter, [&] { callback(static_cast<uint32_t>(event)); });
         lock.lock();
         runningCallback_ = 0;
         callbackThread_ = std::thread::id();

@@ -38,20 +38,20 @@ public:
     Installation(const Installation &) = delete;
     Installation &operator=(const Installation &) = delete;
 
-    /// Of operations that belong to no recorder.
+    /// For operations that belong to no recorder.
     const CallGate &gate() const { return gate_; }
     Quillon::VersionInfo version() const;
 
-    /// Finds the recorders and begins to watch.
+    /// Finds the recorders and starts watching the files.
     void start();
-    /// Ceases to watch and pulls all recorders out.
+    /// Stops watching and pulls all recorders out.
     void stop();
 
     /// All recorders ever seen, in the order of their numbers.
     std::vector<boost::shared_ptr<Recorder>> recorders() const;
 
     uint32_t addCallback(const Change &callback);
-    /// Waits for a call that is under way, unless it is the caller itself.
+    /// Waits for a call of the callback that is under way, unless the callback itself calls this.
     void removeCallback(uint32_t id);
 
 private:
@@ -62,25 +62,25 @@ private:
 
         WatchedFile description;
         WatchedFile faults;
-        boost::shared_ptr<Recorder> recorder; ///< none as long as its description is no good
+        boost::shared_ptr<Recorder> recorder; ///< null until its description can be read
     };
 
     void watch();
-    void look();
+    void checkFiles();
     /// Places for the folders that have come since the last time.
     std::vector<Place *> newPlaces();
-    void lookAt(Place &place);
-    /// As the place's file describes it now; none, after a report, when that is no good.
+    void checkPlace(Place &place);
+    /// What the place's file says now; none, after a report, when it can't be understood.
     std::optional<RecorderDescription> describe(const Place &place) const;
     void makeRecorder(Place &place);
-    /// True when a program can notice the change.
+    /// True when the version has changed.
     bool loadLibraryFile();
     void notify(Event event);
 
     const std::filesystem::path folder_;
     const CallGate gate_;
 
-    // Of the thread that watches, after the start.
+    // After the start these are used by the watching thread alone.
     WatchedFile libraryFile_;
     WatchedFile faultsFile_;
     std::filesystem::path callLog_;
@@ -102,7 +102,7 @@ private:
     std::thread thread_;
 };
 
-/// The gate of the library as it was started last; an open one before that.
+/// The gate of the last installation; before the first one, a gate without log and faults.
 CallGate libraryGate();
 
 } // namespace simulator

@@ -36,30 +36,31 @@ Library &library()
 
 std::shared_ptr<Session> runningSession()
 {
-    const std::lock_guard lock(library().mutex);
+    std::lock_guard guard(library().mutex);
     return library().session.lock();
 }
 
 Installation &newInstallation()
 {
     auto *installation = new Installation(installationFolder());
-    const std::lock_guard lock(library().mutex);
+    std::lock_guard guard(library().mutex);
     return *library().installations.emplace_back(installation);
 }
 
-/// Empty when a fault wants it.
+/// Null when a fault says that the call yields nothing.
 std::shared_ptr<Session> startSession(const Quillon::String &name, bool flag, Quillon::Scope scope)
 {
     const auto running = runningSession();
     Installation &installation = running ? running->installation() : newInstallation();
-    if (installation.gate().empties("Instance::initialize", name, flag, uint32_t(scope)))
+    if (!installation.gate().begin("Instance::initialize", name, flag,
+                                   static_cast<uint32_t>(scope)))
         return nullptr;
 
-    const std::lock_guard lock(library().startMutex);
+    std::lock_guard guard(library().startMutex);
     if (auto session = runningSession())
         return session;
     auto session = std::make_shared<Session>(installation);
-    const std::lock_guard libraryLock(library().mutex);
+    std::lock_guard libraryGuard(library().mutex);
     library().session = session;
     return session;
 }
@@ -68,7 +69,7 @@ std::shared_ptr<Session> startSession(const Quillon::String &name, bool flag, Qu
 
 CallGate libraryGate()
 {
-    const std::lock_guard lock(library().mutex);
+    std::lock_guard guard(library().mutex);
     const auto &all = library().installations;
     return all.empty() ? CallGate() : all.back()->gate();
 }
@@ -89,18 +90,19 @@ boost::shared_ptr<DeviceCollection> Instance::deviceCollection(HostInterfaceType
                                                                bool flag)
 {
     const auto &session = static_cast<simulator::RunningInstance &>(*this).session;
-    if (session->installation().gate().empties("Instance::deviceCollection", uint32_t(interfaces),
-                                               flag))
-        return {};
-    return boost::make_shared<simulator::DeviceList>(session, uint32_t(interfaces));
+    return session->installation().gate().begin("Instance::deviceCollection",
+                                                static_cast<uint32_t>(interfaces), flag)
+               ? boost::make_shared<simulator::DeviceList>(session,
+                                                           static_cast<uint32_t>(interfaces))
+               : nullptr;
 }
 
 VersionInfo Instance::version()
 {
     const auto &session = static_cast<simulator::RunningInstance &>(*this).session;
-    if (session->installation().gate().empties("Instance::version"))
-        return {};
-    return session->installation().version();
+    return session->installation().gate().begin("Instance::version")
+               ? session->installation().version()
+               : VersionInfo{};
 }
 
 } // namespace Quillon

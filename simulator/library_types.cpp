@@ -1,3 +1,4 @@
+#include "errors.h"
 #include "hardware/library/common.h"
 #include "hardware/library/storage.h"
 #include "installation.h"
@@ -16,10 +17,9 @@ namespace {
 void *allocate(uint64_t size)
 {
     constexpr uint64_t most = uint64_t(1) << 40;
-    void *memory =
-        size <= most && size <= SIZE_MAX ? std::malloc(size_t(size ? size : 1)) : nullptr;
+    void *memory = size <= most && size <= SIZE_MAX ? std::malloc(size ? size : 1) : nullptr;
     if (!memory)
-        throw Common::GeneralException("Out of memory.");
+        simulator::raiseError("Out of memory.");
     return memory;
 }
 
@@ -64,7 +64,7 @@ String &String::operator=(const String &other)
 
 String &String::operator=(const char *text)
 {
-    char *copy = duplicate(text); // first: it may be a piece of our own
+    char *copy = duplicate(text); // before the old text goes, as it may be a part of it
     std::free(text_);
     text_ = copy;
     return *this;
@@ -144,7 +144,7 @@ template <typename T>
 const T &Vector<T>::operator[](uint64_t index) const
 {
     if (index >= size_)
-        throw Common::GeneralException("Index out of range.");
+        simulator::raiseError("Index out of range.");
     return elements_[index];
 }
 
@@ -164,7 +164,7 @@ template <typename T>
 void Vector<T>::erase(const VectorIterator<T> &position)
 {
     if (size_ == 0 || position.position_ == elements_ + size_)
-        throw Common::GeneralException("Index out of range.");
+        simulator::raiseError("Index out of range.");
     for (T *place = position.position_; place + 1 != elements_ + size_; ++place)
         *place = place[1];
     elements_[--size_] = T();
@@ -173,8 +173,8 @@ void Vector<T>::erase(const VectorIterator<T> &position)
 template <typename T>
 void Vector<T>::append(const T &element)
 {
-    const T copy = element; // it may be an element of this vector
-    // There is room for the size's next power of two at least.
+    const T copy = element; // before the elements move, as it may be one of them
+    // The capacity is at least the size rounded up to a power of two.
     if (size_ == 0 || std::has_single_bit(size_)) {
         T *grown = new T[size_ ? 2 * size_ : 1]();
         for (uint64_t i = 0; i < size_; ++i)
@@ -185,7 +185,7 @@ void Vector<T>::append(const T &element)
     elements_[size_++] = copy;
 }
 
-// Where symbols have a visibility, that of a list is the one of its elements unless told otherwise.
+// Where symbols have a visibility, a list has that of its elements unless it is given one.
 #ifdef _WIN32
 #define EXPORTED_LIST
 #else
@@ -227,7 +227,7 @@ boost::shared_ptr<Buffer> Buffer::create(const void *source, uint64_t size)
 {
     boost::shared_ptr<Buffer> buffer(new Buffer(size));
     if (source && size > 0)
-        std::memcpy(buffer->data(), source, size_t(size));
+        std::memcpy(buffer->data(), source, size);
     return buffer;
 }
 
@@ -239,18 +239,18 @@ void *Buffer::data()
 void *Buffer::ptr(uint64_t offset)
 {
     if (offset > size_)
-        throw GeneralException("Offset out of range.");
+        simulator::raiseError("Offset out of range.");
     return bytes_ + offset;
 }
 
 uint64_t TimestampHelper::universalTime()
 {
-    if (simulator::libraryGate().empties("TimestampHelper::universalTime"))
+    if (!simulator::libraryGate().begin("TimestampHelper::universalTime"))
         return 0;
     using Ticks = std::chrono::duration<int64_t, std::ratio<1, 10'000'000>>;
     constexpr uint64_t until1970 = 116'444'736'000'000'000; // from 1601
     const auto now = std::chrono::system_clock::now().time_since_epoch();
-    return until1970 + uint64_t(std::chrono::duration_cast<Ticks>(now).count());
+    return until1970 + static_cast<uint64_t>(std::chrono::duration_cast<Ticks>(now).count());
 }
 
 } // namespace Common

@@ -1,9 +1,10 @@
 #include "port.h"
 
 #include "data_descriptor.h"
+#include "errors.h"
 #include "frame.h"
-#include "operation.h"
 #include "picture.h"
+#include "recorder.h"
 #include "recording.h"
 #include "serial_channel.h"
 
@@ -18,13 +19,6 @@ namespace {
 
 constexpr Port::Geometry kDefaultGeometry{640, 480};
 constexpr uint64_t kLargestFrame = uint64_t(1) << 30; ///< bytes
-
-Common::Buffer &required(const boost::shared_ptr<Common::Buffer> &data)
-{
-    if (!data)
-        throw Common::GeneralException("There is no buffer.");
-    return *data;
-}
 
 } // namespace
 
@@ -43,34 +37,29 @@ Port::~Port() = default;
 
 Quillon::String Port::name()
 {
-    if (isEmptied(recorder_, "Port::name", *this))
-        return {};
-    return description().name.c_str();
+    return recorder_.begin("Port::name", *this) ? description().name.c_str() : "";
 }
 
 bool Port::isCameraDetected()
 {
-    if (isEmptied(recorder_, "Port::isCameraDetected", *this))
-        return false;
-    return camera_.isPresent();
+    return recorder_.begin("Port::isCameraDetected", *this) && camera_.isPresent();
 }
 
 void Port::setDataDescriptor(const boost::shared_ptr<Quillon::DataDescriptor> &descriptor)
 {
-    if (isEmptied(recorder_, "Port::setDataDescriptor", *this, descriptor))
+    if (!recorder_.begin("Port::setDataDescriptor", *this, descriptor))
         return;
-    if (!descriptor)
-        throw Common::GeneralException("There is no data descriptor.");
-    const auto &fields = static_cast<const DataDescriptor &>(*descriptor);
-    const std::lock_guard lock(mutex_);
+    const auto &fields =
+        static_cast<const DataDescriptor &>(required(descriptor, "There is no data descriptor."));
+    std::lock_guard guard(mutex_);
     declared_ = {fields.width(), fields.height()};
 }
 
 void Port::startGrab(const Quillon::GrabOptions &options, uint32_t flags)
 {
-    if (isEmptied(recorder_, "Port::startGrab", *this, options, flags))
+    if (!recorder_.begin("Port::startGrab", *this, options, flags))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     grabbing_ = true;
     interrupted_ = false;
     lastDue_ = Clock::now();
@@ -78,9 +67,9 @@ void Port::startGrab(const Quillon::GrabOptions &options, uint32_t flags)
 
 void Port::stopGrab()
 {
-    if (isEmptied(recorder_, "Port::stopGrab", *this))
+    if (!recorder_.begin("Port::stopGrab", *this))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     grabbing_ = false;
     ++interruptions_;
     changed_.notify_all();
@@ -88,9 +77,9 @@ void Port::stopGrab()
 
 bool Port::isGrabbing()
 {
-    if (isEmptied(recorder_, "Port::isGrabbing", *this))
+    if (!recorder_.begin("Port::isGrabbing", *this))
         return false;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return grabbing_;
 }
 
@@ -98,10 +87,9 @@ void Port::grab(boost::shared_ptr<Common::Frame> &frame, uint32_t timeLimit, boo
                 bool second, bool third, bool fourth, bool fifth)
 {
     frame.reset();
-    if (isEmptied(recorder_, "Port::grab", *this, timeLimit, first, second, third, fourth, fifth))
-        return;
-    if (const auto tick = awaitFrame(std::chrono::milliseconds(timeLimit)))
-        frame = takePicture(tick->number);
+    if (recorder_.begin("Port::grab", *this, timeLimit, first, second, third, fourth, fifth))
+        if (const auto tick = awaitFrame(std::chrono::milliseconds(timeLimit)))
+            frame = takePicture(tick->number);
 }
 
 std::optional<Camera::Tick> Port::awaitFrame(std::chrono::milliseconds timeLimit)
@@ -130,7 +118,7 @@ boost::shared_ptr<Common::Frame> Port::takePicture(uint64_t number) const
     const uint32_t depth = bitDepth();
     const uint64_t bytes = frameBytes(size.width, size.height, depth);
     if (bytes > kLargestFrame)
-        throw Common::GeneralException("The frames of the port are too large.");
+        raiseError("The frames of the port are too large.");
     const boost::shared_ptr<Common::Buffer> buffer(new Common::Buffer(bytes));
     if (depth == 16) {
         drawPicture(static_cast<uint16_t *>(buffer->data()), size.width, size.height, index_ + 1,
@@ -151,9 +139,9 @@ boost::shared_ptr<Common::Frame> Port::takePicture(uint64_t number) const
 
 void Port::interruptGrab()
 {
-    if (isEmptied(recorder_, "Port::interruptGrab", *this))
+    if (!recorder_.begin("Port::interruptGrab", *this))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     interrupted_ = true;
     ++interruptions_;
     changed_.notify_all();
@@ -161,38 +149,32 @@ void Port::interruptGrab()
 
 bool Port::hasSerial()
 {
-    if (isEmptied(recorder_, "Port::hasSerial", *this))
-        return false;
-    return description().hasSerial;
+    return recorder_.begin("Port::hasSerial", *this) && description().hasSerial;
 }
 
 boost::shared_ptr<Quillon::SerialPort> Port::serial()
 {
-    if (isEmptied(recorder_, "Port::serial", *this))
+    if (!recorder_.begin("Port::serial", *this))
         return {};
     if (!description().hasSerial)
-        throw Common::GeneralException("The port has no serial channel.");
+        raiseError("The port has no serial channel.");
     return serial_;
 }
 
 double Port::measuredFrameRate()
 {
-    if (isEmptied(recorder_, "Port::measuredFrameRate", *this))
-        return 0;
-    return camera_.frameRate();
+    return recorder_.begin("Port::measuredFrameRate", *this) ? camera_.frameRate() : 0;
 }
 
 uint32_t Port::linkMode()
 {
-    if (isEmptied(recorder_, "Port::linkMode", *this))
-        return 0;
-    return description().linkMode;
+    return recorder_.begin("Port::linkMode", *this) ? description().linkMode : 0;
 }
 
 void Port::writeMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t address,
                        uint32_t flags)
 {
-    if (isEmptied(recorder_, "Port::writeMemory", *this, Content{data}, Address{address}, flags))
+    if (!recorder_.begin("Port::writeMemory", *this, Content{data}, Address{address}, flags))
         return;
     Common::Buffer &buffer = required(data);
     camera_.writeMemory(address, buffer.data(), buffer.size());
@@ -202,7 +184,7 @@ void Port::writeMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t a
 void Port::readMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t address,
                       uint32_t flags)
 {
-    if (isEmptied(recorder_, "Port::readMemory", *this, data, Address{address}, flags))
+    if (!recorder_.begin("Port::readMemory", *this, data, Address{address}, flags))
         return;
     Common::Buffer &buffer = required(data);
     camera_.readMemory(address, buffer.data(), buffer.size());
@@ -210,49 +192,45 @@ void Port::readMemory(const boost::shared_ptr<Common::Buffer> &data, uint32_t ad
 
 bool Port::hasBitDepthSetting()
 {
-    if (isEmptied(recorder_, "Port::hasBitDepthSetting", *this))
-        return false;
-    return description().hasBitDepthSetting;
+    return recorder_.begin("Port::hasBitDepthSetting", *this) && description().hasBitDepthSetting;
 }
 
 void Port::setBitDepth(uint32_t bits)
 {
-    if (isEmptied(recorder_, "Port::setBitDepth", *this, bits))
+    if (!recorder_.begin("Port::setBitDepth", *this, bits))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (!description_.hasBitDepthSetting)
-        throw Common::GeneralException("The port has no bit depth setting.");
+        raiseError("The port has no bit depth setting.");
     if (bits < 1 || bits > 16)
-        throw Common::GeneralException("The port has no such bit depth.");
+        raiseError("The port has no such bit depth.");
     bitDepth_ = bits;
 }
 
 bool Port::hasPackingSetting()
 {
-    if (isEmptied(recorder_, "Port::hasPackingSetting", *this))
-        return false;
-    return description().hasPackingSetting;
+    return recorder_.begin("Port::hasPackingSetting", *this) && description().hasPackingSetting;
 }
 
 void Port::setPacking(uint32_t packing)
 {
-    if (isEmptied(recorder_, "Port::setPacking", *this, packing))
+    if (!recorder_.begin("Port::setPacking", *this, packing))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (!description_.hasPackingSetting)
-        throw Common::GeneralException("The port has no packing setting.");
+        raiseError("The port has no packing setting.");
     unpacked_ = packing == 0;
 }
 
 PortDescription Port::description() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return description_;
 }
 
 Port::Geometry Port::geometry() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (description_.frameWidth > 0)
         return {description_.frameWidth, description_.frameHeight};
     if (declared_.width > 0 && declared_.height > 0)
@@ -262,13 +240,13 @@ Port::Geometry Port::geometry() const
 
 bool Port::deliversNoFile() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return description_.noFile;
 }
 
 uint32_t Port::bitDepth() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return bitDepth_ ? *bitDepth_ : unpacked_ ? 16 : description_.bitDepth;
 }
 
@@ -276,7 +254,7 @@ void Port::describe(const PortDescription &description)
 {
     camera_.describe(description);
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         description_ = description;
     }
     cameraChanged();
@@ -285,7 +263,7 @@ void Port::describe(const PortDescription &description)
 void Port::reset()
 {
     serial_->reset();
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     declared_ = {};
     bitDepth_.reset();
     unpacked_ = false;
@@ -297,7 +275,7 @@ void Port::reset()
 void Port::cameraChanged()
 {
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         changed_.notify_all();
     }
     recorder_.recording().portChanged(*this);

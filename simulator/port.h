@@ -48,7 +48,7 @@ public:
     bool hasPackingSetting() override;
     void setPacking(uint32_t packing) override;
 
-    // The rest is for the library itself, and works while the recorder is pulled out.
+    // What follows is for the library itself, and works while the recorder is pulled out.
 
     uint32_t index() const { return index_; }
     Camera &camera() { return camera_; }
@@ -60,11 +60,11 @@ public:
     void describe(const PortDescription &description);
     /// Forgets what programs have set and started, as a recorder does that is pulled out.
     void reset();
-    /// To be called after the camera began or ceased to send.
+    /// To be called after the camera has changed, or has started or stopped sending.
     void cameraChanged();
 
 private:
-    /// The next frame to deliver, for which it waits; none when grabbing or the time ends.
+    /// Waits for the next frame to deliver. None when grabbing or the time ends.
     std::optional<Camera::Tick> awaitFrame(std::chrono::milliseconds timeLimit);
     boost::shared_ptr<Common::Frame> takePicture(uint64_t number) const;
     uint32_t bitDepth() const;
@@ -77,13 +77,13 @@ private:
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     PortDescription description_;
-    Geometry declared_; ///< by the data descriptor
+    Geometry declared_; ///< in the data descriptor
     std::optional<uint32_t> bitDepth_;
     bool unpacked_ = false;
 
     bool grabbing_ = false;
     bool interrupted_ = false;
-    uint64_t interruptions_ = 0; ///< so that a call notices one that is already over
+    uint64_t interruptions_ = 0; ///< counted, so that a waiting call notices each
     Clock::time_point lastDue_;  ///< when the last frame delivered was due
 };
 

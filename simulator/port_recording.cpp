@@ -1,7 +1,8 @@
 #include "port_recording.h"
 
+#include "errors.h"
+
 #include <algorithm>
-#include <iostream>
 #include <thread>
 
 namespace simulator {
@@ -10,20 +11,15 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// A camera that changes meanwhile is noticed so soon.
-const milliseconds kLongestWait(20);
-// After a stop, frames that are late are still written for so long.
-const milliseconds kStopGrace(200);
+/// A change of the camera is noticed within this time.
+constexpr milliseconds kLongestWait(20);
+/// Frames that are late are still written for so long after a stop.
+constexpr milliseconds kStopGrace(200);
 
-/// No duration that a clock can't hold.
+/// Microseconds, limited so that a time point can hold the sum.
 std::chrono::microseconds durationOf(uint64_t time)
 {
     return std::chrono::microseconds(std::min(time, uint64_t(1) << 50));
-}
-
-void report(const char *event, const char *reason)
-{
-    std::cerr << std::string(event) + ": " + reason + "\n" << std::flush;
 }
 
 } // namespace
@@ -45,7 +41,7 @@ void PortRecording::start(const std::shared_ptr<PortRecording> &recording)
 
 void PortRecording::trigger(TriggerSource source, bool high, Clock::time_point time)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const bool isRecording = state_ == State::Recording;
     const bool isWaiting = state_ == State::Waiting || state_ == State::FillingLoop;
     if (isWaiting && control_.startInput.isFiredBy(source, high))
@@ -108,20 +104,20 @@ void PortRecording::abandon()
     writer_.release();
 }
 
-void PortRecording::look()
+void PortRecording::cameraChanged()
 {
     changed_.notify_all();
 }
 
 PortRecording::State PortRecording::state() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return state_;
 }
 
 uint64_t PortRecording::frames() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return taken_ + loop_.size();
 }
 
@@ -136,12 +132,12 @@ void PortRecording::run()
 {
     Lock lock(mutex_);
     while (const auto due = awaitFrame(lock)) {
-        taken_++;
+        ++taken_;
         lock.unlock();
         const bool isWritten = writeFrame(*due);
         lock.lock();
         if (!isWritten) {
-            taken_--;
+            --taken_;
             break;
         }
     }
@@ -203,15 +199,12 @@ void PortRecording::waitUntil(Lock &lock, const std::optional<Camera::Tick> &tic
 bool PortRecording::writeFrame(Clock::time_point due)
 {
     using Units = std::chrono::duration<uint64_t, std::ratio<1, 10'000'000>>;
-    try {
+    bool isWritten = false;
+    attempt("A recording ends", [&] {
         const auto sinceArmed = std::chrono::duration_cast<Units>(due - armed_);
-        return writer_.write(timestamp_ + sinceArmed.count());
-    } catch (const Common::GeneralException &exception) {
-        report("A recording ends", exception.what());
-    } catch (const std::exception &exception) {
-        report("A recording ends", exception.what());
-    }
-    return false;
+        isWritten = writer_.write(timestamp_ + sinceArmed.count());
+    });
+    return isWritten;
 }
 
 void PortRecording::finish(Lock &lock)
@@ -219,13 +212,7 @@ void PortRecording::finish(Lock &lock)
     loop_.clear();
     if (!abandoned_) {
         lock.unlock();
-        try {
-            writer_.close();
-        } catch (const Common::GeneralException &exception) {
-            report("A recording is left open", exception.what());
-        } catch (const std::exception &exception) {
-            report("A recording is left open", exception.what());
-        }
+        attempt("A recording is left open", [this] { writer_.close(); });
         lock.lock();
     }
     state_ = State::Ended;

@@ -39,11 +39,10 @@ public:
     uint32_t stop();
     /// Ends and leaves the file incomplete.
     void abandon();
-    /// The camera has changed.
-    void look();
+    void cameraChanged();
 
     State state() const;
-    /// Frames in the loop at first, then those taken.
+    /// Frames in the pre-trigger loop and those taken.
     uint64_t frames() const;
 
 private:
@@ -55,7 +54,7 @@ private:
     bool isOver() const;
 
     void run();
-    /// Waits for the frame to be written next, and tells when it was due; none at the end.
+    /// Waits for the next frame to write, and returns its due time; none at the end.
     std::optional<Clock::time_point> awaitFrame(Lock &lock);
     void fillLoop(Lock &lock);
     void waitUntil(Lock &lock, const std::optional<Camera::Tick> &tick);
@@ -66,7 +65,7 @@ private:
     const RecordControl control_;
     const Clock::time_point armed_;
     const uint64_t timestamp_;
-    FrameWriter writer_; ///< for the thread alone until it is over
+    FrameWriter writer_; ///< used by the thread alone until it is over
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
@@ -74,10 +73,10 @@ private:
     bool abandoned_ = false;
     bool threadIsOver_ = false;
     uint64_t taken_ = 0;
-    Clock::time_point lastTick_;                ///< of the camera's, of those seen so far
-    std::deque<Clock::time_point> loop_;        ///< when frames were due that wait to be written
+    Clock::time_point lastTick_;                ///< due time of the camera's last frame so far
+    std::deque<Clock::time_point> loop_;        ///< due times of the frames that wait to be written
     std::optional<Clock::time_point> end_;      ///< no frame is kept that is due later
-    std::optional<Clock::time_point> deadline_; ///< what isn't written by then is lost
+    std::optional<Clock::time_point> deadline_; ///< no frame is written later
 };
 
 } // namespace simulator

@@ -1,7 +1,6 @@
 #include "recorder.h"
 
-#include "hardware/library/common.h"
-#include "operation.h"
+#include "errors.h"
 #include "port.h"
 #include "recording.h"
 #include "storage/drive_storage.h"
@@ -16,7 +15,7 @@ namespace simulator {
 
 namespace {
 
-/// What stands on a port that a recorder has no more.
+/// For a port that the recorder no longer has: it stays, but without a camera.
 PortDescription emptyPort(const PortDescription &before)
 {
     PortDescription description = before;
@@ -31,7 +30,8 @@ Recorder::Recorder(std::filesystem::path folder, CallGate gate, RecorderDescript
       description_(std::make_shared<RecorderDescription>(std::move(description)))
 {
     for (const PortDescription &port : description_->ports)
-        ports_.push_back(boost::make_shared<Port>(*this, uint32_t(ports_.size()), port));
+        ports_.push_back(
+            boost::make_shared<Port>(*this, static_cast<uint32_t>(ports_.size()), port));
     storage_ = boost::make_shared<DriveStorage>(*this);
     triggers_ = boost::make_shared<TriggerNetwork>(*this);
     recording_ = boost::make_shared<Recording>(*this);
@@ -41,31 +41,27 @@ Recorder::~Recorder() = default;
 
 uint32_t Recorder::kind()
 {
-    return !gate_.empties("Device::kind") && description()->isVirtual ? 1 : 0;
+    return begin("Device::kind") && description()->isVirtual ? 1 : 0;
 }
 
 Quillon::String Recorder::name()
 {
-    if (gate_.empties("Device::name"))
-        return {};
-    return description()->name.c_str();
+    return begin("Device::name") ? description()->name.c_str() : "";
 }
 
 Quillon::String Recorder::altName()
 {
-    if (gate_.empties("Device::altName"))
-        return {};
-    return description()->alternativeName.c_str();
+    return begin("Device::altName") ? description()->alternativeName.c_str() : "";
 }
 
 uint32_t Recorder::connectionState()
 {
-    return gate_.empties("Device::connectionState") || isConnected() ? 0 : 1;
+    return !begin("Device::connectionState") || isConnected() ? 0 : 1;
 }
 
 boost::shared_ptr<Quillon::HardwareInfo> Recorder::hardwareInfo(uint32_t flags)
 {
-    if (isEmptied(*this, "Device::hardwareInfo", flags))
+    if (!begin("Device::hardwareInfo", flags))
         return {};
     const auto info = boost::make_shared<Quillon::HardwareInfo>();
     info->deviceType = description()->deviceType;
@@ -74,48 +70,38 @@ boost::shared_ptr<Quillon::HardwareInfo> Recorder::hardwareInfo(uint32_t flags)
 
 boost::shared_ptr<Quillon::Storage> Recorder::storage(uint32_t flags)
 {
-    if (isEmptied(*this, "Device::storage", flags))
-        return {};
-    return storage_;
+    return begin("Device::storage", flags) ? storage_ : nullptr;
 }
 
 uint32_t Recorder::portCount()
 {
-    if (isEmptied(*this, "Device::portCount"))
-        return 0;
-    return uint32_t(description()->ports.size());
+    return begin("Device::portCount") ? static_cast<uint32_t>(description()->ports.size()) : 0;
 }
 
 boost::shared_ptr<Quillon::Port> Recorder::port(uint32_t index)
 {
-    if (isEmptied(*this, "Device::port", index))
-        return {};
-    return portAt(index);
+    return begin("Device::port", index) ? portAt(index) : nullptr;
 }
 
 boost::shared_ptr<Quillon::TriggerBank> Recorder::triggerBank()
 {
-    if (isEmptied(*this, "Device::triggerBank"))
-        return {};
-    return triggers_;
+    return begin("Device::triggerBank") ? triggers_ : nullptr;
 }
 
 boost::shared_ptr<Quillon::Record> Recorder::record()
 {
-    if (isEmptied(*this, "Device::record"))
-        return {};
-    return recording_;
+    return begin("Device::record") ? recording_ : nullptr;
 }
 
 std::shared_ptr<const RecorderDescription> Recorder::description() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return description_;
 }
 
 bool Recorder::isConnected() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return description_->connected;
 }
 
@@ -123,14 +109,14 @@ void Recorder::requireConnected() const
 {
     const auto now = description();
     if (!now->connected)
-        throw Common::GeneralException((now->name + " is not connected.").c_str());
+        raiseError(now->name + " is not connected.");
 }
 
 boost::shared_ptr<Port> Recorder::portAt(uint32_t index) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (index >= description_->ports.size())
-        throw Common::GeneralException("There is no such port.");
+        raiseError("There is no such port.");
     return ports_[index];
 }
 
@@ -140,9 +126,10 @@ void Recorder::describe(const RecorderDescription &description)
     std::shared_ptr<const RecorderDescription> before;
     std::vector<boost::shared_ptr<Port>> ports;
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         for (size_t i = ports_.size(); i < after->ports.size(); ++i)
-            ports_.push_back(boost::make_shared<Port>(*this, uint32_t(i), after->ports[i]));
+            ports_.push_back(
+                boost::make_shared<Port>(*this, static_cast<uint32_t>(i), after->ports[i]));
         before = std::exchange(description_, after);
         ports = ports_;
     }

@@ -4,7 +4,6 @@
 #include "description.h"
 #include "hardware/library/device.h"
 
-#include <atomic>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -39,15 +38,27 @@ public:
     boost::shared_ptr<Quillon::TriggerBank> triggerBank() override;
     boost::shared_ptr<Quillon::Record> record() override;
 
+    /// As CallGate::begin(). Raises also when the recorder is pulled out and the operation needs
+    /// it.
+    template <typename... Arguments>
+    [[nodiscard]] bool begin(Operation operation, const Arguments &...arguments) const
+    {
+        if (!gate_.begin(operation, arguments...))
+            return false;
+        if (operation.rule() == OperationRule::Connected)
+            requireConnected();
+        return true;
+    }
+
     const std::filesystem::path &folder() const { return folder_; }
     const CallGate &gate() const { return gate_; }
-    /// As it is now; later changes make another one.
+    /// The present description. It never changes: a change of the recorder makes a new one.
     std::shared_ptr<const RecorderDescription> description() const;
 
     bool isConnected() const;
     /// Raises Common::GeneralException when the recorder is pulled out.
     void requireConnected() const;
-    /// Raises Common::GeneralException for an index that isn't there. Usable while disconnected.
+    /// Raises Common::GeneralException for an index that isn't there. Works while disconnected.
     boost::shared_ptr<Port> portAt(uint32_t index) const;
 
     Recording &recording() { return *recording_; }

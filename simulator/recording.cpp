@@ -1,7 +1,7 @@
 #include "recording.h"
 
-#include "operation.h"
-#include "raise.h"
+#include "errors.h"
+#include "recorder.h"
 #include "storage/drive_set.h"
 
 #include <boost/make_shared.hpp>
@@ -17,12 +17,12 @@ uint32_t Recording::addPort(const boost::shared_ptr<Quillon::Port> &port, uint64
                             uint32_t portNumber, const std::optional<uint64_t> &limit,
                             const Quillon::String &label)
 {
-    if (isEmptied(recorder_, "Record::addPort", port, timestamp, portNumber, limit, label))
+    if (!recorder_.begin("Record::addPort", port, timestamp, portNumber, limit, label))
         return 0;
-    const auto ours = portOf(port);
-    const std::lock_guard lock(mutex_);
-    Slot &slot = slots_[ours->index()];
-    slot.port = ours;
+    const auto own = portOf(port);
+    std::lock_guard guard(mutex_);
+    Slot &slot = slots_[own->index()];
+    slot.port = own;
     slot.timestamp = timestamp;
     slot.streamId = nextStreamId_++;
     return slot.streamId;
@@ -30,9 +30,9 @@ uint32_t Recording::addPort(const boost::shared_ptr<Quillon::Port> &port, uint64
 
 void Recording::start(uint32_t flags)
 {
-    if (isEmptied(recorder_, "Record::start", flags))
+    if (!recorder_.begin("Record::start", flags))
         return;
-    const std::lock_guard order(order_);
+    std::lock_guard order(order_);
     const std::vector<Slot> slots = comingSlots();
     for (const Slot &slot : slots) {
         if (!slot.set)
@@ -45,13 +45,13 @@ void Recording::start(uint32_t flags)
 
 uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &port, uint32_t flags)
 {
-    if (isEmptied(recorder_, "Record::stopPort", port, flags))
+    if (!recorder_.begin("Record::stopPort", port, flags))
         return 0;
     const uint32_t index = portOf(port)->index();
-    const std::lock_guard order(order_);
+    std::lock_guard order(order_);
     std::shared_ptr<PortRecording> recording;
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         Slot &slot = slots_[index];
         slot.streamId = 0;
         recording = slot.recording;
@@ -59,7 +59,7 @@ uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &port, uint3
     if (!recording)
         return 0;
     const uint32_t fileId = recording->stop();
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     slots_[index].lastFrames = recording->frames();
     slots_[index].recording.reset();
     return fileId;
@@ -68,11 +68,11 @@ uint32_t Recording::stopPort(const boost::shared_ptr<Quillon::Port> &port, uint3
 boost::shared_ptr<Quillon::Record::Status>
 Recording::status(const boost::shared_ptr<Quillon::Port> &port)
 {
-    if (isEmptied(recorder_, "Record::status", port))
+    if (!recorder_.begin("Record::status", port))
         return {};
     const uint32_t index = portOf(port)->index();
     auto status = boost::make_shared<Status>();
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const Slot &slot = slots_[index];
     status->state = static_cast<uint32_t>(slot.recording ? slot.recording->state()
                                                          : PortRecording::State::Idle);
@@ -83,23 +83,23 @@ Recording::status(const boost::shared_ptr<Quillon::Port> &port)
 void Recording::attachDriveSet(const boost::shared_ptr<Quillon::DriveSet> &set,
                                const boost::shared_ptr<Quillon::Port> &port)
 {
-    if (isEmptied(recorder_, "Record::attachDriveSet", set, port))
+    if (!recorder_.begin("Record::attachDriveSet", set, port))
         return;
-    const auto ours = portOf(port);
+    const auto own = portOf(port);
     const auto *driveSet = dynamic_cast<const DriveSet *>(set.get());
     if (!driveSet || &driveSet->recorder() != &recorder_)
         raiseError("That is no drive set of this recorder.");
-    const std::lock_guard lock(mutex_);
-    slots_[ours->index()].set = driveSet->table();
+    std::lock_guard guard(mutex_);
+    slots_[own->index()].set = driveSet->table();
 }
 
 void Recording::detachPort(const boost::shared_ptr<Quillon::Port> &port)
 {
-    if (isEmptied(recorder_, "Record::detachPort", port))
+    if (!recorder_.begin("Record::detachPort", port))
         return;
-    const auto ours = portOf(port);
-    const std::lock_guard lock(mutex_);
-    slots_[ours->index()].set.reset();
+    const auto own = portOf(port);
+    std::lock_guard guard(mutex_);
+    slots_[own->index()].set.reset();
 }
 
 void Recording::trigger(TriggerSource source, bool high)
@@ -111,38 +111,38 @@ void Recording::trigger(TriggerSource source, bool high)
 
 void Recording::abandon()
 {
-    const std::lock_guard order(order_);
+    std::lock_guard order(order_);
     std::vector<uint32_t> indices;
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         for (const auto &[index, slot] : slots_)
             indices.push_back(index);
     }
     for (const uint32_t index : indices)
         end(index);
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     slots_.clear();
 }
 
 void Recording::portChanged(Port &port)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const auto slot = slots_.find(port.index());
     if (slot != slots_.end() && slot->second.recording)
-        slot->second.recording->look();
+        slot->second.recording->cameraChanged();
 }
 
 boost::shared_ptr<Port> Recording::portOf(const boost::shared_ptr<Quillon::Port> &port) const
 {
-    const auto ours = boost::dynamic_pointer_cast<Port>(port);
-    if (!ours || recorder_.portAt(ours->index()) != ours)
+    const auto own = boost::dynamic_pointer_cast<Port>(port);
+    if (!own || recorder_.portAt(own->index()) != own)
         raiseError("That is no port of this recorder.");
-    return ours;
+    return own;
 }
 
 std::vector<Recording::Slot> Recording::comingSlots() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     std::vector<Slot> coming;
     for (const auto &[index, slot] : slots_) {
         if (slot.streamId != 0)
@@ -155,20 +155,20 @@ void Recording::end(uint32_t portIndex)
 {
     std::shared_ptr<PortRecording> recording;
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         recording = slots_[portIndex].recording;
     }
     if (!recording)
         return;
     recording->abandon();
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     slots_[portIndex].lastFrames = recording->frames();
     slots_[portIndex].recording.reset();
 }
 
 std::vector<std::shared_ptr<PortRecording>> Recording::recordings() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     std::vector<std::shared_ptr<PortRecording>> recordings;
     for (const auto &[index, slot] : slots_) {
         if (slot.recording)

@@ -28,25 +28,25 @@ public:
                         const boost::shared_ptr<Quillon::Port> &port) override;
     void detachPort(const boost::shared_ptr<Quillon::Port> &port) override;
 
-    // The rest is for the library itself.
+    // What follows is for the library itself.
 
     /// A source of the trigger network fires; its level becomes \a high.
     void trigger(TriggerSource source, bool high);
     /// The recorder is pulled out: running recordings end, and their files stay incomplete. What
     /// programs have attached and added is forgotten.
     void abandon();
-    /// The camera on \a port began or ceased to send, or sends otherwise.
+    /// The camera on \a port has changed, or has started or stopped sending.
     void portChanged(Port &port);
 
 private:
     struct Slot
     {
         boost::shared_ptr<Port> port;
-        std::shared_ptr<FileTable> set; ///< that is attached
-        uint32_t streamId = 0;          ///< of the coming recording; 0: the port takes no part
-        uint64_t timestamp = 0;         ///< of the coming recording
+        std::shared_ptr<FileTable> set; ///< the attached drive set
+        uint32_t streamId = 0;          ///< in the next recording; 0: the port takes no part
+        uint64_t timestamp = 0;         ///< of the next recording
         std::shared_ptr<PortRecording> recording; ///< until it is stopped
-        uint64_t lastFrames = 0;                  ///< of the last one that was
+        uint64_t lastFrames = 0;                  ///< frames of the last recording that was stopped
     };
 
     boost::shared_ptr<Port> portOf(const boost::shared_ptr<Quillon::Port> &port) const;

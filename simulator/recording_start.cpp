@@ -1,8 +1,8 @@
-// How a recording comes to have its files and its threads.
+// The start of a recording: its files and its threads.
 
 #include "recording.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "recorder.h"
 
 #include <algorithm>
@@ -42,7 +42,7 @@ void makeFiles(std::vector<NewFile> &files)
         }
     } catch (...) {
         for (const NewFile &file : files) {
-            for (size_t i = 0; i < file.streams.size() && file.id != 0; i++)
+            for (size_t i = 0; i < file.streams.size() && file.id != 0; ++i)
                 file.set->releaseStream(file.id);
             if (file.id != 0)
                 file.set->removeFile(file.id);
@@ -85,14 +85,14 @@ void Recording::launch(const std::vector<Slot> &slots, const std::vector<FrameWr
     const RecordControl control = recorder_.triggers().control();
     const Clock::time_point now = Clock::now();
     std::vector<std::shared_ptr<PortRecording>> recordings;
-    for (size_t i = 0; i < slots.size(); i++)
+    for (size_t i = 0; i < slots.size(); ++i)
         recordings.push_back(std::make_shared<PortRecording>(slots[i].port, control, writers[i],
                                                              now, slots[i].timestamp));
 
-    // All are there before one runs, so that a trigger finds all of them.
+    // All are listed before the first one runs, so that a trigger reaches all of them.
     {
-        const std::lock_guard lock(mutex_);
-        for (size_t i = 0; i < slots.size(); i++) {
+        std::lock_guard guard(mutex_);
+        for (size_t i = 0; i < slots.size(); ++i) {
             Slot &slot = slots_[slots[i].port->index()];
             slot.recording = recordings[i];
             slot.streamId = 0;
@@ -100,11 +100,11 @@ void Recording::launch(const std::vector<Slot> &slots, const std::vector<FrameWr
     }
     size_t started = 0;
     try {
-        for (; started < recordings.size(); started++)
+        for (; started < recordings.size(); ++started)
             PortRecording::start(recordings[started]);
     } catch (const std::system_error &error) {
-        const std::lock_guard lock(mutex_);
-        for (; started < recordings.size(); started++)
+        std::lock_guard guard(mutex_);
+        for (; started < recordings.size(); ++started)
             slots_[slots[started].port->index()].recording.reset();
         raiseError(error.what());
     }

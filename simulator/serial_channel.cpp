@@ -1,17 +1,20 @@
 #include "serial_channel.h"
 
-#include "operation.h"
+#include "errors.h"
 #include "port.h"
+#include "recorder.h"
 
 #include <chrono>
 #include <cstring>
+#include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace simulator {
 
 namespace {
 
-// A camera has so much memory and no more: what is beyond it is lost.
+// The camera's memory. What doesn't fit is lost.
 constexpr size_t kLongestLine = 64 << 10;
 constexpr size_t kLongestAnswer = 1 << 20;
 constexpr size_t kMostValues = 256;
@@ -26,125 +29,110 @@ SerialChannel::~SerialChannel() = default;
 
 void SerialChannel::send(const boost::shared_ptr<Common::Buffer> &data)
 {
-    if (isEmptied(recorder_, "SerialPort::send", port_, Content{data}))
-        return;
-    if (!data)
-        throw Common::GeneralException("There is no buffer.");
-    for (const std::string &line : takeLines(static_cast<const char *>(data->data()), data->size()))
-        append(answerTo(line));
+    if (recorder_.begin("SerialPort::send", port_, Content{data}))
+        for (const std::string &line : takeLines(required(data)))
+            append(answerTo(line));
 }
 
 void SerialChannel::clear(uint32_t flags)
 {
-    if (isEmptied(recorder_, "SerialPort::clear", port_, flags))
+    if (!recorder_.begin("SerialPort::clear", port_, flags))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     state_.answer.clear();
 }
 
 bool SerialChannel::receive(const boost::shared_ptr<Common::Buffer> &data, uint32_t timeLimit,
                             const Quillon::String &terminator)
 {
-    if (isEmptied(recorder_, "SerialPort::receive", port_, data, timeLimit, terminator))
+    if (!recorder_.begin("SerialPort::receive", port_, data, timeLimit, terminator))
         return false;
-    if (!data)
-        throw Common::GeneralException("There is no buffer.");
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeLimit);
-    const size_t size = size_t(data->size());
+    Common::Buffer &target = required(data);
+    const auto deadline = Clock::now() + std::chrono::milliseconds(timeLimit);
+    const size_t size = target.size();
     std::unique_lock lock(mutex_);
     const auto isOver = [&] { return !state_.enabled || state_.answer.size() >= size; };
     if (!changed_.wait_until(lock, deadline, isOver) || !state_.enabled)
         return false;
-    std::memcpy(data->data(), state_.answer.data(), size);
+    std::memcpy(target.data(), state_.answer.data(), size);
     state_.answer.erase(0, size);
     return true;
 }
 
 void SerialChannel::setEnabled(bool enabled)
 {
-    if (isEmptied(recorder_, "SerialPort::setEnabled", port_, enabled))
+    if (!recorder_.begin("SerialPort::setEnabled", port_, enabled))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     state_.enabled = enabled;
     changed_.notify_all();
 }
 
 bool SerialChannel::isEnabled()
 {
-    if (isEmptied(recorder_, "SerialPort::isEnabled", port_))
+    if (!recorder_.begin("SerialPort::isEnabled", port_))
         return false;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return state_.enabled;
 }
 
 void SerialChannel::setBaudRate(uint32_t rate)
 {
-    if (isEmptied(recorder_, "SerialPort::setBaudRate", port_, rate))
+    if (!recorder_.begin("SerialPort::setBaudRate", port_, rate))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     state_.baudRate = rate;
 }
 
 uint32_t SerialChannel::baudRate()
 {
-    if (isEmptied(recorder_, "SerialPort::baudRate", port_))
+    if (!recorder_.begin("SerialPort::baudRate", port_))
         return 0;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return state_.baudRate;
 }
 
 void SerialChannel::setStopBits(uint8_t bits)
 {
-    if (isEmptied(recorder_, "SerialPort::setStopBits", port_, bits))
-        return;
-    const std::lock_guard lock(mutex_);
-    state_.stopBits = bits;
+    std::ignore = recorder_.begin("SerialPort::setStopBits", port_, bits);
 }
 
 void SerialChannel::setParity(uint8_t parity)
 {
-    if (isEmptied(recorder_, "SerialPort::setParity", port_, parity))
-        return;
-    const std::lock_guard lock(mutex_);
-    state_.parity = parity;
+    std::ignore = recorder_.begin("SerialPort::setParity", port_, parity);
 }
 
 void SerialChannel::setWatermark(uint32_t watermark)
 {
-    if (isEmptied(recorder_, "SerialPort::setWatermark", port_, watermark))
-        return;
-    const std::lock_guard lock(mutex_);
-    state_.watermark = watermark;
+    std::ignore = recorder_.begin("SerialPort::setWatermark", port_, watermark);
 }
 
 uint32_t SerialChannel::watermarkLimit()
 {
-    if (isEmptied(recorder_, "SerialPort::watermarkLimit", port_))
-        return 0;
-    return kMostWatermark;
+    return recorder_.begin("SerialPort::watermarkLimit", port_) ? kMostWatermark : 0;
 }
 
 void SerialChannel::reset()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     state_ = State();
     changed_.notify_all();
 }
 
-std::vector<std::string> SerialChannel::takeLines(const char *bytes, uint64_t size)
+std::vector<std::string> SerialChannel::takeLines(Common::Buffer &data)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (!state_.enabled)
-        throw Common::GeneralException("The serial channel is not enabled.");
+        raiseError("The serial channel is not enabled.");
     std::vector<std::string> lines;
     if (!port_.camera().isPresent())
         return lines;
-    for (const char *end = bytes + size; bytes != end; ++bytes) {
-        if (*bytes == '\r') {
+    const std::string_view bytes(static_cast<const char *>(data.data()), data.size());
+    for (const char byte : bytes) {
+        if (byte == '\r')
             lines.push_back(std::exchange(state_.line, std::string()));
-        } else if (*bytes != '\n' && state_.line.size() < kLongestLine) {
-            state_.line += *bytes;
-        }
+        else if (byte != '\n' && state_.line.size() < kLongestLine)
+            state_.line += byte;
     }
     return lines;
 }
@@ -164,7 +152,7 @@ std::string SerialChannel::answerTo(const std::string &line)
         return "ok";
     }
 
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (command == "get" && values_.count(rest) > 0)
         return values_[rest];
     const size_t space = rest.find(' ');
@@ -178,7 +166,7 @@ std::string SerialChannel::answerTo(const std::string &line)
 
 void SerialChannel::append(const std::string &answer)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (state_.answer.size() + answer.size() < kLongestAnswer)
         state_.answer += answer + '\r';
     changed_.notify_all();

@@ -30,12 +30,14 @@ public:
     bool isEnabled() override;
     void setBaudRate(uint32_t rate) override;
     uint32_t baudRate() override;
+    // The simulated line has no use for these three.
     void setStopBits(uint8_t bits) override;
     void setParity(uint8_t parity) override;
     void setWatermark(uint32_t watermark) override;
+
     uint32_t watermarkLimit() override;
 
-    /// As it was before anyone used it.
+    /// Back to the state before any use.
     void reset();
 
 private:
@@ -43,15 +45,12 @@ private:
     {
         bool enabled = false;
         uint32_t baudRate = 9600;
-        uint8_t stopBits = 1;
-        uint8_t parity = 0;
-        uint32_t watermark = 0;
-        std::string line;   ///< that the camera has got so far
+        std::string line;   ///< what the camera has received of the next line
         std::string answer; ///< bytes on their way from the camera
     };
 
-    /// The whole lines that arrive with \a bytes.
-    std::vector<std::string> takeLines(const char *bytes, uint64_t size);
+    /// Gives the camera what a program sends, and returns the lines that are whole now.
+    std::vector<std::string> takeLines(Common::Buffer &data);
     std::string answerTo(const std::string &line);
     void append(const std::string &answer);
 
@@ -60,7 +59,8 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     State state_;
-    std::map<std::string, std::string> values_; ///< the camera's, which outlive the channel's state
+    std::map<std::string, std::string>
+        values_; ///< kept by the camera, also when the channel is reset
 };
 
 } // namespace simulator

@@ -4,8 +4,8 @@
 
 namespace simulator {
 
-/// The time from the library's start until the last handle of its instance and its collections
-/// goes. The installation itself stays, for handles further down.
+/// Lasts from the library's start until the last handle of an instance or a device collection is
+/// dropped. The installation stays for the handles of recorders and what belongs to them.
 class Session
 {
 public:

@@ -13,14 +13,14 @@ namespace simulator {
 
 namespace {
 
-const char kBlanks[] = " \t\r\f\v";
+constexpr char kBlanks[] = " \t\r\f\v";
 
 char lowered(char c)
 {
-    return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-/// In lower case, with single kBlanks.
+/// In lower case, with single blanks.
 std::string normalised(const std::string &text)
 {
     std::string result;
@@ -79,6 +79,11 @@ uint64_t parseNumber(const std::string &text, uint64_t least, uint64_t most)
     return number;
 }
 
+uint32_t parseSmallNumber(const std::string &text, uint32_t least, uint32_t most)
+{
+    return static_cast<uint32_t>(parseNumber(text, least, most));
+}
+
 const std::string &Setting::name() const
 {
     if (value.empty())
@@ -94,18 +99,18 @@ bool Setting::choice(const char *first, const char *second) const
     return chosen == first;
 }
 
-uint64_t Setting::number(uint64_t least, uint64_t most) const
+uint32_t Setting::number(uint32_t least, uint32_t most) const
 {
-    return parseNumber(value, least, most);
+    return parseSmallNumber(value, least, most);
 }
 
 uint64_t Setting::size(uint64_t least, uint64_t most) const
 {
-    const char units[] = "kmg";
-    const char *unit = value.empty() ? nullptr : std::find(units, units + 3, lowered(value.back()));
-    if (!unit || unit == units + 3)
+    constexpr std::string_view units = "kmg";
+    const size_t unit = value.empty() ? units.npos : units.find(lowered(value.back()));
+    if (unit == units.npos)
         return parseNumber(value, least, most);
-    const unsigned shift = 10 * unsigned(unit - units + 1);
+    const size_t shift = 10 * (unit + 1);
     const std::string count = trimmed(value.substr(0, value.size() - 1));
     const uint64_t number = parseNumber(count, 0, most >> shift) << shift;
     if (number < least)

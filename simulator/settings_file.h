@@ -10,15 +10,16 @@ namespace simulator {
 
 /// The path as UTF-8, for messages.
 std::string nameOf(const std::filesystem::path &path);
-/// The other way round.
+/// The path whose name in UTF-8 is \a name.
 std::filesystem::path pathOf(const std::string &name);
 
-/// Without the blanks around it.
+/// The text without the blanks around it.
 std::string trimmed(const std::string &text);
 
 /// A number, decimal or hexadecimal behind 0x. Raises std::runtime_error when \a text is something
 /// else, or out of range.
 uint64_t parseNumber(const std::string &text, uint64_t least, uint64_t most);
+uint32_t parseSmallNumber(const std::string &text, uint32_t least = 0, uint32_t most = UINT32_MAX);
 
 /// A line "key = value" of a file. The conversions raise std::runtime_error.
 struct Setting
@@ -29,12 +30,12 @@ struct Setting
     unsigned line = 0; ///< from 1
 
     const std::string &text() const { return value; }
-    /// As text(), but not empty.
+    /// text(), which may not be empty.
     const std::string &name() const;
     bool yesOrNo() const { return choice("yes", "no"); }
     /// True for \a first.
     bool choice(const char *first, const char *second) const;
-    uint64_t number(uint64_t least, uint64_t most) const;
+    uint32_t number(uint32_t least = 0, uint32_t most = UINT32_MAX) const;
     /// A number with K, M or G behind it or without.
     uint64_t size(uint64_t least, uint64_t most) const;
     double decimal(double least, double most) const;

@@ -1,7 +1,7 @@
 #include "trigger_network.h"
 
-#include "operation.h"
-#include "raise.h"
+#include "errors.h"
+#include "recorder.h"
 #include "recording.h"
 
 #include <boost/make_shared.hpp>
@@ -19,7 +19,7 @@ struct Setting
     uint64_t RecordControl::*field;
 };
 
-const Setting kSettings[] = {
+constexpr Setting kSettings[] = {
     {"Start Enable", Tag::Boolean, &RecordControl::startEnable},
     {"Stop Enable", Tag::Boolean, &RecordControl::stopEnable},
     {"Pretrigger Enable", Tag::Boolean, &RecordControl::pretriggerEnable},
@@ -48,7 +48,7 @@ public:
 
     void set(const Quillon::ParameterValue &value) override
     {
-        if (isEmptied(recorder_, "Parameter::set", setting_.name, value))
+        if (!recorder_.begin("Parameter::set", setting_.name, value))
             return;
         if (value.tag() != setting_.tag)
             raiseError(std::string("A value of another type for \"") + setting_.name + "\".");
@@ -79,7 +79,7 @@ private:
 
 boost::shared_ptr<Quillon::Parameter> Element::parameter(const Quillon::String &name)
 {
-    if (isEmptied(recorder_, "TriggerElement::parameter", *this, name))
+    if (!recorder_.begin("TriggerElement::parameter", *this, name))
         return {};
     for (const Setting &setting : kSettings) {
         if (kind_ == RecordControlElement && std::string(setting.name) == name.c_str())
@@ -91,7 +91,7 @@ boost::shared_ptr<Quillon::Parameter> Element::parameter(const Quillon::String &
 void Element::connectInput(const boost::shared_ptr<Quillon::TriggerElement> &source, uint32_t input,
                            bool variant)
 {
-    if (isEmptied(recorder_, "TriggerElement::connectInput", *this, source, input, variant))
+    if (!recorder_.begin("TriggerElement::connectInput", *this, source, input, variant))
         return;
     if (kind_ != RecordControlElement || input > 1)
         raiseError("There is no input " + std::to_string(input) + ".");
@@ -124,7 +124,7 @@ TriggerNetwork::~TriggerNetwork() = default;
 
 boost::shared_ptr<Quillon::TriggerElement> TriggerNetwork::element(uint32_t kind, uint32_t index)
 {
-    if (isEmptied(recorder_, "TriggerBank::element", kind, index))
+    if (!recorder_.begin("TriggerBank::element", kind, index))
         return {};
     const bool isKnown =
         kind == SoftwareSource || kind == ExternalInput || kind == RecordControlElement;
@@ -136,14 +136,14 @@ boost::shared_ptr<Quillon::TriggerElement> TriggerNetwork::element(uint32_t kind
 
 RecordControl TriggerNetwork::control() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return control_;
 }
 
 void TriggerNetwork::set(uint64_t RecordControl::*setting, uint64_t value)
 {
     {
-        const std::lock_guard lock(mutex_);
+        std::lock_guard guard(mutex_);
         control_.*setting = value;
     }
     if (setting == &RecordControl::softwareStartTrigger && value != 0)
@@ -152,13 +152,13 @@ void TriggerNetwork::set(uint64_t RecordControl::*setting, uint64_t value)
 
 void TriggerNetwork::connect(TriggerInput RecordControl::*input, const TriggerInput &connection)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     control_.*input = connection;
 }
 
 void TriggerNetwork::reset()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     control_ = {};
 }
 

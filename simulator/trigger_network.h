@@ -2,7 +2,6 @@
 
 #include "hardware/library/trigger.h"
 
-#include <array>
 #include <mutex>
 #include <optional>
 
@@ -20,7 +19,7 @@ enum class TriggerSource
 struct TriggerInput
 {
     std::optional<TriggerSource> source;
-    bool falling = false; ///< an external one fires when its level falls
+    bool falling = false; ///< an external source fires when its level falls, not when it rises
 
     /// Whether \a from, whose level becomes \a high, fires this input.
     bool isFiredBy(TriggerSource from, bool high) const;
@@ -53,7 +52,7 @@ public:
 
     boost::shared_ptr<Quillon::TriggerElement> element(uint32_t kind, uint32_t index) override;
 
-    // The rest is for the library itself.
+    // What follows is for the library itself.
 
     RecordControl control() const;
     void set(uint64_t RecordControl::*setting, uint64_t value);

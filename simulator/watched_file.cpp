@@ -6,21 +6,21 @@ namespace simulator {
 
 namespace {
 
-/// Two changes in so short a time can leave the same stamp, as file systems go.
+/// File systems can give two changes within this time the same stamp.
 constexpr std::chrono::seconds kStampPrecision(3);
 
 } // namespace
 
-bool WatchedFile::lookFirst()
+bool WatchedFile::readFirst()
 {
-    looksTouched();
+    mayHaveChanged();
     latest_ = settled_ = readSmallFile(path_);
     return exists();
 }
 
 bool WatchedFile::hasChanged()
 {
-    if (!looksTouched() && latest_ == settled_)
+    if (!mayHaveChanged() && latest_ == settled_)
         return false;
     FileText found = readSmallFile(path_);
     if (found.state == FileText::State::Unreadable)
@@ -33,7 +33,7 @@ bool WatchedFile::hasChanged()
     return true;
 }
 
-bool WatchedFile::looksTouched()
+bool WatchedFile::mayHaveChanged()
 {
     std::error_code error;
     Stamp stamp{std::filesystem::last_write_time(path_, error), 0};

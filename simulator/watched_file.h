@@ -14,18 +14,18 @@ public:
     explicit WatchedFile(std::filesystem::path path) : path_(std::move(path)) {}
 
     const std::filesystem::path &path() const { return path_; }
-    /// Of the content that the last look settled on.
+    /// By the content that was settled on last.
     bool exists() const { return settled_.state == FileText::State::Read; }
 
-    /// The first look. True when the file is there.
-    bool lookFirst();
-    /// True when the file has another content, or has come or gone. Not before two looks in a row
+    /// Reads the file for the first time. True when it is there.
+    bool readFirst();
+    /// True when the file has another content, or has come or gone. Not before two calls in a row
     /// have found the same, as the file may be half-written.
     bool hasChanged();
 
 private:
     /// Whether the file may differ from what the last reading found.
-    bool looksTouched();
+    bool mayHaveChanged();
 
     struct Stamp
     {
@@ -39,7 +39,7 @@ private:
     FileText settled_;
     FileText latest_;
     Stamp stamp_;
-    bool isYoung_ = true; ///< too young for its stamp to tell whether it has changed
+    bool isYoung_ = true; ///< so young that its stamp can hide a change
 };
 
 } // namespace simulator

@@ -1,7 +1,7 @@
 #include "storage/drive_file.h"
 
-#include "operation.h"
-#include "raise.h"
+#include "errors.h"
+#include "recorder.h"
 #include "storage/drive_set.h"
 #include "storage/recorded_stream.h"
 
@@ -16,14 +16,14 @@ DriveFile::DriveFile(Recorder &recorder, std::shared_ptr<FileTable> table, uint3
 
 boost::shared_ptr<Quillon::DriveSet> DriveFile::driveSet(bool flag)
 {
-    if (isEmptied(recorder_, "DriveFile::driveSet", Numbered{"file", fileId_}, flag))
-        return {};
-    return boost::make_shared<DriveSet>(recorder_, table_);
+    return recorder_.begin("DriveFile::driveSet", Numbered{"file", fileId_}, flag)
+               ? boost::make_shared<DriveSet>(recorder_, table_)
+               : nullptr;
 }
 
 boost::shared_ptr<Quillon::DriveFileInfo> DriveFile::info()
 {
-    if (isEmptied(recorder_, "DriveFile::info", Numbered{"file", fileId_}))
+    if (!recorder_.begin("DriveFile::info", Numbered{"file", fileId_}))
         return {};
     auto info = boost::make_shared<Quillon::DriveFileInfo>();
     info->clusterBytes = table_->clusterBytes();
@@ -32,45 +32,44 @@ boost::shared_ptr<Quillon::DriveFileInfo> DriveFile::info()
 
 boost::shared_ptr<Common::Buffer> DriveFile::readMetadata()
 {
-    if (isEmptied(recorder_, "DriveFile::readMetadata", Numbered{"file", fileId_}))
-        return {};
-    return table_->readMetadata(fileId_);
+    return recorder_.begin("DriveFile::readMetadata", Numbered{"file", fileId_})
+               ? table_->readMetadata(fileId_)
+               : nullptr;
 }
 
 void DriveFile::writeMetadata(const boost::shared_ptr<Common::Buffer> &block)
 {
-    if (isEmptied(recorder_, "DriveFile::writeMetadata", Numbered{"file", fileId_}, Content{block}))
+    if (!recorder_.begin("DriveFile::writeMetadata", Numbered{"file", fileId_}, Content{block}))
         return;
-    if (!block)
-        raiseError("There is no block to write.");
-    table_->writeMetadata(fileId_, block->data(), block->size());
+    Common::Buffer &bytes = required(block, "There is no block to write.");
+    table_->writeMetadata(fileId_, bytes.data(), bytes.size());
 }
 
 uint32_t DriveFile::metadataCapacity()
 {
-    return isEmptied(recorder_, "DriveFile::metadataCapacity", Numbered{"file", fileId_})
-               ? 0
-               : table_->metadataBytes();
+    return recorder_.begin("DriveFile::metadataCapacity", Numbered{"file", fileId_})
+               ? table_->metadataBytes()
+               : 0;
 }
 
 void DriveFile::readBlock(const boost::shared_ptr<Common::Buffer> &block, uint32_t flags)
 {
-    if (isEmptied(recorder_, "DriveFile::readBlock", Numbered{"file", fileId_}, block, flags))
+    if (!recorder_.begin("DriveFile::readBlock", Numbered{"file", fileId_}, block, flags))
         return;
     requireBlock(block);
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     table_->readBlock(fileId_, nextBlock_, block->data());
-    nextBlock_++;
+    ++nextBlock_;
 }
 
 void DriveFile::writeBlock(const boost::shared_ptr<Common::Buffer> &block)
 {
-    if (isEmptied(recorder_, "DriveFile::writeBlock", Numbered{"file", fileId_}, Content{block}))
+    if (!recorder_.begin("DriveFile::writeBlock", Numbered{"file", fileId_}, Content{block}))
         return;
     requireBlock(block);
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     table_->writeBlock(fileId_, nextBlock_, block->data());
-    nextBlock_++;
+    ++nextBlock_;
 }
 
 void DriveFile::requireBlock(const boost::shared_ptr<Common::Buffer> &block) const
@@ -82,30 +81,30 @@ void DriveFile::requireBlock(const boost::shared_ptr<Common::Buffer> &block) con
 
 uint32_t DriveFile::streamCount()
 {
-    if (isEmptied(recorder_, "DriveFile::streamCount", Numbered{"file", fileId_}))
-        return 0;
-    return static_cast<uint32_t>(table_->file(fileId_).streams.size());
+    return recorder_.begin("DriveFile::streamCount", Numbered{"file", fileId_})
+               ? static_cast<uint32_t>(table_->file(fileId_).streams.size())
+               : 0;
 }
 
 boost::shared_ptr<Quillon::RecordedStream> DriveFile::streamByIndex(uint32_t index)
 {
-    if (isEmptied(recorder_, "DriveFile::streamByIndex", Numbered{"file", fileId_}, index))
-        return {};
-    return makeStream(streamAt(index));
+    return recorder_.begin("DriveFile::streamByIndex", Numbered{"file", fileId_}, index)
+               ? makeStream(streamAt(index))
+               : nullptr;
 }
 
 uint32_t DriveFile::streamIdByIndex(uint32_t index)
 {
-    return isEmptied(recorder_, "DriveFile::streamIdByIndex", Numbered{"file", fileId_}, index)
-               ? 0
-               : streamAt(index).id;
+    return recorder_.begin("DriveFile::streamIdByIndex", Numbered{"file", fileId_}, index)
+               ? streamAt(index).id
+               : 0;
 }
 
 boost::shared_ptr<Quillon::RecordedStream> DriveFile::streamById(uint32_t streamId)
 {
-    if (isEmptied(recorder_, "DriveFile::streamById", Numbered{"file", fileId_}, streamId))
-        return {};
-    return makeStream(table_->stream(fileId_, streamId));
+    return recorder_.begin("DriveFile::streamById", Numbered{"file", fileId_}, streamId)
+               ? makeStream(table_->stream(fileId_, streamId))
+               : nullptr;
 }
 
 StreamRecord DriveFile::streamAt(uint32_t index) const
@@ -119,7 +118,8 @@ StreamRecord DriveFile::streamAt(uint32_t index) const
 
 boost::shared_ptr<Quillon::RecordedStream> DriveFile::makeStream(const StreamRecord &stream) const
 {
-    return boost::make_shared<RecordedStream>(recorder_, table_, fileId_, stream);
+    return boost::make_shared<RecordedStream>(StreamPlace{recorder_, table_, fileId_, stream.id},
+                                              stream.portName);
 }
 
 } // namespace simulator

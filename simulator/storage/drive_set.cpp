@@ -1,7 +1,7 @@
 #include "storage/drive_set.h"
 
-#include "operation.h"
-#include "raise.h"
+#include "errors.h"
+#include "recorder.h"
 #include "storage/drive_file.h"
 #include "storage/drives.h"
 #include "storage/repair.h"
@@ -22,7 +22,7 @@ public:
 
     uint32_t clusterBytes() const
     {
-        return isEmptied(recorder_, "DriveSet::Info::clusterSizeBytes") ? 0 : clusterBytes_;
+        return recorder_.begin("DriveSet::Info::clusterSizeBytes") ? clusterBytes_ : 0;
     }
 
 private:
@@ -40,11 +40,11 @@ public:
 
     uint64_t total() const
     {
-        return isEmptied(recorder_, "DriveSet::CapacityInfo::totalBytes") ? 0 : total_;
+        return recorder_.begin("DriveSet::CapacityInfo::totalBytes") ? total_ : 0;
     }
     uint64_t used() const
     {
-        return isEmptied(recorder_, "DriveSet::CapacityInfo::usedBytes") ? 0 : used_;
+        return recorder_.begin("DriveSet::CapacityInfo::usedBytes") ? used_ : 0;
     }
 
 private:
@@ -67,14 +67,14 @@ DriveSet::DriveSet(Recorder &recorder, std::shared_ptr<FileTable> table)
 
 boost::shared_ptr<Quillon::DriveSet::Info> DriveSet::info()
 {
-    if (isEmptied(recorder_, "DriveSet::info", *this))
-        return {};
-    return boost::make_shared<SetInfo>(recorder_, table_->clusterBytes());
+    return recorder_.begin("DriveSet::info", *this)
+               ? boost::make_shared<SetInfo>(recorder_, table_->clusterBytes())
+               : nullptr;
 }
 
 boost::shared_ptr<Quillon::DriveFile> DriveSet::openFile(uint32_t fileId)
 {
-    if (isEmptied(recorder_, "DriveSet::openFile", *this, fileId))
+    if (!recorder_.begin("DriveSet::openFile", *this, fileId))
         return {};
     table_->requireFile(fileId);
     return boost::make_shared<DriveFile>(recorder_, table_, fileId);
@@ -83,7 +83,7 @@ boost::shared_ptr<Quillon::DriveFile> DriveSet::openFile(uint32_t fileId)
 Quillon::Vector<uint32_t> DriveSet::fileIds()
 {
     Quillon::Vector<uint32_t> ids;
-    if (isEmptied(recorder_, "DriveSet::fileIds", *this))
+    if (!recorder_.begin("DriveSet::fileIds", *this))
         return ids;
     for (const uint32_t id : table_->listedIds())
         ids.append(id);
@@ -92,17 +92,17 @@ Quillon::Vector<uint32_t> DriveSet::fileIds()
 
 uint32_t DriveSet::findFile(const Quillon::String &name)
 {
-    return isEmptied(recorder_, "DriveSet::findFile", *this, name) ? 0 : table_->find(name.c_str());
+    return recorder_.begin("DriveSet::findFile", *this, name) ? table_->find(name.c_str()) : 0;
 }
 
 uint32_t DriveSet::incompleteFileId()
 {
-    return isEmptied(recorder_, "DriveSet::incompleteFileId", *this) ? 0 : table_->incompleteId();
+    return recorder_.begin("DriveSet::incompleteFileId", *this) ? table_->incompleteId() : 0;
 }
 
 boost::shared_ptr<Quillon::DriveFileEntry> DriveSet::fileEntry(uint32_t fileId)
 {
-    if (isEmptied(recorder_, "DriveSet::fileEntry", *this, fileId))
+    if (!recorder_.begin("DriveSet::fileEntry", *this, fileId))
         return {};
     auto entry = boost::make_shared<Quillon::DriveFileEntry>();
     entry->sizeClusters = table_->file(fileId).stripes();
@@ -112,20 +112,20 @@ boost::shared_ptr<Quillon::DriveFileEntry> DriveSet::fileEntry(uint32_t fileId)
 uint32_t DriveSet::createFile(const Quillon::String &name, uint64_t sizeClusters,
                               uint64_t timestamp)
 {
-    if (isEmptied(recorder_, "DriveSet::createFile", *this, name, sizeClusters, timestamp))
-        return 0;
-    return table_->createNamed(name.c_str(), sizeClusters, timestamp);
+    return recorder_.begin("DriveSet::createFile", *this, name, sizeClusters, timestamp)
+               ? table_->createNamed(name.c_str(), sizeClusters, timestamp)
+               : 0;
 }
 
 void DriveSet::removeFile(uint32_t fileId)
 {
-    if (!isEmptied(recorder_, "DriveSet::removeFile", *this, fileId))
+    if (recorder_.begin("DriveSet::removeFile", *this, fileId))
         table_->removeFile(fileId);
 }
 
 boost::shared_ptr<Quillon::Recovery> DriveSet::recover(uint32_t fileId)
 {
-    if (isEmptied(recorder_, "DriveSet::recover", *this, fileId))
+    if (!recorder_.begin("DriveSet::recover", *this, fileId))
         return {};
     if (!table_->isIncomplete(fileId))
         raiseError("File " + std::to_string(fileId) + " is not incomplete.");
@@ -136,15 +136,15 @@ boost::shared_ptr<Quillon::Recovery> DriveSet::recover(uint32_t fileId)
 
 boost::shared_ptr<Quillon::DriveSet::CapacityInfo> DriveSet::capacityInfo(bool flag)
 {
-    if (isEmptied(recorder_, "DriveSet::capacityInfo", *this, flag))
-        return {};
-    return boost::make_shared<SetCapacity>(recorder_, *table_);
+    return recorder_.begin("DriveSet::capacityInfo", *this, flag)
+               ? boost::make_shared<SetCapacity>(recorder_, *table_)
+               : nullptr;
 }
 
 Quillon::Vector<boost::shared_ptr<Quillon::Drive>> DriveSet::drives()
 {
     Quillon::Vector<boost::shared_ptr<Quillon::Drive>> drives;
-    if (isEmptied(recorder_, "DriveSet::drives", *this))
+    if (!recorder_.begin("DriveSet::drives", *this))
         return drives;
     for (const uint32_t drive : table_->drives())
         drives.append(boost::make_shared<StorageDrive>(drive));

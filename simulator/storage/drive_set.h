@@ -27,7 +27,7 @@ public:
     boost::shared_ptr<CapacityInfo> capacityInfo(bool flag) override;
     Quillon::Vector<boost::shared_ptr<Quillon::Drive>> drives() override;
 
-    /// Which recorder it is of.
+    /// The recorder that it belongs to.
     const Recorder &recorder() const { return recorder_; }
     const std::shared_ptr<FileTable> &table() const { return table_; }
 

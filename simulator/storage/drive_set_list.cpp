@@ -1,7 +1,7 @@
 #include "storage/drive_set_list.h"
 
-#include "operation.h"
-#include "raise.h"
+#include "errors.h"
+#include "recorder.h"
 #include "storage/drive_set.h"
 #include "storage/drive_storage.h"
 
@@ -11,15 +11,15 @@ namespace simulator {
 
 boost::shared_ptr<Quillon::DriveSet> DriveSetList::open(uint32_t id)
 {
-    if (isEmptied(recorder_, "DriveSetCollection::open", id))
-        return {};
-    return boost::make_shared<DriveSet>(recorder_, storage_.openSet(id));
+    return recorder_.begin("DriveSetCollection::open", id)
+               ? boost::make_shared<DriveSet>(recorder_, storage_.openSet(id))
+               : nullptr;
 }
 
 Quillon::Vector<uint32_t> DriveSetList::ids()
 {
     Quillon::Vector<uint32_t> ids;
-    if (isEmptied(recorder_, "DriveSetCollection::ids"))
+    if (!recorder_.begin("DriveSetCollection::ids"))
         return ids;
     for (const uint32_t id : storage_.setIds())
         ids.append(id);
@@ -28,19 +28,18 @@ Quillon::Vector<uint32_t> DriveSetList::ids()
 
 void DriveSetList::create(const boost::shared_ptr<Quillon::DriveSet::CreateParameters> &parameters)
 {
-    if (isEmptied(recorder_, "DriveSetCollection::create", parameters))
+    if (!recorder_.begin("DriveSetCollection::create", parameters))
         return;
-    if (!parameters)
-        raiseError("A drive set needs parameters.");
+    const auto &wanted = required(parameters, "A drive set needs parameters.");
     std::vector<uint32_t> drives;
-    for (const Quillon::Drive::PhysicalLocation &location : parameters->source.drives())
+    for (const Quillon::Drive::PhysicalLocation &location : wanted.source.drives())
         drives.push_back(location.physicalIndex());
-    storage_.createSet(parameters->name.c_str(), std::move(drives));
+    storage_.createSet(wanted.name.c_str(), std::move(drives));
 }
 
 void DriveSetList::remove(uint32_t id)
 {
-    if (!isEmptied(recorder_, "DriveSetCollection::remove", id))
+    if (recorder_.begin("DriveSetCollection::remove", id))
         storage_.removeSet(id);
 }
 

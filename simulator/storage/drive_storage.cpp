@@ -1,7 +1,7 @@
 #include "storage/drive_storage.h"
 
-#include "operation.h"
-#include "raise.h"
+#include "errors.h"
+#include "recorder.h"
 #include "settings_file.h"
 #include "storage/drive_set_list.h"
 #include "storage/drives.h"
@@ -41,21 +41,20 @@ DriveStorage::~DriveStorage() = default;
 
 boost::shared_ptr<Quillon::DriveSetCollection> DriveStorage::driveSets()
 {
-    if (isEmptied(recorder_, "Storage::driveSets"))
-        return {};
-    return boost::make_shared<DriveSetList>(recorder_, *this);
+    return recorder_.begin("Storage::driveSets")
+               ? boost::make_shared<DriveSetList>(recorder_, *this)
+               : nullptr;
 }
 
 boost::shared_ptr<Quillon::DriveGroupList> DriveStorage::driveGroups()
 {
-    if (isEmptied(recorder_, "Storage::driveGroups"))
-        return {};
-    return boost::make_shared<DriveGroupList>(recorder_);
+    return recorder_.begin("Storage::driveGroups") ? boost::make_shared<DriveGroupList>(recorder_)
+                                                   : nullptr;
 }
 
 std::vector<uint32_t> DriveStorage::setIds()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     load();
     std::vector<uint32_t> ids;
     for (const auto &[id, set] : sets_)
@@ -65,7 +64,7 @@ std::vector<uint32_t> DriveStorage::setIds()
 
 std::shared_ptr<FileTable> DriveStorage::openSet(uint32_t id)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return setAt(id).table;
 }
 
@@ -86,7 +85,7 @@ DriveStorage::Set &DriveStorage::setAt(uint32_t id)
 
 void DriveStorage::createSet(const std::string &name, std::vector<uint32_t> drives)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     load();
     const uint32_t id = sets_.empty() ? 1 : sets_.rbegin()->first + 1;
     FileTable::create(folder_ / std::to_string(id), describeSet(name, std::move(drives)));
@@ -95,12 +94,12 @@ void DriveStorage::createSet(const std::string &name, std::vector<uint32_t> driv
 
 void DriveStorage::removeSet(uint32_t id)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     load();
     const auto found = sets_.find(id);
     if (found == sets_.end())
         raiseNoSet(id);
-    // One that isn't open needn't be readable.
+    // A set that isn't open is removed unread, as it may be damaged.
     const auto table = found->second.table ? found->second.table : found->second.used.lock();
     if (table)
         table->remove();
@@ -111,7 +110,7 @@ void DriveStorage::removeSet(uint32_t id)
 
 void DriveStorage::close()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     for (auto &[id, set] : sets_)
         set.table.reset();
 }
@@ -144,7 +143,7 @@ void DriveStorage::makeInitialSets() const
     const SetRecord set = describeSet("TAVU", drives);
     const std::filesystem::path unfinished = unfinishedName(folder_);
     removeWhole(unfinished);
-    for (uint32_t id = 1; id <= description->initialDriveSets; id++)
+    for (uint32_t id = 1; id <= description->initialDriveSets; ++id)
         FileTable::create(unfinished / std::to_string(id), set);
     std::filesystem::rename(unfinished, folder_, error);
     if (error)

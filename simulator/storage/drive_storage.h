@@ -19,7 +19,7 @@ public:
     boost::shared_ptr<Quillon::DriveSetCollection> driveSets() override;
     boost::shared_ptr<Quillon::DriveGroupList> driveGroups() override;
 
-    // The rest is for the library itself, and raises Common::GeneralException.
+    // What follows is for the library itself, and raises Common::GeneralException.
 
     std::vector<uint32_t> setIds();
     std::shared_ptr<FileTable> openSet(uint32_t id);
@@ -31,8 +31,8 @@ public:
 private:
     struct Set
     {
-        std::shared_ptr<FileTable> table; ///< once somebody has opened it
-        std::weak_ptr<FileTable> used;    ///< the same, which handles can hold longer
+        std::shared_ptr<FileTable> table; ///< null until the set is opened
+        std::weak_ptr<FileTable> used;    ///< the same table, which handles can hold longer
     };
 
     Set &setAt(uint32_t id);

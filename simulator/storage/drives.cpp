@@ -1,8 +1,8 @@
 #include "storage/drives.h"
 
+#include "errors.h"
 #include "installation.h"
-#include "operation.h"
-#include "raise.h"
+#include "recorder.h"
 
 #include <boost/make_shared.hpp>
 
@@ -12,15 +12,14 @@ namespace Quillon {
 
 Drive::PhysicalLocation::PhysicalLocation(const boost::shared_ptr<Drive> &drive)
 {
-    if (!drive)
-        simulator::raiseError("There is no such drive.");
-    physicalIndex_ = static_cast<const simulator::StorageDrive &>(*drive).physicalIndex();
+    const Drive &known = simulator::required(drive, "There is no such drive.");
+    physicalIndex_ = static_cast<const simulator::StorageDrive &>(known).physicalIndex();
 }
 
 void DriveSet::Source::add(const Drive::PhysicalLocation &location)
 {
-    simulator::libraryGate().note("DriveSet::Source::add", location);
-    drives_.insert(location);
+    if (simulator::libraryGate().begin("DriveSet::Source::add", location))
+        drives_.insert(location);
 }
 
 } // namespace Quillon
@@ -29,14 +28,13 @@ namespace simulator {
 
 uint64_t DriveGroupList::size()
 {
-    if (isEmptied(recorder_, "DriveGroupList::size"))
-        return 0;
-    return recorder_.description()->driveGroups.size();
+    return recorder_.begin("DriveGroupList::size") ? recorder_.description()->driveGroups.size()
+                                                   : 0;
 }
 
 boost::shared_ptr<Quillon::DriveGroup> DriveGroupList::group(uint64_t index)
 {
-    if (isEmptied(recorder_, "DriveGroupList::group", index))
+    if (!recorder_.begin("DriveGroupList::group", index))
         return {};
     const std::vector<uint32_t> counts = recorder_.description()->driveGroups;
     if (index >= counts.size())
@@ -48,12 +46,12 @@ boost::shared_ptr<Quillon::DriveGroup> DriveGroupList::group(uint64_t index)
 
 uint64_t DriveGroup::size()
 {
-    return isEmptied(recorder_, "DriveGroup::size") ? 0 : count_;
+    return recorder_.begin("DriveGroup::size") ? count_ : 0;
 }
 
 boost::shared_ptr<Quillon::Drive> DriveGroup::drive(uint64_t index)
 {
-    if (isEmptied(recorder_, "DriveGroup::drive", index))
+    if (!recorder_.begin("DriveGroup::drive", index))
         return {};
     if (index >= count_)
         raiseError("There is no drive " + std::to_string(index) + " in its group.");

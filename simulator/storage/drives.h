@@ -32,7 +32,7 @@ private:
     Recorder &recorder_;
 };
 
-/// The drives \a first and so on.
+/// A group of \a count drives, the first of them drive \a first.
 class DriveGroup final : public Quillon::DriveGroup
 {
 public:

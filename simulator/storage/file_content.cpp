@@ -2,7 +2,7 @@
 
 #include "storage/file_table.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "storage/frame_layout.h"
 #include "storage/whole_file.h"
 
@@ -14,7 +14,7 @@ namespace simulator {
 boost::shared_ptr<Common::Buffer> FileTable::readMetadata(uint32_t fileId) const
 {
     const auto block = Common::Buffer::create(nullptr, set_.metadataBytes);
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     uint64_t stored = 0;
     if (at(fileId).hasMetadata)
         stored = readWholeFile(filePath(fileId, ".meta"), block->data(), block->size());
@@ -28,7 +28,7 @@ void FileTable::writeMetadata(uint32_t fileId, const void *data, uint64_t size)
         raiseError("A metadata block has " + std::to_string(set_.metadataBytes) + " bytes.");
     std::string block(static_cast<const char *>(data), size);
     block.resize(set_.metadataBytes);
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     File &file = at(fileId);
     replaceFile(filePath(fileId, ".meta"), block);
     file.hasMetadata = true;
@@ -36,7 +36,7 @@ void FileTable::writeMetadata(uint32_t fileId, const void *data, uint64_t size)
 
 void FileTable::readBlock(uint32_t fileId, uint64_t block, void *target) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const FileRecord &record = at(fileId).record;
     if (block >= record.writtenBlocks)
         raiseError("Block " + std::to_string(block) + " of file " + std::to_string(fileId) +
@@ -46,7 +46,7 @@ void FileTable::readBlock(uint32_t fileId, uint64_t block, void *target) const
 
 void FileTable::writeBlock(uint32_t fileId, uint64_t block, const void *source)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     FileRecord &record = at(fileId).record;
     if (block >= stripesOf(record.extents))
         raiseError("File " + std::to_string(fileId) + " ends before block " +
@@ -62,7 +62,7 @@ void FileTable::writeBlock(uint32_t fileId, uint64_t block, const void *source)
 
 uint32_t FileTable::createRecording(uint64_t created, const std::vector<StreamRecord> &streams)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireSet();
     File file;
     file.record.created = created;
@@ -73,9 +73,9 @@ uint32_t FileTable::createRecording(uint64_t created, const std::vector<StreamRe
 
 Extents FileTable::growStream(uint32_t fileId, uint32_t streamId, uint64_t stripes)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     FileRecord &record = at(fileId).record;
-    StreamRecord &stream = streamAt(at(fileId), streamId);
+    StreamRecord &stream = record.stream(streamId);
     const Extents former = stream.extents;
     const Extents more = allocator_.allocate(stripes);
     append(stream.extents, more);
@@ -91,30 +91,30 @@ Extents FileTable::growStream(uint32_t fileId, uint32_t streamId, uint64_t strip
 
 void FileTable::countFrames(uint32_t fileId, uint32_t streamId, uint64_t frames)
 {
-    const std::lock_guard lock(mutex_);
-    streamAt(at(fileId), streamId).frames = frames;
+    std::lock_guard guard(mutex_);
+    at(fileId).record.stream(streamId).frames = frames;
 }
 
 void FileTable::closeStream(uint32_t fileId, uint32_t streamId, uint64_t frames)
 {
-    const std::lock_guard lock(mutex_);
-    File &file = at(fileId);
-    StreamRecord &stream = streamAt(file, streamId);
+    std::lock_guard guard(mutex_);
+    FileRecord &record = at(fileId).record;
+    StreamRecord &stream = record.stream(streamId);
     const uint64_t bytes = frames * frameStride(stream);
     const uint64_t stripeBytes = space_.stripeBytes();
     stream.frames = frames;
     stream.closed = true;
     const Extents unneeded = cutOff(stream.extents, (bytes + stripeBytes - 1) / stripeBytes);
-    save(file.record);
+    save(record);
     allocator_.release(unneeded);
 }
 
 void FileTable::releaseStream(uint32_t fileId)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     File &file = at(fileId);
     if (file.recordedStreams > 0)
-        file.recordedStreams--;
+        --file.recordedStreams;
 }
 
 } // namespace simulator

@@ -1,9 +1,8 @@
 #include "storage/file_record.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "storage/text_record.h"
 
-#include <algorithm>
 #include <sstream>
 
 namespace simulator {
@@ -49,18 +48,13 @@ uint64_t FileRecord::stripes() const
     return stripes;
 }
 
-StreamRecord *FileRecord::stream(uint32_t streamId)
+const StreamRecord &FileRecord::stream(uint32_t streamId) const
 {
-    const auto found =
-        std::find_if(streams.begin(), streams.end(), [streamId](const StreamRecord &candidate) {
-            return candidate.id == streamId;
-        });
-    return found == streams.end() ? nullptr : &*found;
-}
-
-const StreamRecord *FileRecord::stream(uint32_t streamId) const
-{
-    return const_cast<FileRecord *>(this)->stream(streamId);
+    for (const StreamRecord &stream : streams)
+        if (stream.id == streamId)
+            return stream;
+    raiseError("There is no stream " + std::to_string(streamId) + " in file " + std::to_string(id) +
+               ".");
 }
 
 std::string formatFileRecord(const FileRecord &record)
@@ -85,7 +79,7 @@ FileRecord parseFileRecord(const std::string &text)
     record.created = sections[0].number("created");
     record.writtenBlocks = sections[0].number("written blocks");
     record.extents = sections[0].extents("extents");
-    for (size_t i = 1; i < sections.size(); i++)
+    for (size_t i = 1; i < sections.size(); ++i)
         record.streams.push_back(parseStream(sections[i]));
     return record;
 }

@@ -3,6 +3,7 @@
 #include "storage/stripe_allocator.h"
 
 #include <string>
+#include <utility>
 
 namespace simulator {
 
@@ -14,7 +15,7 @@ struct StreamRecord
     uint32_t port = 0;   ///< from 1
     uint32_t width = 0;  ///< pixels
     uint32_t height = 0; ///< pixels
-    uint64_t frames = 0; ///< stored once closed, and counted meanwhile
+    uint64_t frames = 0; ///< counted while recording, stored when closed
     bool closed = false; ///< the recording came to an orderly end, or was repaired
     Extents extents;
 };
@@ -30,8 +31,12 @@ struct FileRecord
     std::vector<StreamRecord> streams;
 
     uint64_t stripes() const;
-    StreamRecord *stream(uint32_t streamId);
-    const StreamRecord *stream(uint32_t streamId) const;
+    /// Raises Common::GeneralException when there is no such stream.
+    const StreamRecord &stream(uint32_t streamId) const;
+    StreamRecord &stream(uint32_t streamId)
+    {
+        return const_cast<StreamRecord &>(std::as_const(*this).stream(streamId));
+    }
 };
 
 std::string formatFileRecord(const FileRecord &record);

@@ -1,18 +1,17 @@
 #include "storage/file_table.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "settings_file.h"
 #include "storage/whole_file.h"
 
 #include <algorithm>
 #include <charconv>
-#include <iostream>
 
 namespace simulator {
 
 namespace {
 
-const char kSetName[] = "set.conf";
+constexpr char kSetName[] = "set.conf";
 
 SetRecord readSet(const std::filesystem::path &folder)
 {
@@ -90,20 +89,20 @@ void FileTable::load(const std::filesystem::path &path)
             raiseError("It contradicts the others.");
         set_.nextFileId = std::max(set_.nextFileId, record.id + 1);
         files_[record.id].record = std::move(record);
-    } catch (const Common::GeneralException &exception) {
-        std::cerr << nameOf(path) + ": " + exception.what() + "\n" << std::flush;
+    } catch (const Common::GeneralException &error) {
+        report(nameOf(path), error.what());
     }
 }
 
 void FileTable::remove()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireSet();
     removeWhole(folder_ / kSetName);
     removed_ = true;
     files_.clear();
     space_.close();
-    // What can't be removed is no set any more, and goes when a new one is laid down there.
+    // Without set.conf it is no set any more. create() clears away what couldn't be removed.
     std::error_code error;
     std::filesystem::remove_all(folder_, error);
 }
@@ -128,15 +127,6 @@ FileTable::File &FileTable::at(uint32_t fileId)
     return const_cast<File &>(std::as_const(*this).at(fileId));
 }
 
-StreamRecord &FileTable::streamAt(File &file, uint32_t streamId) const
-{
-    StreamRecord *stream = file.record.stream(streamId);
-    if (!stream)
-        raiseError("There is no stream " + std::to_string(streamId) + " in file " +
-                   std::to_string(file.record.id) + ".");
-    return *stream;
-}
-
 uint64_t FileTable::totalBytes() const
 {
     return set_.driveBytes / set_.clusterBytes * space_.stripeBytes();
@@ -144,14 +134,14 @@ uint64_t FileTable::totalBytes() const
 
 uint64_t FileTable::usedBytes() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireSet();
     return totalBytes() - allocator_.freeStripes() * space_.stripeBytes();
 }
 
 std::vector<uint32_t> FileTable::listedIds() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireSet();
     std::vector<uint32_t> ids;
     bool hasIncomplete = false;
@@ -166,7 +156,7 @@ std::vector<uint32_t> FileTable::listedIds() const
 
 uint32_t FileTable::find(const std::string &name) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireSet();
     return idOf(name);
 }
@@ -182,7 +172,7 @@ uint32_t FileTable::idOf(const std::string &name) const
 
 uint32_t FileTable::incompleteId() const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireSet();
     for (const auto &[id, file] : files_) {
         if (file.isIncomplete())
@@ -193,33 +183,33 @@ uint32_t FileTable::incompleteId() const
 
 bool FileTable::isIncomplete(uint32_t fileId) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return at(fileId).isIncomplete();
 }
 
 void FileTable::requireFile(uint32_t fileId) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     at(fileId);
 }
 
 FileRecord FileTable::file(uint32_t fileId) const
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return at(fileId).record;
 }
 
 StreamRecord FileTable::stream(uint32_t fileId, uint32_t streamId) const
 {
-    const std::lock_guard lock(mutex_);
-    return streamAt(const_cast<File &>(at(fileId)), streamId);
+    std::lock_guard guard(mutex_);
+    return at(fileId).record.stream(streamId);
 }
 
 uint32_t FileTable::createNamed(const std::string &name, uint64_t stripes, uint64_t created)
 {
     if (name.empty())
         raiseError("A file needs a name.");
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     requireSet();
     if (idOf(name) != 0)
         raiseError("There is a file \"" + name + "\" already.");
@@ -234,13 +224,13 @@ uint32_t FileTable::createNamed(const std::string &name, uint64_t stripes, uint6
 
 uint32_t FileTable::addFile(File file)
 {
-    // An id is used up before it is used, so that none comes back.
+    // The number is stored as used up first, so that no number comes back.
     file.record.id = set_.nextFileId;
     try {
         SetRecord set = set_;
-        set.nextFileId++;
+        ++set.nextFileId;
         replaceFile(folder_ / kSetName, formatSetRecord(set));
-        set_.nextFileId++;
+        ++set_.nextFileId;
         save(file.record);
     } catch (...) {
         allocator_.release(file.record.extents);
@@ -253,7 +243,7 @@ uint32_t FileTable::addFile(File file)
 
 void FileTable::removeFile(uint32_t fileId)
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     const File &file = at(fileId);
     if (file.recordedStreams > 0)
         raiseError("File " + std::to_string(fileId) + " is being recorded.");

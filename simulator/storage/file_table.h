@@ -16,7 +16,7 @@ namespace simulator {
 class FileTable
 {
 public:
-    /// Lays a new set down in \a folder.
+    /// Makes a new set in \a folder.
     static void create(const std::filesystem::path &folder, const SetRecord &set);
     /// Whether \a folder holds a set.
     static bool exists(const std::filesystem::path &folder);
@@ -85,7 +85,6 @@ private:
     void requireSet() const;
     const File &at(uint32_t fileId) const;
     File &at(uint32_t fileId);
-    StreamRecord &streamAt(File &file, uint32_t streamId) const;
     uint32_t idOf(const std::string &name) const;
     uint32_t addFile(File file);
     void save(const FileRecord &record) const;

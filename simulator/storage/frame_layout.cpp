@@ -6,8 +6,8 @@ namespace simulator {
 
 namespace {
 
-// The numbers in a header, little-endian, 8 bytes each, by their place. File and stream tell a
-// frame from one of a recording that lay here before, since neither number comes back.
+// The numbers in a header, by their place: 8 bytes each, little-endian. File and stream numbers
+// don't come back, so they tell a frame from what an earlier recording left in the same place.
 enum Field : size_t
 {
     Magic,
@@ -20,11 +20,11 @@ enum Field : size_t
     Height
 };
 
-const uint64_t kMagic = 0x454D'4152'464D'4953; // "SIMFRAME"
+constexpr uint64_t kMagic = 0x454D'4152'464D'4953; // "SIMFRAME"
 
 void put(uint8_t *header, Field field, uint64_t value)
 {
-    for (size_t i = 0; i < 8; i++)
+    for (size_t i = 0; i < 8; ++i)
         header[field * 8 + i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
@@ -37,13 +37,13 @@ uint64_t pixelBytes(const StreamRecord &stream)
 
 uint64_t frameStride(const StreamRecord &stream)
 {
-    return frameHeaderBytes + pixelBytes(stream);
+    return kFrameHeaderBytes + pixelBytes(stream);
 }
 
 void writeFrameHeader(uint8_t *header, uint32_t fileId, const StreamRecord &stream, uint64_t number,
                       uint64_t time)
 {
-    std::memset(header, 0, frameHeaderBytes);
+    std::memset(header, 0, kFrameHeaderBytes);
     put(header, Magic, kMagic);
     put(header, File, fileId);
     put(header, Stream, stream.id);
@@ -62,8 +62,8 @@ bool holdsFrame(const StripeSpace &space, uint32_t fileId, const StreamRecord &s
     if (number >= room)
         return false;
     const size_t compared = (Number + 1) * 8;
-    uint8_t expected[frameHeaderBytes];
-    uint8_t header[frameHeaderBytes];
+    uint8_t expected[kFrameHeaderBytes];
+    uint8_t header[kFrameHeaderBytes];
     writeFrameHeader(expected, fileId, stream, number, 0);
     space.read(stream.extents, number * stride, header, compared);
     return std::memcmp(header, expected, compared) == 0;

@@ -1,6 +1,6 @@
 #include "storage/positioned_file.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "settings_file.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "storage/positioned_file.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "settings_file.h"
 
 #include <windows.h>
@@ -14,7 +14,7 @@ namespace simulator {
 
 namespace {
 
-const uint64_t kLargestTransfer = uint64_t(1) << 30;
+constexpr uint64_t kLargestTransfer = uint64_t(1) << 30;
 
 [[noreturn]] void raiseLast(const std::filesystem::path &path)
 {
@@ -40,7 +40,7 @@ PositionedFile::PositionedFile(const std::filesystem::path &path) : path_(path)
     if (handle == INVALID_HANDLE_VALUE)
         raiseLast(path_);
     handle_ = reinterpret_cast<intptr_t>(handle);
-    // Where the file system can't, the file is merely larger.
+    // Where the file system has no sparse files the file only takes more room.
     DWORD returned = 0;
     DeviceIoControl(handle, FSCTL_SET_SPARSE, nullptr, 0, nullptr, 0, &returned, nullptr);
 }

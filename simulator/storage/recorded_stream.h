@@ -7,12 +7,25 @@ namespace simulator {
 
 class Recorder;
 
+/// Where a stream is found.
+struct StreamPlace
+{
+    Recorder &recorder;
+    std::shared_ptr<FileTable> table;
+    uint32_t fileId;
+    uint32_t streamId;
+
+    StreamRecord record() const { return table->stream(fileId, streamId); }
+};
+
 /// A handle of a stream.
 class RecordedStream final : public Quillon::RecordedStream
 {
 public:
-    RecordedStream(Recorder &recorder, std::shared_ptr<FileTable> table, uint32_t fileId,
-                   const StreamRecord &stream);
+    RecordedStream(StreamPlace place, std::string portName)
+        : place_(std::move(place)), portName_(std::move(portName))
+    {
+    }
     virtual ~RecordedStream() = default;
 
     Quillon::String portName() override;
@@ -20,10 +33,7 @@ public:
                                                      bool fourth) override;
 
 private:
-    Recorder &recorder_;
-    const std::shared_ptr<FileTable> table_;
-    const uint32_t fileId_;
-    const uint32_t streamId_;
+    const StreamPlace place_;
     const std::string portName_;
 };
 
@@ -31,8 +41,7 @@ private:
 class FrameSequence final : public Quillon::FrameSequence
 {
 public:
-    FrameSequence(Recorder &recorder, std::shared_ptr<FileTable> table, uint32_t fileId,
-                  uint32_t streamId);
+    explicit FrameSequence(StreamPlace place) : place_(std::move(place)) {}
     virtual ~FrameSequence() = default;
 
     boost::shared_ptr<Common::DataType> dataType() override;
@@ -41,10 +50,7 @@ public:
                     uint32_t count) override;
 
 private:
-    Recorder &recorder_;
-    const std::shared_ptr<FileTable> table_;
-    const uint32_t fileId_;
-    const uint32_t streamId_;
+    const StreamPlace place_;
 };
 
 } // namespace simulator

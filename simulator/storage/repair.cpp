@@ -1,7 +1,7 @@
 #include "storage/repair.h"
 
-#include "operation.h"
-#include "raise.h"
+#include "errors.h"
+#include "recorder.h"
 #include "storage/frame_layout.h"
 
 #include <system_error>
@@ -36,21 +36,16 @@ void Repair::start(const boost::shared_ptr<Repair> &repair)
 
 void Repair::run()
 {
-    std::string failure;
+    std::optional<std::string> error;
     try {
-        work();
-        return;
+        error = errorOf([this] { work(); });
     } catch (const Cancellation &) {
         return;
-    } catch (const Common::GeneralException &exception) {
-        failure = exception.what();
-    } catch (const std::exception &exception) {
-        failure = exception.what();
     }
-    const std::lock_guard lock(mutex_);
-    if (state_ != State::Running)
+    std::lock_guard guard(mutex_);
+    if (!error || state_ != State::Running)
         return;
-    errorText_ = failure;
+    errorText_ = *error;
     state_ = State::Failed;
 }
 
@@ -67,10 +62,10 @@ void Repair::work()
         raiseError(error);
 
     // A job that changes the file can't be cancelled any more.
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (state_ != State::Running)
         throw Cancellation();
-    for (size_t i = 0; i < counts.size(); i++)
+    for (size_t i = 0; i < counts.size(); ++i)
         table_->closeStream(fileId_, file.streams[i].id, counts[i]);
     state_ = State::Succeeded;
 }
@@ -82,7 +77,7 @@ std::vector<uint64_t> Repair::countFrames(const FileRecord &file)
         uint64_t count = 0;
         while (holdsFrame(table_->space(), fileId_, stream, count)) {
             requireGoingOn();
-            count++;
+            ++count;
         }
         counts.push_back(count);
     }
@@ -91,8 +86,8 @@ std::vector<uint64_t> Repair::countFrames(const FileRecord &file)
 
 void Repair::waitUntil(Clock::time_point end)
 {
-    // Now and then it looks whether the recorder is still there.
-    const auto pause = std::chrono::milliseconds(20);
+    // Whether the recorder is still connected is asked every so often.
+    constexpr auto pause = std::chrono::milliseconds(20);
     std::unique_lock lock(mutex_);
     while (Clock::now() < end && state_ == State::Running && recorder_.isConnected())
         changed_.wait_until(lock, std::min(end, Clock::now() + pause));
@@ -107,20 +102,20 @@ void Repair::requireGoingOn()
 
 Repair::State Repair::state()
 {
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return state_;
 }
 
-bool Repair::isIn(State state, const char *operation)
+bool Repair::isIn(State state, Operation operation)
 {
-    return !isEmptied(recorder_, operation, Numbered{"file", fileId_}) && this->state() == state;
+    return recorder_.begin(operation, Numbered{"file", fileId_}) && this->state() == state;
 }
 
 void Repair::cancel()
 {
-    if (isEmptied(recorder_, "Recovery::cancel", Numbered{"file", fileId_}))
+    if (!recorder_.begin("Recovery::cancel", Numbered{"file", fileId_}))
         return;
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     if (state_ != State::Running)
         return;
     state_ = State::Cancelled;
@@ -129,7 +124,7 @@ void Repair::cancel()
 
 bool Repair::isFinished()
 {
-    return !isEmptied(recorder_, "Recovery::isFinished", Numbered{"file", fileId_}) &&
+    return recorder_.begin("Recovery::isFinished", Numbered{"file", fileId_}) &&
            state() != State::Running;
 }
 
@@ -145,9 +140,9 @@ bool Repair::isSuccessful()
 
 Quillon::String Repair::errorText()
 {
-    if (isEmptied(recorder_, "Recovery::errorText", Numbered{"file", fileId_}))
+    if (!recorder_.begin("Recovery::errorText", Numbered{"file", fileId_}))
         return "";
-    const std::lock_guard lock(mutex_);
+    std::lock_guard guard(mutex_);
     return errorText_.c_str();
 }
 

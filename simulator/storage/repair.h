@@ -1,6 +1,7 @@
 #pragma once
 
 #include "hardware/library/storage.h"
+#include "operation.h"
 #include "storage/file_table.h"
 
 #include <condition_variable>
@@ -41,7 +42,7 @@ private:
     void waitUntil(std::chrono::steady_clock::time_point end);
     void requireGoingOn();
     State state();
-    bool isIn(State state, const char *operation);
+    bool isIn(State state, Operation operation);
 
     Recorder &recorder_;
     const std::shared_ptr<FileTable> table_;

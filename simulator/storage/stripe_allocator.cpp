@@ -63,7 +63,7 @@ Extents StripeAllocator::allocate(uint64_t stripes)
 
 bool StripeAllocator::reserve(const Extents &extents)
 {
-    for (size_t i = 0; i < extents.size(); i++) {
+    for (size_t i = 0; i < extents.size(); ++i) {
         if (!reserve(extents[i])) {
             release(Extents(extents.begin(), extents.begin() + static_cast<ptrdiff_t>(i)));
             return false;

@@ -11,11 +11,9 @@ struct Extent
 {
     uint64_t first = 0;
     uint64_t count = 0;
-
-    bool operator==(const Extent &) const = default;
 };
 
-/// Where a file lies, in its order.
+/// The stripes of a file, in the order of its bytes.
 using Extents = std::vector<Extent>;
 
 uint64_t stripesOf(const Extents &extents);

@@ -1,6 +1,6 @@
 #include "storage/stripe_space.h"
 
-#include "raise.h"
+#include "errors.h"
 
 #include <algorithm>
 #include <mutex>
@@ -17,7 +17,7 @@ template <typename Transfer>
 void StripeSpace::transfer(const Extents &extents, uint64_t offset, uint64_t size,
                            Transfer transferPiece) const
 {
-    const std::shared_lock lock(mutex_);
+    std::shared_lock guard(mutex_);
     if (drives_.empty())
         raiseError("The drive set was removed.");
     uint64_t stripe = offset / stripeBytes_;
@@ -36,7 +36,7 @@ void StripeSpace::transfer(const Extents &extents, uint64_t offset, uint64_t siz
         place += count;
         if (place == stripeBytes_) {
             place = 0;
-            stripe++;
+            ++stripe;
         }
     }
 }
@@ -64,7 +64,7 @@ void StripeSpace::write(const Extents &extents, uint64_t offset, const void *sou
 
 void StripeSpace::close()
 {
-    const std::unique_lock lock(mutex_);
+    std::lock_guard guard(mutex_);
     drives_.clear();
 }
 

@@ -1,6 +1,6 @@
 #include "storage/text_record.h"
 
-#include "raise.h"
+#include "errors.h"
 
 #include <charconv>
 #include <limits>
@@ -10,7 +10,7 @@ namespace simulator {
 
 namespace {
 
-// A value stands on one line, whatever its text.
+/// Keeps a value on one line.
 std::string escaped(const std::string &text)
 {
     std::string result;
@@ -30,7 +30,7 @@ std::string escaped(const std::string &text)
 std::string unescaped(const std::string &text)
 {
     std::string result;
-    for (size_t i = 0; i < text.size(); i++) {
+    for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '\\' || i + 1 == text.size()) {
             result += text[i];
             continue;
@@ -41,7 +41,7 @@ std::string unescaped(const std::string &text)
     return result;
 }
 
-[[noreturn]] void raiseNonsense(const char *key)
+[[noreturn]] void raiseDamaged(const char *key)
 {
     raiseError(std::string("Damaged description: ") + key + ".");
 }
@@ -52,7 +52,7 @@ uint64_t takeNumber(std::string_view &text, const char *key)
     uint64_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc())
-        raiseNonsense(key);
+        raiseDamaged(key);
     text.remove_prefix(static_cast<size_t>(end - text.data()));
     return value;
 }
@@ -85,7 +85,7 @@ std::string TextSection::text(const char *key) const
         if (name == key)
             return value;
     }
-    raiseNonsense(key);
+    raiseDamaged(key);
 }
 
 uint64_t TextSection::number(const char *key) const
@@ -94,7 +94,7 @@ uint64_t TextSection::number(const char *key) const
     std::string_view rest = value;
     const uint64_t number = takeNumber(rest, key);
     if (!rest.empty())
-        raiseNonsense(key);
+        raiseDamaged(key);
     return number;
 }
 
@@ -102,7 +102,7 @@ uint32_t TextSection::smallNumber(const char *key) const
 {
     const uint64_t value = number(key);
     if (value > std::numeric_limits<uint32_t>::max())
-        raiseNonsense(key);
+        raiseDamaged(key);
     return static_cast<uint32_t>(value);
 }
 
@@ -115,7 +115,7 @@ Extents TextSection::extents(const char *key) const
         Extent extent;
         extent.first = takeNumber(rest, key);
         if (!rest.starts_with('+'))
-            raiseNonsense(key);
+            raiseDamaged(key);
         rest.remove_prefix(1);
         extent.count = takeNumber(rest, key);
         extents.push_back(extent);

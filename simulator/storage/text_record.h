@@ -8,7 +8,7 @@
 namespace simulator {
 
 /// A run of "key = value" lines, in a text that the library writes for itself. The operations that
-/// take something out raise Common::GeneralException when it isn't there or is nonsense.
+/// take something out raise Common::GeneralException when it isn't there or is damaged.
 class TextSection
 {
 public:
@@ -20,7 +20,7 @@ public:
 
     std::string text(const char *key) const;
     uint64_t number(const char *key) const;
-    /// No more than 32 bits.
+    /// A number of 32 bits at most.
     uint32_t smallNumber(const char *key) const;
     Extents extents(const char *key) const;
 
@@ -32,7 +32,7 @@ private:
 };
 
 std::string formatSections(const std::vector<TextSection> &sections);
-/// There always is a first one.
+/// The first section has no title and is always there.
 std::vector<TextSection> parseSections(const std::string &text);
 
 } // namespace simulator

@@ -1,6 +1,6 @@
 #include "storage/whole_file.h"
 
-#include "raise.h"
+#include "errors.h"
 #include "settings_file.h"
 
 #include <fstream>
@@ -15,22 +15,17 @@ std::filesystem::path unfinishedName(const std::filesystem::path &path)
     return name;
 }
 
-void replaceFile(const std::filesystem::path &path, const void *data, uint64_t size)
+void replaceFile(const std::filesystem::path &path, const std::string &text)
 {
     const std::filesystem::path unfinished = unfinishedName(path);
     std::ofstream file(unfinished, std::ios::binary);
-    file.write(static_cast<const char *>(data), static_cast<std::streamsize>(size));
+    file << text;
     file.close();
     std::error_code error;
     if (file)
         std::filesystem::rename(unfinished, path, error);
     if (!file || error)
         raiseError(nameOf(path) + " can't be written.");
-}
-
-void replaceFile(const std::filesystem::path &path, const std::string &text)
-{
-    replaceFile(path, text.data(), text.size());
 }
 
 std::string readWholeFile(const std::filesystem::path &path)

@@ -10,7 +10,6 @@ namespace simulator {
 
 /// The new file is written beside the old one and takes its place, so that a process that dies
 /// leaves one of the two.
-void replaceFile(const std::filesystem::path &path, const void *data, uint64_t size);
 void replaceFile(const std::filesystem::path &path, const std::string &text);
 
 std::string readWholeFile(const std::filesystem::path &path);
@@ -20,7 +19,7 @@ uint64_t readWholeFile(const std::filesystem::path &path, void *target, uint64_t
 /// Removes a file or a folder with all it holds, if it is there.
 void removeWhole(const std::filesystem::path &path);
 
-/// How replaceFile() calls the new file meanwhile.
+/// The name of the new file until it takes the place of the old one.
 std::filesystem::path unfinishedName(const std::filesystem::path &path);
 
 } // namespace simulator

@@ -6,8 +6,8 @@
 namespace tavu {
 namespace {
 
-const uint32_t cluster = 4096;
-const uint32_t stripe = 3 * cluster;
+constexpr uint32_t kCluster = 4096;
+constexpr uint32_t kStripe = 3 * kCluster;
 
 class DriveSetTest : public testing::Test
 {
@@ -18,12 +18,12 @@ protected:
                    "metadata size = 1K\ndrive sets = 2\n"};
 };
 
-boost::shared_ptr<Common::Buffer> filled(uint64_t size, uint8_t first)
+boost::shared_ptr<Common::Buffer> filled(uint64_t size, uint64_t first)
 {
     const auto buffer = Common::Buffer::create(nullptr, size);
     auto *bytes = static_cast<uint8_t *>(buffer->data());
-    for (uint64_t i = 0; i < size; i++)
-        bytes[i] = static_cast<uint8_t>(first + i + i / cluster);
+    for (uint64_t i = 0; i < size; ++i)
+        bytes[i] = static_cast<uint8_t>(first + i + i / kCluster);
     return buffer;
 }
 
@@ -47,63 +47,63 @@ TEST_F(DriveSetTest, BlocksGoRoundTheDrivesAndStay)
     {
         const boost::shared_ptr<Quillon::DriveFile> files[] = {lab.set()->openFile(ids[0]),
                                                                lab.set()->openFile(ids[1])};
-        for (uint8_t block = 0; block < 2; block++) {
-            for (uint8_t file = 0; file < 2; file++)
-                files[file]->writeBlock(filled(stripe, uint8_t(10 * file + block)));
+        for (uint8_t block = 0; block < 2; ++block) {
+            for (uint8_t file = 0; file < 2; ++file)
+                files[file]->writeBlock(filled(kStripe, 10 * file + block));
         }
-        EXPECT_EQ(libraryErrorOf([&] { files[1]->writeBlock(filled(stripe, 0)); }),
+        EXPECT_EQ(libraryErrorOf([&] { files[1]->writeBlock(filled(kStripe, 0)); }),
                   "File 2 ends before block 2.");
-        EXPECT_EQ(libraryErrorOf([&] { files[0]->writeBlock(filled(cluster, 0)); }),
+        EXPECT_EQ(libraryErrorOf([&] { files[0]->writeBlock(filled(kCluster, 0)); }),
                   "A block of this file has 12288 bytes.");
     }
     lab.restart();
     EXPECT_EQ(lab.set()->findFile("two"), ids[1]);
     EXPECT_EQ(lab.set()->fileEntry(ids[0])->sizeClusters, 3u);
-    for (uint8_t file = 0; file < 2; file++) {
+    for (uint8_t file = 0; file < 2; ++file) {
         const auto opened = lab.set()->openFile(ids[file]);
-        EXPECT_EQ(opened->driveSet(false)->drives().size() * opened->info()->clusterBytes, stripe);
-        const auto block = Common::Buffer::create(nullptr, stripe);
-        for (uint8_t i = 0; i < 2; i++) {
+        EXPECT_EQ(opened->driveSet(false)->drives().size() * opened->info()->clusterBytes, kStripe);
+        const auto block = Common::Buffer::create(nullptr, kStripe);
+        for (uint8_t i = 0; i < 2; ++i) {
             opened->readBlock(block, 0);
-            EXPECT_TRUE(equal(block, filled(stripe, uint8_t(10 * file + i)))) << int(i);
+            EXPECT_TRUE(equal(block, filled(kStripe, 10 * file + i))) << int(i);
         }
         EXPECT_EQ(libraryErrorOf([&] { opened->readBlock(block, 0); }),
                   "Block 2 of file " + std::to_string(file + 1) + " was never written.");
     }
     // The second cluster of the second block of the first file.
-    const std::string drive = readFile(lab.setFolder() / "drive-2.bin").substr(cluster, cluster);
-    const auto expected = filled(stripe, 1);
-    EXPECT_EQ(std::memcmp(drive.data(), expected->ptr(cluster), cluster), 0);
+    const std::string drive = readFile(lab.setFolder() / "drive-2.bin").substr(kCluster, kCluster);
+    const auto expected = filled(kStripe, 1);
+    EXPECT_EQ(std::memcmp(drive.data(), expected->ptr(kCluster), kCluster), 0);
 }
 
 TEST_F(DriveSetTest, SpaceIsTakenAndGivenBack)
 {
     const auto set = lab.set();
-    EXPECT_EQ(set->capacityInfo(true)->totalBytes(), 16u * stripe);
+    EXPECT_EQ(set->capacityInfo(true)->totalBytes(), 16u * kStripe);
     EXPECT_EQ(set->createFile("a", 5, 0), 1u);
     EXPECT_EQ(set->createFile("b", 5, 0), 2u);
     EXPECT_EQ(set->createFile("c", 6, 0), 3u);
     EXPECT_EQ(libraryErrorOf([&] { set->createFile("d", 1, 0); }), "The drive set is full.");
     set->removeFile(1);
     set->removeFile(3);
-    EXPECT_EQ(set->capacityInfo(true)->usedBytes(), 5u * stripe);
+    EXPECT_EQ(set->capacityInfo(true)->usedBytes(), 5u * kStripe);
     lab.restart();
 
     // It lies in two pieces, and the ids go on.
     const auto restarted = lab.set();
     EXPECT_EQ(restarted->createFile("d", 11, 0), 4u);
-    EXPECT_EQ(restarted->capacityInfo(true)->usedBytes(), 16u * stripe);
+    EXPECT_EQ(restarted->capacityInfo(true)->usedBytes(), 16u * kStripe);
     const auto d = restarted->openFile(4);
     const auto b = restarted->openFile(2);
-    for (uint8_t i = 0; i < 5; i++)
-        b->writeBlock(filled(stripe, 100));
-    for (uint8_t i = 0; i < 11; i++)
-        d->writeBlock(filled(stripe, i));
+    for (uint8_t i = 0; i < 5; ++i)
+        b->writeBlock(filled(kStripe, 100));
+    for (uint8_t i = 0; i < 11; ++i)
+        d->writeBlock(filled(kStripe, i));
     const auto reader = restarted->openFile(4);
-    const auto block = Common::Buffer::create(nullptr, stripe);
-    for (uint8_t i = 0; i < 11; i++) {
+    const auto block = Common::Buffer::create(nullptr, kStripe);
+    for (uint8_t i = 0; i < 11; ++i) {
         reader->readBlock(block, 0);
-        EXPECT_TRUE(equal(block, filled(stripe, i))) << int(i);
+        EXPECT_TRUE(equal(block, filled(kStripe, i))) << int(i);
     }
     restarted->removeFile(4);
     restarted->removeFile(2);
@@ -118,7 +118,7 @@ TEST_F(DriveSetTest, WhatIsNotThereRaises)
     EXPECT_EQ(set->createFile("gone", 1, 0), 1u);
     const auto gone = set->openFile(1);
     set->removeFile(1);
-    const auto block = Common::Buffer::create(nullptr, stripe);
+    const auto block = Common::Buffer::create(nullptr, kStripe);
     EXPECT_EQ(libraryErrorOf([&] { set->removeFile(0); }), "There is no file 0.");
     EXPECT_EQ(libraryErrorOf([&] { set->openFile(7); }), "There is no file 7.");
     EXPECT_EQ(libraryErrorOf([&] { set->recover(0); }), "There is no file 0.");

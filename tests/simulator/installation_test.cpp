@@ -128,15 +128,15 @@ TEST(InstallationTest, CallsAreLoggedAsLongAsAFileIsNamed)
     EXPECT_TRUE(eventually([&] { return call() == "x" && !log().empty(); }));
     const size_t before = log().size();
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; i++)
+    for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
-            for (int k = 0; k < 200; k++)
+            for (int k = 0; k < 200; ++k)
                 call();
         });
     for (std::thread &thread : threads)
         thread.join();
     std::string expected;
-    for (int i = 0; i < 800; i++)
+    for (int i = 0; i < 800; ++i)
         expected += "a Device::altName\n";
     EXPECT_EQ(log().substr(before), expected);
     lab.write("", "library.conf", "");

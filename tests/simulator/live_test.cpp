@@ -7,7 +7,7 @@
 namespace tavu {
 namespace {
 
-constexpr Quillon::GrabOptions live{true, 4};
+constexpr Quillon::GrabOptions kLive{true, 4};
 
 boost::shared_ptr<Common::Frame> grab(const boost::shared_ptr<Quillon::Port> &port,
                                       uint32_t timeLimit)
@@ -24,7 +24,7 @@ boost::shared_ptr<Common::Buffer> bytes(const std::string &text)
 
 std::string textOf(const boost::shared_ptr<Common::Buffer> &buffer)
 {
-    return std::string(static_cast<const char *>(buffer->data()), size_t(buffer->size()));
+    return std::string(static_cast<const char *>(buffer->data()), buffer->size());
 }
 
 TEST(LiveTest, DescriptorAndSettingsShapeTheFrame)
@@ -35,7 +35,7 @@ TEST(LiveTest, DescriptorAndSettingsShapeTheFrame)
                       "bit depth = 8");
     lab.start();
     const auto shape = [&](uint32_t index) {
-        lab.port(index)->startGrab(live, 0);
+        lab.port(index)->startGrab(kLive, 0);
         const auto frame = grab(lab.port(index), 10'000);
         if (!frame)
             return std::string("none");
@@ -71,7 +71,7 @@ TEST(LiveTest, ASilentCameraIsWokenThroughItsRegister)
     lab.describe("r", description + "yes");
     lab.start();
     const auto port = lab.port(0);
-    port->startGrab(live, 0);
+    port->startGrab(kLive, 0);
     EXPECT_EQ(port->measuredFrameRate(), 0);
     EXPECT_FALSE(grab(port, 50));
 

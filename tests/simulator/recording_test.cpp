@@ -65,13 +65,13 @@ public:
         const auto sequence = frames(place);
         boost::shared_ptr<Common::Frame> frame;
         const uint64_t count = sequence->frameCount();
-        for (uint64_t number = 0; number < count; number++) {
+        for (uint64_t number = 0; number < count; ++number) {
             sequence->readFrames(frame, number, 1);
             EXPECT_TRUE(frame && frame->buffer()->size() == 23u * 17 * 2);
             const auto *pixels = static_cast<const uint16_t *>(frame->buffer()->data());
             EXPECT_EQ(pixels[0], portNumber);
             EXPECT_EQ(pixels[1] | uint64_t(pixels[2]) << 16, number);
-            for (uint32_t i = 5; i < 23 * 17; i++)
+            for (uint32_t i = 5; i < 23 * 17; ++i)
                 EXPECT_EQ(pixels[i], uint16_t(i % 23 + i / 23 + 8 * number + 4096 * portNumber));
         }
         sequence->readFrames(frame, count, 1);
@@ -91,7 +91,7 @@ public:
     }
 };
 
-const std::map<const char *, ParameterValue> waitingForStart = {
+const std::map<const char *, ParameterValue> kWaitingForStart = {
     {"Start Enable", ParameterValue::boolean(true)},
     {"Pretrigger Enable", ParameterValue::boolean(true)},
     {"Pretrigger Loop Time Value", ParameterValue::uint64(100000)},
@@ -126,7 +126,7 @@ TEST(RecordingTest, EndsByItsConditions)
             EXPECT_EQ(lab.set()->incompleteFileId(), 0u) << "it isn't stopped yet";
             const uint32_t files[] = {lab.stopRecording(0), lab.stopRecording(1)};
             EXPECT_EQ(files[0] == files[1], isShared);
-            for (uint32_t i = 0; i < 2; i++) {
+            for (uint32_t i = 0; i < 2; ++i) {
                 EXPECT_EQ(lab.checkFrames({files[i], streams[i]}, i + 1), each.frames);
                 EXPECT_EQ(lab.status(i).frames, each.frames);
                 EXPECT_EQ(lab.set()->openFile(files[i])->streamCount(), isShared ? 2u : 1u);
@@ -142,7 +142,7 @@ TEST(RecordingTest, KeepsThePretriggerLoop)
 {
     RecordingLab lab;
     lab.start();
-    lab.program(waitingForStart);
+    lab.program(kWaitingForStart);
     lab.program({{"Stop Time Enable", ParameterValue::boolean(true)},
                  {"Stop Time Value", ParameterValue::uint64(100000)}});
     const auto bank = lab.device(0)->triggerBank();

@@ -4,8 +4,8 @@
 
 namespace tavu {
 
-// Buffers for the library to fill or to store. The library leaves a new buffer's bytes unset; these
-// are zeroed, so that nothing but what was written on purpose reaches a drive or a client.
+// Buffers for the library to fill or to store. The library leaves a new buffer's bytes unset. These
+// are zeroed, so that no stray bytes of memory reach a drive or a client.
 
 /// A buffer from the library's object allocator, of exactly \a size bytes: for transfers with a
 /// camera.

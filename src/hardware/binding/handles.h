@@ -10,8 +10,8 @@
 
 namespace tavu {
 
-/// Passes on a handle that the library's operation \a source yielded. An empty one raises
-/// std::runtime_error, so that a library which yields nothing costs a request and no more.
+/// Passes on a handle that the library's operation \a source returned. Raises std::runtime_error
+/// when it is empty, so that the request fails and the service goes on.
 template <typename T>
 boost::shared_ptr<T> given(boost::shared_ptr<T> handle, const char *source)
 {

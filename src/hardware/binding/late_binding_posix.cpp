@@ -1,12 +1,13 @@
 #include "hardware/binding/late_binding.h"
 
+#include "platform/diagnostics.h"
 #include "platform/environment.h"
 
 #include <atomic>
 #include <cstdint>
-#include <cstring>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <dlfcn.h>
 
@@ -23,25 +24,39 @@ constexpr const char *kNames[] = {
 #undef LATE_FUNCTION
 };
 
+/// A library that is there and can't be loaded is reported; one that is absent isn't.
 void *openLibrary(const std::string &path)
 {
-    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    void *const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library)
+        return library;
+    const std::string error = dlerror();
+    if (!error.starts_with(path + ": cannot open"))
+        tavu::printLine(stderr, "%s\n", error.c_str());
+    return nullptr;
 }
 
-/// Destructors and the release of memory can't tell that they are absent.
-bool mayNotRaise(const char *name)
+/// Destructors and the release of memory can't raise when they are absent.
+bool mayNotRaise(std::string_view name)
 {
-    return std::strstr(name, "D1Ev") || std::strstr(name, "D0Ev") || std::strstr(name, "dlEPv");
+    return name.ends_with("D1Ev") || name.ends_with("D0Ev") || name.ends_with("dlEPv");
 }
 
-/// A library without one of those functions isn't used at all.
+/// Reports what the library lacks. False when it lacks a function that may not raise: such a
+/// library isn't used at all.
 bool isUsable(void *library)
 {
+    std::string absent;
+    bool usable = true;
     for (const char *name : kNames) {
-        if (mayNotRaise(name) && !dlsym(library, name))
-            return false;
+        if (dlsym(library, name))
+            continue;
+        absent += std::string(" ") + name;
+        usable = usable && !mayNotRaise(name);
     }
-    return true;
+    if (!absent.empty())
+        tavu::printLine(stderr, "libquillon.so lacks%s\n", absent.c_str());
+    return usable;
 }
 
 /// Opens the library in its install folder, or where the system looks for libraries. Never closed:
@@ -60,14 +75,14 @@ void *findLibrary()
 
 extern "C" {
 
-// Both are the thunks' alone.
+// Only the thunks use these two.
 extern std::atomic<void *> tavuLateFunctions[];
 void *tavuBindFunction(uint32_t index);
 
-/// Where each function is, once it was called.
+/// The address of each function, null until its first call.
 std::atomic<void *> tavuLateFunctions[std::size(kNames)];
 
-/// Called by a thunk in the place of its function, for the first call of it.
+/// Finds the function for a thunk that is called for the first time.
 void *tavuBindFunction(uint32_t index)
 {
     static void *const library = findLibrary();

@@ -1,5 +1,8 @@
 #include "hardware/binding/late_binding.h"
 
+#include "platform/diagnostics.h"
+
+#include <atomic>
 #include <stdexcept>
 
 #include <windows.h>
@@ -8,10 +11,14 @@
 
 namespace {
 
-/// Called by the late loader when it finds no library or no function, in the place of its own
-/// structured fault.
-FARPROC WINAPI failToLoad(unsigned notification, PDelayLoadInfo)
+/// Called by the late loader when it finds no library or no function, instead of raising its own
+/// structured fault. A function that the library lacks is reported, once, as the late loader looks
+/// for it again at each call.
+FARPROC WINAPI failToLoad(unsigned notification, PDelayLoadInfo info)
 {
+    static std::atomic_flag isReported;
+    if (notification == dliFailGetProc && !isReported.test_and_set())
+        tavu::printLine(stderr, "%s lacks %s\n", info->szDll, info->dlp.szProcName);
     if (notification == dliFailLoadLib || notification == dliFailGetProc)
         throw std::runtime_error(tavu::kLateBindingFailure);
     return nullptr;

@@ -51,13 +51,13 @@ protected:
 class Recovery
 {
 public:
-    /// Only asks.
+    /// Asks the job to end, and returns at once.
     virtual void cancel() = 0;
     /// The job has ended, well or badly.
     virtual bool isFinished() = 0;
     /// The job ended through cancel().
     virtual bool isCancelled() = 0;
-    /// Means something once the job is finished.
+    /// Valid once the job is finished.
     virtual bool isSuccessful() = 0;
     virtual String errorText() = 0;
 

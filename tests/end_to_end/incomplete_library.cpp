@@ -1,0 +1,5 @@
+// A library that needs a function which nobody has.
+
+void functionOfNobody();
+
+void (*neededFunction)() = functionOfNobody;
