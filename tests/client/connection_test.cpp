@@ -5,6 +5,7 @@
 #include "encoding/message_reader.h"
 #include "encoding/message_writer.h"
 #include "scripted_service.h"
+#include "service/transport/local_socket.h"
 
 #include <gtest/gtest.h>
 #include <thread>
