@@ -1,5 +1,6 @@
 #include "service_process.h"
 
+#include "encoding/memory_sink.h"
 #include "encoding/message_reader.h"
 #include "encoding/message_writer.h"
 #include "measure.h"
@@ -19,25 +20,11 @@ namespace tavu::bench {
 
 namespace {
 
-class VectorStream final : public Stream
-{
-public:
-    uint64_t read(void *, uint64_t) override { return 0; }
-    uint64_t write(const void *buffer, uint64_t byteCount) override
-    {
-        const auto *data = static_cast<const uint8_t *>(buffer);
-        bytes.insert(bytes.end(), data, data + byteCount);
-        return byteCount;
-    }
-
-    std::vector<uint8_t> bytes;
-};
-
 std::vector<uint8_t> encode(const char *action, const char *numberKey, uint64_t number,
                             const ObjectValue *params)
 {
-    VectorStream stream;
-    MessageWriter writer(stream);
+    MemorySink sink;
+    MessageWriter writer(sink);
     writer.writeMapHeader(params ? 3 : 2);
     writer.writeString("act");
     writer.writeString(action);
@@ -47,7 +34,7 @@ std::vector<uint8_t> encode(const char *action, const char *numberKey, uint64_t 
         writer.writeString("params");
         writer.writeObject(*params);
     }
-    return std::move(stream.bytes);
+    return sink.take();
 }
 
 ObjectValue toMap(Params params)
@@ -86,6 +73,7 @@ std::filesystem::path Workplace::emulator() const
 pid_t startProgram(const std::vector<std::string> &arguments)
 {
     std::vector<char *> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments)
         pointers.push_back(const_cast<char *>(argument.c_str()));
     pointers.push_back(nullptr);
@@ -162,7 +150,7 @@ ObjectValue Client::call(uint64_t ordinal, Params params)
     return receive();
 }
 
-ObjectValue Client::call(uint64_t ordinal, ObjectValue params)
+ObjectValue Client::call(uint64_t ordinal, const ObjectValue &params)
 {
     send(encode("exec", "ord", ordinal, &params));
     return receive();
@@ -173,7 +161,7 @@ void configure(Client &client, uint16_t width, uint16_t height, uint8_t port)
     ObjectValue pairing = toMap({{"deviceId", 0}, {"port", port}, {"numFramesPerPacket", 1}});
     pairing.mapAppend("identity", ObjectValue::string("bench"));
     pairing.mapAppend("info", ObjectValue::blob("", 0));
-    client.call(34, std::move(pairing));
+    client.call(34, pairing);
     client.call(41, {{"deviceId", 0},
                      {"port", port},
                      {"width", width},
@@ -191,7 +179,7 @@ std::pair<uint64_t, uint64_t> recordFrames(Client &client, int frames)
                                 {"count", static_cast<uint64_t>(frames)},
                                 {"pretriggerCount", 0}});
     params.mapAppend("usePretrigger", ObjectValue::boolean(false));
-    client.call(42, std::move(params));
+    client.call(42, params);
     while (!client.call(45).mapAt("done").asBool())
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     client.call(43);

@@ -71,7 +71,7 @@ public:
     /// The result of a command; nil when it has none. Raises std::runtime_error with the text of an
     /// error reply.
     ObjectValue call(uint64_t ordinal, Params params = {{"deviceId", 0}});
-    ObjectValue call(uint64_t ordinal, ObjectValue params);
+    ObjectValue call(uint64_t ordinal, const ObjectValue &params);
     void send(const std::vector<uint8_t> &request);
     ObjectValue receive();
     LocalSocket &socket() { return socket_; }

@@ -1,5 +1,7 @@
 #include "client/connection.h"
 
+#include "service/transport/local_socket.h"
+
 #include <stdexcept>
 
 namespace tavu::client {
@@ -10,6 +12,16 @@ std::string nameForMessages(uint32_t ordinal)
 {
     const CommandInfo *info = findCommand(ordinal);
     return info ? info->name : "command " + std::to_string(ordinal);
+}
+
+std::unique_ptr<LocalSocket> connectedSocket(const std::string &name)
+{
+    auto socket = std::make_unique<LocalSocket>();
+    if (!socket->connect(name))
+        throw ConnectionError::noService(localSocketAddress(name));
+    if (const auto user = socket->stranger())
+        throw ConnectionError::strangersService(localSocketAddress(name), *user);
+    return socket;
 }
 
 /// Reads a whole reply. Returns the text of an error reply.
@@ -34,12 +46,12 @@ std::optional<std::string> readReply(MessageReader &reader,
 
 } // namespace
 
-Connection::Connection(const std::string &name) : Connection(std::make_unique<SocketChannel>(name))
-{
-}
+Connection::Connection(const std::string &name) : Connection(connectedSocket(name)) {}
 
-Connection::Connection(std::unique_ptr<ByteChannel> channel)
-    : channel_(std::move(channel)), stream_(*channel_)
+Connection::Connection(std::unique_ptr<Channel> channel)
+    : channel_(std::move(channel)), replies_([this](void *buffer, uint64_t byteCount) {
+          return channel_->readSome(buffer, byteCount);
+      })
 {
     const std::string command = "the version check";
     const Reply reply(command, exchange(command, encodeHandshake(kProtocolVersion)));
@@ -79,9 +91,9 @@ void Connection::exchange(const std::string &command, const std::vector<uint8_t>
     send(request);
     std::optional<std::string> error;
     try {
-        MessageReader reader(stream_);
+        MessageReader reader(replies_);
         error = readReply(reader, decode);
-        if (stream_.hasPending())
+        if (replies_.hasPending())
             throw std::runtime_error("there are bytes behind its end");
     } catch (const std::exception &fault) {
         failReading(command, fault.what());
@@ -101,7 +113,7 @@ void Connection::send(const std::vector<uint8_t> &request)
 void Connection::failReading(const std::string &command, const char *reason)
 {
     channel_->close();
-    if (stream_.ended())
+    if (replies_.ended())
         throw ConnectionError("the connection to the service was lost while it worked on " +
                               command);
     throw ProtocolError("the reply to " + command + " can't be read: " + reason);

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "client/byte_channel.h"
 #include "client/errors.h"
 #include "client/reply.h"
-#include "client/reply_stream.h"
 #include "client/request.h"
 #include "client/values.h"
+#include "encoding/channel.h"
 #include "encoding/message_reader.h"
+#include "encoding/read_ahead.h"
 #include "wire/commands.h"
 #include "wire/names.h"
 
@@ -20,6 +20,9 @@
 
 namespace tavu::client {
 
+/// The base name under which the service listens.
+inline constexpr const char *kServiceName = "tavusrv";
+
 /// A connection to the service, with one operation per command. Each sends its request and waits
 /// for the reply; a failing command raises ServiceError, a lost connection ConnectionError, an
 /// unexpected reply ProtocolError.
@@ -32,10 +35,12 @@ namespace tavu::client {
 class Connection
 {
 public:
-    /// Connects to the service and agrees on the protocol.
+    /// Connects to the service that listens under a base name, and agrees on the protocol. Raises
+    /// ConnectionError when nobody listens there, and when it is another user's service at an
+    /// address that anybody could have taken: that one gets no byte.
     explicit Connection(const std::string &name = kPipeName);
     /// Talks over a channel of the caller's making.
-    explicit Connection(std::unique_ptr<ByteChannel> channel);
+    explicit Connection(std::unique_ptr<Channel> channel);
     Connection(const Connection &) = delete;
     Connection &operator=(const Connection &) = delete;
     ~Connection();
@@ -157,8 +162,8 @@ private:
     /// Closes the connection and raises what a reply that can't be read stands for.
     [[noreturn]] void failReading(const std::string &command, const char *reason);
 
-    std::unique_ptr<ByteChannel> channel_;
-    ReplyStream stream_;
+    std::unique_ptr<Channel> channel_;
+    ReadAhead replies_; ///< safe, since a service never sends more than the reply to a request
 };
 
 } // namespace tavu::client

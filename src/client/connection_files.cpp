@@ -16,7 +16,7 @@ constexpr int kArray16 = 0xDC;
 /// 16-bit form, as four bytes. It also writes every count in its shortest form, which tells the two
 /// apart: as a 16-bit count, the upper half of a longer one would be below 16. (A list of a million
 /// entries is ambiguous, and read as the shorter one.)
-uint32_t readListHeader(MessageReader &reader, ReplyStream &stream)
+uint32_t readListHeader(MessageReader &reader, ReadAhead &stream)
 {
     if (stream.peek() != kArray16)
         return reader.readArrayHeader();
@@ -98,7 +98,7 @@ std::vector<FileEntry> Connection::listFiles(uint32_t device)
                      (reader.readString(key), key != info.results[0].key))
                      throw std::runtime_error("it has no list of files");
                  files.emplace();
-                 for (uint32_t count = readListHeader(reader, stream_); count > 0; --count)
+                 for (uint32_t count = readListHeader(reader, replies_); count > 0; --count)
                      files->push_back(readFileEntry(reader, key));
              });
     if (!files)

@@ -1,29 +1,11 @@
 #include "client/request.h"
 
+#include "encoding/memory_sink.h"
 #include "encoding/message_writer.h"
 
 namespace tavu::client {
 
 namespace {
-
-/// A stream that keeps what is written.
-class MemorySink final : public Stream
-{
-public:
-    uint64_t read(void *, uint64_t) override { return 0; }
-
-    uint64_t write(const void *buffer, uint64_t byteCount) override
-    {
-        const auto *bytes = static_cast<const uint8_t *>(buffer);
-        bytes_.insert(bytes_.end(), bytes, bytes + byteCount);
-        return byteCount;
-    }
-
-    std::vector<uint8_t> take() { return std::move(bytes_); }
-
-private:
-    std::vector<uint8_t> bytes_;
-};
 
 /// Writes a parameter's value, whatever its type.
 struct ValueWriter

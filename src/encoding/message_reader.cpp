@@ -9,6 +9,12 @@
 #include <stdexcept>
 #include <utility>
 
+#if defined(_MSC_VER)
+#define NEVER_INLINE __declspec(noinline)
+#else
+#define NEVER_INLINE [[gnu::noinline]]
+#endif
+
 namespace tavu {
 
 namespace {
@@ -26,7 +32,6 @@ enum class Form : uint8_t
     Blob,
     Float,
     Double,
-    Unsigned,
     Signed,
     String,
     Array,
@@ -39,16 +44,24 @@ struct Head
     uint8_t width;
 };
 
+constexpr uint8_t kUnsigned = 0xCC;
+
 constexpr Head kHeads[32] = {
-    {Form::Nil, 0},      {Form::Refused, 0},  {Form::Bool, 0},     {Form::Bool, 0},
-    {Form::Blob, 1},     {Form::Blob, 2},     {Form::Blob, 4},     {Form::Refused, 0},
-    {Form::Refused, 0},  {Form::Refused, 0},  {Form::Float, 4},    {Form::Double, 8},
-    {Form::Unsigned, 1}, {Form::Unsigned, 2}, {Form::Unsigned, 4}, {Form::Unsigned, 8},
-    {Form::Signed, 1},   {Form::Signed, 2},   {Form::Signed, 4},   {Form::Signed, 8},
-    {Form::Refused, 0},  {Form::Refused, 0},  {Form::Refused, 0},  {Form::Refused, 0},
-    {Form::Refused, 0},  {Form::String, 1},   {Form::String, 2},   {Form::String, 4},
-    {Form::Array, 2},    {Form::Array, 4},    {Form::Map, 2},      {Form::Map, 4},
+    {Form::Nil, 0},     {Form::Refused, 0}, {Form::Bool, 0},    {Form::Bool, 0},
+    {Form::Blob, 1},    {Form::Blob, 2},    {Form::Blob, 4},    {Form::Refused, 0},
+    {Form::Refused, 0}, {Form::Refused, 0}, {Form::Float, 4},   {Form::Double, 8},
+    {Form::Refused, 1}, {Form::Refused, 2}, {Form::Refused, 4}, {Form::Refused, 8},
+    {Form::Signed, 1},  {Form::Signed, 2},  {Form::Signed, 4},  {Form::Signed, 8},
+    {Form::Refused, 0}, {Form::Refused, 0}, {Form::Refused, 0}, {Form::Refused, 0},
+    {Form::Refused, 0}, {Form::String, 1},  {Form::String, 2},  {Form::String, 4},
+    {Form::Array, 2},   {Form::Array, 4},   {Form::Map, 2},     {Form::Map, 4},
 };
+
+void requireRead(bool isWhole)
+{
+    if (!isWhole)
+        throw std::runtime_error(kFailedToRead);
+}
 
 // Entries to make room for before any has arrived. A message may open containers inside containers
 // that all announce more than ever comes, so the deeper they lie the less room they get.
@@ -60,37 +73,185 @@ uint32_t firstCapacity(uint32_t announced, uint64_t depth)
 
 } // namespace
 
+// Where bytes come from. Both sources say what a read of the stream would: each call is one read of
+// just what is due, and false is a read that came short.
+
+// Any stream.
+class MessageReader::AnyStream
+{
+public:
+    explicit AnyStream(MessageReader &reader) : reader_(reader) {}
+    AnyStream(const AnyStream &) = default;
+    AnyStream &operator=(const AnyStream &) { return *this; }
+
+    bool lead(uint8_t &byte) { return reader_.readRaw(&byte, 1); }
+    bool number(unsigned width, uint64_t &number)
+    {
+        unsigned char bytes[8] = {};
+        if (!reader_.readRaw(bytes + sizeof bytes - width, width))
+            return false;
+        number = loadBigEndian(bytes);
+        return true;
+    }
+    // Long text grows as its bytes arrive.
+    bool text(uint32_t length)
+    {
+        constexpr uint32_t kPiece = 1u << 20;
+        uint32_t done = 0;
+        do {
+            const uint32_t piece = std::min(length - done, kPiece);
+            reader_.text_.resize(size_t(done) + piece);
+            if (!reader_.readRaw(reader_.text_.data() + done, piece))
+                return false;
+            done += piece;
+        } while (done < length);
+        return true;
+    }
+    bool body(void *buffer, uint32_t length) { return reader_.readRaw(buffer, length); }
+    bool skip(uint32_t length)
+    {
+        unsigned char piece[4096];
+        uint32_t done = 0;
+        do {
+            const uint32_t count = std::min<uint32_t>(length - done, sizeof piece);
+            if (!reader_.readRaw(piece, count))
+                return false;
+            done += count;
+        } while (done < length);
+        return true;
+    }
+
+    bool shortKey(ObjectValue &) { return false; }
+    std::string_view lastText() const { return reader_.text_; }
+    // Bytes that may be read from where the last text begins.
+    uint64_t readable() const { return reader_.text_.size(); }
+    void keepText() {}
+
+private:
+    MessageReader &reader_;
+};
+
+// The bytes of a MemStream, where they lie. The stream follows at the end.
+class MessageReader::InPlace
+{
+public:
+    explicit InPlace(MessageReader &reader)
+        : reader_(reader), at_(reader.memory_->position()), end_(at_ + reader.memory_->remaining())
+    {
+    }
+    InPlace(const InPlace &) = default;
+    InPlace &operator=(const InPlace &other)
+    {
+        at_ = other.at_;
+        text_ = other.text_;
+        return *this;
+    }
+    ~InPlace()
+    {
+        // A copy may have got further before it raised.
+        MemStream &stream = *reader_.memory_;
+        if (at_ > stream.position())
+            stream.advance(static_cast<uint64_t>(at_ - stream.position()));
+    }
+
+    bool lead(uint8_t &byte)
+    {
+        if (at_ == end_)
+            MemStream::throwEnd();
+        byte = *at_++;
+        return true;
+    }
+    bool number(unsigned width, uint64_t &number)
+    {
+        if (left() >= sizeof number) {
+            number = loadBigEndian(at_) >> (64 - 8 * width);
+            at_ += width;
+            return true;
+        }
+        unsigned char bytes[8] = {};
+        if (!body(bytes + sizeof bytes - width, width))
+            return false;
+        number = loadBigEndian(bytes);
+        return true;
+    }
+    bool text(uint32_t length)
+    {
+        const unsigned char *bytes = take(length);
+        text_ = std::string_view(reinterpret_cast<const char *>(bytes), bytes ? length : 0);
+        return bytes;
+    }
+    bool body(void *buffer, uint32_t length)
+    {
+        const unsigned char *bytes = take(length);
+        if (bytes)
+            copyBytes(buffer, bytes, length);
+        return bytes;
+    }
+    bool skip(uint32_t length) { return take(length); }
+
+    bool shortKey(ObjectValue &slot)
+    {
+        if (left() <= 1 + ObjectValue::kMaxShortText)
+            return false;
+        const uint32_t length = at_[0] - 0xA0u;
+        if (length > kLongestCut)
+            return false;
+        const auto *text = reinterpret_cast<const char *>(at_ + 1);
+        slot.setShortText(text, lengthToNul(text, length));
+        text_ = std::string_view(text, length);
+        at_ += 1 + length;
+        return reader_.accept(ObjectType::String);
+    }
+
+    std::string_view lastText() const { return text_; }
+    uint64_t readable() const
+    {
+        return static_cast<uint64_t>(end_ - reinterpret_cast<const unsigned char *>(text_.data()));
+    }
+    // The text in place is good only until the caller goes on.
+    void keepText()
+    {
+        if (text_.data())
+            reader_.text_ = text_;
+    }
+
+private:
+    uint64_t left() const { return static_cast<uint64_t>(end_ - at_); }
+    // Null when fewer bytes are left, which are gone then as with a read that came short.
+    const unsigned char *take(uint64_t byteCount)
+    {
+        const unsigned char *bytes = at_;
+        if (byteCount < left()) [[likely]] {
+            at_ += byteCount;
+            return bytes;
+        }
+        if (at_ == end_)
+            MemStream::throwEnd();
+        at_ = end_;
+        return byteCount == static_cast<uint64_t>(end_ - bytes) ? bytes : nullptr;
+    }
+
+    MessageReader &reader_;
+    const unsigned char *at_;
+    const unsigned char *end_;
+    std::string_view text_;
+};
+
+// Calls \a work with the source that the stream makes.
+template <typename Work>
+auto MessageReader::withSource(const Work &work)
+{
+    if (memory_) {
+        InPlace source(*this);
+        return work(source);
+    }
+    AnyStream source(*this);
+    return work(source);
+}
+
 bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
 {
     return stream_.read(buffer, byteCount) == byteCount;
-}
-
-bool MessageReader::readNumber(unsigned width, uint64_t &number)
-{
-    unsigned char bytes[8] = {};
-    if (!readRaw(bytes + sizeof bytes - width, width))
-        return false;
-    number = loadBigEndian(bytes);
-    return true;
-}
-
-// Long text grows as its bytes arrive.
-bool MessageReader::readText(uint32_t length)
-{
-    constexpr uint32_t kPiece = 1u << 20;
-    nearbyText_ = {};
-    uint32_t done = 0;
-    do {
-        const uint32_t piece = std::min(length - done, kPiece);
-        // One read of the whole would have been clipped here, which isn't yet the end of the data.
-        if (done > 0 && memory_ && memory_->remaining() == 0)
-            return false;
-        text_.resize(size_t(done) + piece);
-        if (!readRaw(text_.data() + done, piece))
-            return false;
-        done += piece;
-    } while (done < length);
-    return true;
 }
 
 inline bool MessageReader::accept(ObjectType type)
@@ -99,37 +260,68 @@ inline bool MessageReader::accept(ObjectType type)
     return true;
 }
 
-inline bool MessageReader::acceptInteger(uint64_t value, bool negative)
+inline bool MessageReader::acceptInteger(ObjectType type, uint64_t value, ObjectValue *slot)
 {
     integer_ = value;
-    return accept(negative ? ObjectType::NegativeInteger : ObjectType::PositiveInteger);
-}
-
-inline bool MessageReader::acceptLength(ObjectType type, uint64_t length)
-{
-    lastLength_ = static_cast<uint32_t>(length);
+    if (slot)
+        slot->set(type, 0, value);
     return accept(type);
 }
 
-bool MessageReader::next()
+inline bool MessageReader::acceptContainer(ObjectType type, uint64_t length, ObjectValue *slot)
+{
+    lastLength_ = static_cast<uint32_t>(length);
+    if (slot)
+        slot->set(type, 0, uint64_t(0));
+    return accept(type);
+}
+
+template <typename Source>
+inline bool MessageReader::readText(Source &source, uint64_t length, ObjectValue *slot)
+{
+    if (!source.text(static_cast<uint32_t>(length)))
+        return false;
+    if (slot)
+        setText(source, *slot, source.lastText().size());
+    return accept(ObjectType::String);
+}
+
+// One head, and the body of a string or number. With a slot, which is nil, also the body of a blob,
+// and all of that goes into the slot. This is what makes up nearly all of our messages.
+template <typename Source>
+inline bool MessageReader::decode(Source &source, ObjectValue *slot)
 {
     uint8_t lead;
-    if (!readRaw(&lead, 1))
+    if (!source.lead(lead))
         return false;
     if (lead < 0x80)
-        return acceptInteger(lead, false);
-    if (lead < 0x90)
-        return acceptLength(ObjectType::Map, lead & 0x0F);
+        return acceptInteger(ObjectType::PositiveInteger, lead, slot);
+    if (const unsigned form = lead - kUnsigned; form < 4) {
+        uint64_t number = 0;
+        return source.number(1u << form, number) &&
+               acceptInteger(ObjectType::PositiveInteger, number, slot);
+    }
     if (lead < 0xA0)
-        return acceptLength(ObjectType::Array, lead & 0x0F);
+        return acceptContainer(lead < 0x90 ? ObjectType::Map : ObjectType::Array, lead & 0x0F,
+                               slot);
     if (lead < 0xC0)
-        return readText(lead & 0x1F) && accept(ObjectType::String);
-    if (lead >= 0xE0)
-        return acceptInteger(static_cast<uint64_t>(static_cast<int8_t>(lead)), true);
+        return readText(source, lead & 0x1F, slot);
+    // The compiler can keep the source in registers as long as nobody else works on it.
+    Source apart(source);
+    const bool isWhole = decodeRest(apart, lead, slot);
+    source = apart;
+    return isWhole;
+}
 
-    const auto [form, width] = kHeads[lead - 0xC0];
+template <typename Source>
+NEVER_INLINE bool MessageReader::decodeRest(Source &source, uint8_t lead, ObjectValue *slot)
+{
+    if (lead >= 0xE0)
+        return acceptInteger(ObjectType::NegativeInteger,
+                             static_cast<uint64_t>(static_cast<int8_t>(lead)), slot);
     uint64_t number = 0;
-    if (width > 0 && !readNumber(width, number))
+    const auto [form, width] = kHeads[lead - 0xC0];
+    if (width > 0 && !source.number(width, number))
         return false;
     switch (form) {
     case Form::Refused:
@@ -138,38 +330,50 @@ bool MessageReader::next()
         return accept(ObjectType::Nil);
     case Form::Bool:
         bool_ = lead & 1;
+        if (slot)
+            slot->set(ObjectType::Bool, 0, uint64_t(bool_));
         return accept(ObjectType::Bool);
     case Form::Blob:
-        return acceptLength(ObjectType::Blob, number);
+        lastLength_ = static_cast<uint32_t>(number);
+        accept(ObjectType::Blob);
+        return !slot || readBody(source, *slot);
     case Form::Float:
-        float_ = std::bit_cast<float>(static_cast<uint32_t>(number));
-        return accept(ObjectType::Float);
     case Form::Double:
-        float_ = std::bit_cast<double>(number);
+        float_ = form == Form::Float ? std::bit_cast<float>(static_cast<uint32_t>(number))
+                                     : std::bit_cast<double>(number);
+        if (slot)
+            slot->set(ObjectType::Float, 0, float_);
         return accept(ObjectType::Float);
-    case Form::Unsigned:
-        return acceptInteger(number, false);
     case Form::Signed: {
         const unsigned unused = 64 - 8 * width;
         const int64_t value = static_cast<int64_t>(number << unused) >> unused;
-        return acceptInteger(static_cast<uint64_t>(value), value < 0);
+        return acceptInteger(value < 0 ? ObjectType::NegativeInteger : ObjectType::PositiveInteger,
+                             static_cast<uint64_t>(value), slot);
     }
     case Form::String:
-        return readText(static_cast<uint32_t>(number)) && accept(ObjectType::String);
+        return readText(source, number, slot);
     case Form::Array:
-        return acceptLength(ObjectType::Array, number);
+        return acceptContainer(ObjectType::Array, number, slot);
     case Form::Map:
-        return acceptLength(ObjectType::Map, number);
+        return acceptContainer(ObjectType::Map, number, slot);
     }
     return false;
+}
+
+bool MessageReader::next()
+{
+    return withSource([this](auto &source) {
+        const bool found = decode(source, nullptr);
+        source.keepText();
+        return found;
+    });
 }
 
 // Typed reads
 
 void MessageReader::requireNext()
 {
-    if (!next())
-        throw std::runtime_error(kFailedToRead);
+    requireRead(next());
 }
 
 void MessageReader::require(ObjectType type, const char *complaint)
@@ -239,41 +443,30 @@ void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)
         throw std::runtime_error("Not a blob.");
     if (byteCount != lastLength_)
         throw std::runtime_error("Must read entire blob.");
-    if (!readRaw(buffer, byteCount))
-        throw std::runtime_error(kFailedToRead);
+    requireRead(readRaw(buffer, byteCount));
 }
 
 // Whole values
 
 void MessageReader::skipValue()
 {
-    // Values still to come, at whatever depth. At its limit it stays: nobody sends that many.
-    uint64_t pending = 1;
-    while (pending > 0) {
-        requireNext();
-        --pending;
-        uint64_t inside = 0;
-        if (lastType_ == ObjectType::Blob)
-            skipBytes(lastLength_);
-        else if (lastType_ == ObjectType::Map)
-            inside = 2 * uint64_t(lastLength_);
-        else if (lastType_ == ObjectType::Array)
-            inside = lastLength_;
-        pending = inside > ~pending ? ~uint64_t(0) : pending + inside;
-    }
-}
-
-void MessageReader::skipBytes(uint64_t byteCount)
-{
-    unsigned char piece[4096];
-    uint64_t done = 0;
-    do {
-        const uint64_t count = std::min<uint64_t>(byteCount - done, sizeof piece);
-        const bool clipped = done > 0 && memory_ && memory_->remaining() == 0;
-        if (clipped || !readRaw(piece, count))
-            throw std::runtime_error(kFailedToRead);
-        done += count;
-    } while (done < byteCount);
+    withSource([this](auto &source) {
+        // Values still to come, at whatever depth. At its limit it stays: nobody sends that many.
+        uint64_t pending = 1;
+        while (pending > 0) {
+            requireRead(decode(source, nullptr));
+            --pending;
+            uint64_t inside = 0;
+            if (lastType_ == ObjectType::Blob)
+                requireRead(source.skip(lastLength_));
+            else if (lastType_ == ObjectType::Map)
+                inside = 2 * uint64_t(lastLength_);
+            else if (lastType_ == ObjectType::Array)
+                inside = lastLength_;
+            pending = inside > ~pending ? ~uint64_t(0) : pending + inside;
+        }
+        source.keepText();
+    });
 }
 
 void MessageReader::findField(uint32_t &remaining, const char *name)
@@ -290,129 +483,50 @@ void MessageReader::findField(uint32_t &remaining, const char *name)
     throw std::runtime_error("Map field not found.");
 }
 
-// Reads one head into a nil slot; of a map or array, the head is all.
-void MessageReader::readInto(ObjectValue &slot)
+// Makes a nil slot the source's last text, or as much of it as \a length says.
+template <typename Source>
+inline void MessageReader::setText(const Source &source, ObjectValue &slot, size_t length)
 {
-    requireNext();
-    switch (lastType_) {
-    case ObjectType::Nil:
-        return;
-    case ObjectType::NegativeInteger:
-    case ObjectType::PositiveInteger:
-        return slot.set(lastType_, 0, integer_);
-    case ObjectType::String:
-        return slot.setText(text_.data(), static_cast<uint32_t>(text_.size()));
-    case ObjectType::Bool:
-        return slot.set(lastType_, 0, uint64_t(bool_));
-    case ObjectType::Float:
-        return slot.set(lastType_, 0, float_);
-    case ObjectType::Blob: {
-        OwnedBlob bytes = ObjectValue::allocateBlob(lastLength_);
-        readBlobBody(bytes.get(), lastLength_);
-        return slot.set(lastType_, lastLength_, bytes.release());
-    }
-    case ObjectType::Map:
-    case ObjectType::Array:
-        return slot.set(lastType_, 0, static_cast<ObjectValue::Block *>(nullptr));
-    }
-    throw std::runtime_error("Unrecognized object type.");
+    const char *text = source.lastText().data();
+    if (length <= ObjectValue::kMaxShortText && source.readable() >= ObjectValue::kMaxShortText)
+        slot.setShortText(text, static_cast<uint32_t>(length));
+    else
+        slot.setText(text, static_cast<uint32_t>(length));
 }
 
-// The bytes of a MemStream, decoded in place as long as all that next() would read is there and a
-// byte is left over. Of any other stream, nothing is there. The stream follows at sync() and at the
-// end.
-class MessageReader::Nearby
+template <typename Source>
+bool MessageReader::readBody(Source &source, ObjectValue &slot)
 {
-public:
-    explicit Nearby(MemStream *stream) : stream_(stream) { begin(); }
-    Nearby(const Nearby &) = delete;
-    Nearby &operator=(const Nearby &) = delete;
-    ~Nearby() { sync(); }
-
-    const unsigned char *bytes() const { return bytes_; }
-    bool has(uint64_t byteCount) const { return room_ > byteCount; }
-    void advance(uint64_t byteCount)
-    {
-        bytes_ += byteCount;
-        room_ -= byteCount;
-    }
-
-    // Before and after reads of the stream itself; one that raises comes to no begin().
-    void sync()
-    {
-        if (stream_)
-            stream_->advance(static_cast<uint64_t>(bytes_ - synced_));
-        synced_ = bytes_;
-    }
-    void begin()
-    {
-        synced_ = bytes_ = stream_ ? stream_->position() : nullptr;
-        room_ = stream_ ? stream_->remaining() : 0;
-    }
-
-private:
-    MemStream *stream_;
-    const unsigned char *bytes_;
-    const unsigned char *synced_; // where the stream stands
-    uint64_t room_;
-};
-
-// Text short enough to lie in a value; of a key, only up to its first NUL.
-inline bool MessageReader::readNearbyText(Nearby &nearby, ObjectValue &slot, bool isKey)
-{
-    constexpr uint32_t kLongest = ObjectValue::kMaxShortText;
-    if (!nearby.has(1 + kLongest))
+    OwnedBlob bytes = ObjectValue::allocateBlob(lastLength_);
+    if (!source.body(bytes.get(), lastLength_))
         return false;
-    const uint32_t length = nearby.bytes()[0] - 0xA0u;
-    if (length > (isKey ? kLongestCut : kLongest))
-        return false;
-    const auto *text = reinterpret_cast<const char *>(nearby.bytes() + 1);
-    slot.setShortText(text, isKey ? lengthToNul(text, length) : length);
-    nearbyText_ = std::string_view(text, length);
-    nearby.advance(1 + length);
-    return accept(ObjectType::String);
-}
-
-// What makes up nearly all of our messages: numbers of zero or more, and short text. Anything else
-// is left to next().
-inline bool MessageReader::readNearbyValue(Nearby &nearby, ObjectValue &slot)
-{
-    if (!nearby.has(1))
-        return false;
-    const uint8_t lead = nearby.bytes()[0];
-    const unsigned form = lead - 0xCCu;
-    if (lead < 0x80) {
-        acceptInteger(lead, false);
-        nearby.advance(1);
-    } else if (form < 4 && nearby.has(1 + 8)) {
-        acceptInteger(loadBigEndian(nearby.bytes() + 1) >> (64 - (8u << form)), false);
-        nearby.advance(1 + (1u << form));
-    } else if (lead < 0xA0) {
-        acceptLength(lead < 0x90 ? ObjectType::Map : ObjectType::Array, lead & 0x0F);
-        nearby.advance(1);
-        slot.set(lastType_, 0, uint64_t(0));
-        return true;
-    } else {
-        return readNearbyText(nearby, slot, false);
-    }
-    slot.set(ObjectType::PositiveInteger, 0, integer_);
+    slot.set(ObjectType::Blob, lastLength_, bytes.release());
     return true;
 }
 
-void MessageReader::readObject(ObjectValue &target)
+// A key goes up to its first NUL.
+template <typename Source>
+NEVER_INLINE void MessageReader::readKey(Source &source, ObjectValue &slot)
 {
-    ObjectValue root;
+    requireRead(decode(source, nullptr));
+    if (lastType_ != ObjectType::String)
+        throw std::runtime_error(kExpectedString);
+    const std::string_view text = source.lastText();
+    const bool isShort = text.size() <= kLongestCut && source.readable() >= kLongestCut;
+    setText(source, slot,
+            isShort ? lengthToNul(text.data(), static_cast<uint32_t>(text.size()))
+                    : std::min(text.find('\0'), text.size()));
+}
+
+template <typename Source>
+void MessageReader::readTree(ObjectValue &root)
+{
+    Source source(*this);
     ObjectValue *slot = &root;   // the one that the next value goes into
     ObjectValue *open = nullptr; // the innermost container that lacks entries
     uint64_t depth = 0;
-    Nearby nearby(memory_);
-    nearbyText_ = {};
     for (;;) {
-        if (!readNearbyValue(nearby, *slot)) {
-            nearby.sync();
-            readInto(*slot);
-            nearby.begin();
-        }
+        requireRead(decode(source, slot));
         if (slot->ownsMemory() && open)
             open->block()->mayOwn = true;
         if (slot->isContainer() && lastLength_ > 0) {
@@ -425,20 +539,27 @@ void MessageReader::readObject(ObjectValue &target)
             --depth;
         }
         if (!open)
-            break;
+            return source.keepText();
         slot = openEntry(*open);
         if (open->type() == ObjectType::Map) {
-            if (!readNearbyText(nearby, *slot, true)) {
-                nearby.sync();
-                readKey(*slot);
+            if (!source.shortKey(*slot)) {
+                Source apart(source);
+                readKey(apart, *slot);
+                source = apart;
                 open->block()->mayOwn |= slot->ownsMemory();
-                nearby.begin();
             }
             ++slot;
         }
     }
-    if (nearbyText_.data())
-        text_ = nearbyText_;
+}
+
+void MessageReader::readObject(ObjectValue &target)
+{
+    ObjectValue root;
+    if (memory_)
+        readTree<InPlace>(root);
+    else
+        readTree<AnyStream>(root);
     target = std::move(root);
 }
 
@@ -451,12 +572,6 @@ inline ObjectValue *MessageReader::openEntry(ObjectValue &container)
         container.setCapacity(
             static_cast<uint32_t>(std::min(2 * uint64_t(container.size_), announced)));
     return container.addEntry();
-}
-
-void MessageReader::readKey(ObjectValue &slot)
-{
-    require(ObjectType::String, kExpectedString);
-    slot.setText(text_.data(), static_cast<uint32_t>(std::strlen(text_.c_str())));
 }
 
 } // namespace tavu

@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace tavu {
 
@@ -61,20 +60,30 @@ public:
     double floatValue() const { return float_; }
 
 private:
-    class Nearby;
+    class AnyStream;
+    class InPlace;
 
-    bool readNumber(unsigned width, uint64_t &number);
-    bool readText(uint32_t length);
+    template <typename Work>
+    auto withSource(const Work &work);
+    template <typename Source>
+    bool decode(Source &source, ObjectValue *slot);
+    template <typename Source>
+    bool decodeRest(Source &source, uint8_t lead, ObjectValue *slot);
+    template <typename Source>
+    bool readText(Source &source, uint64_t length, ObjectValue *slot);
+    template <typename Source>
+    static void setText(const Source &source, ObjectValue &slot, size_t length);
+    template <typename Source>
+    bool readBody(Source &source, ObjectValue &slot);
+    template <typename Source>
+    void readKey(Source &source, ObjectValue &slot);
+    template <typename Source>
+    void readTree(ObjectValue &root);
     bool accept(ObjectType type);
-    bool acceptInteger(uint64_t value, bool negative);
-    bool acceptLength(ObjectType type, uint64_t length);
+    bool acceptInteger(ObjectType type, uint64_t value, ObjectValue *slot);
+    bool acceptContainer(ObjectType type, uint64_t length, ObjectValue *slot);
     void require(ObjectType type, const char *complaint);
     void requireNext();
-    void skipBytes(uint64_t byteCount);
-    void readInto(ObjectValue &slot);
-    bool readNearbyText(Nearby &nearby, ObjectValue &slot, bool isKey);
-    bool readNearbyValue(Nearby &nearby, ObjectValue &slot);
-    void readKey(ObjectValue &slot);
     ObjectValue *openEntry(ObjectValue &container);
 
     Stream &stream_;
@@ -83,7 +92,6 @@ private:
     ObjectType lastType_ = ObjectType::Nil;
     uint64_t integer_ = 0; // of either sign
     std::string text_;
-    std::string_view nearbyText_; // while readObject() runs: the last string, if not in text_
     double float_ = 0;
     bool bool_ = false;
 };

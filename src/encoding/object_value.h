@@ -142,13 +142,13 @@ private:
     Payload payload() const
     {
         Payload result;
-        std::memcpy(&result, storage_ + kPayloadOffset, sizeof result);
+        std::memcpy(&result, storage_ + kPayloadOffset, sizeof(Payload));
         return result;
     }
     template <typename Payload>
     void setPayload(Payload payload)
     {
-        std::memcpy(storage_ + kPayloadOffset, &payload, sizeof payload);
+        std::memcpy(storage_ + kPayloadOffset, &payload, sizeof(Payload));
     }
 
     bool isContainer() const { return tag_ >= static_cast<uint8_t>(ObjectType::Map); }
@@ -213,10 +213,12 @@ inline ObjectValue *ObjectValue::addEntry()
     return entry;
 }
 
-// Onto a value that owns nothing. A value has no pointers to itself, so its bytes are the value.
+// Onto a value that owns nothing.
 inline void ObjectValue::steal(ObjectValue &other) noexcept
 {
-    std::memcpy(static_cast<void *>(this), &other, sizeof other);
+    size_ = other.size_;
+    tag_ = other.tag_;
+    std::memcpy(storage_, other.storage_, sizeof storage_);
     other.size_ = 0;
     other.tag_ = static_cast<uint8_t>(ObjectType::Nil);
 }

@@ -1,4 +1,5 @@
 #include "client/connection.h"
+#include "service/transport/local_socket.h"
 #include "service/transport/shared_region.h"
 #include "support/environment.h"
 #include "support/error_of.h"

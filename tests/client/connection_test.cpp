@@ -2,6 +2,7 @@
 
 #include "client/tavuctl/json_values.h"
 #include "scripted_service.h"
+#include "service/transport/local_socket.h"
 #include "support/commands.h"
 #include "support/error_of.h"
 

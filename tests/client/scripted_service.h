@@ -23,11 +23,12 @@ struct Script
 };
 
 /// A service that answers each request with the next scripted reply, and is gone after the last.
-class ScriptedService final : public ByteChannel
+class ScriptedService final : public Channel
 {
 public:
     explicit ScriptedService(std::shared_ptr<Script> script) : script_(std::move(script)) {}
 
+    uint64_t read(void *, uint64_t) override { return 0; }
     uint64_t readSome(void *buffer, uint64_t byteCount) override
     {
         ++script_->reads;

@@ -2,6 +2,7 @@
 #include "encoding/mem_stream.h"
 
 #include "encoding/message_reader.h"
+#include "encoding/read_ahead.h"
 #include "encoding/test_streams.h"
 #include "support/files.h"
 
@@ -67,6 +68,48 @@ TEST(MemStream, ClipsAWriteAndNeverGrows)
     EXPECT_EQ(stream.write("cde", ~uint64_t(0)), 1u);
     EXPECT_EQ(bytes, hex("61 62 63 ee"));
     EXPECT_EQ(errorOf([&] { stream.write("f", 1); }), "eof");
+}
+
+TEST(ReadAhead, HandsOutPiecesOfWhateverSize)
+{
+    for (const size_t bufferSize : {1u, 3u, 100u}) {
+        Bytes left = hex("01 02 03 04 05 06 07"), target(8, 0xEE), buffer(bufferSize);
+        int calls = 0;
+        ReadAhead stream(
+            [&](void *bytes, uint64_t byteCount) {
+                ++calls;
+                const size_t count = std::min<size_t>({2, byteCount, left.size()});
+                std::copy_n(left.begin(), count, static_cast<uint8_t *>(bytes));
+                left.erase(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(count));
+                return count;
+            },
+            buffer);
+        EXPECT_FALSE(stream.hasPending());
+        EXPECT_EQ(stream.peek(), 1);
+        EXPECT_EQ(calls, 1);
+        EXPECT_EQ(stream.read(target.data(), 1), 1u);
+        EXPECT_EQ(stream.hasPending(), bufferSize > 1);
+        EXPECT_EQ(stream.read(target.data() + 1, 3), 3u);
+        EXPECT_FALSE(stream.ended());
+        EXPECT_EQ(stream.read(target.data() + 4, 5), 3u);
+        EXPECT_EQ(target, hex("01 02 03 04 05 06 07 ee"));
+        EXPECT_TRUE(stream.ended());
+        const int callsToTheEnd = calls;
+        EXPECT_EQ(stream.peek(), -1);
+        EXPECT_EQ(calls, callsToTheEnd);
+    }
+}
+
+TEST(MemorySink, GivesItsBytesAwayOrForgetsThem)
+{
+    MemorySink sink;
+    EXPECT_EQ(sink.write("ab", 2), 2u);
+    sink.write("c", 1);
+    EXPECT_EQ(sink.take(), hex("61 62 63"));
+    sink.write("d", 1);
+    EXPECT_EQ(sink.bytes(), hex("64"));
+    sink.clear();
+    EXPECT_TRUE(sink.take().empty());
 }
 
 } // namespace tavu::test

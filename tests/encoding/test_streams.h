@@ -1,6 +1,7 @@
 #pragma once
 
 #include "encoding/mem_stream.h"
+#include "encoding/memory_sink.h"
 #include "encoding/message_writer.h"
 #include "support/error_of.h"
 
@@ -77,12 +78,10 @@ private:
 /// std::logic_error when these differ.
 inline Bytes encoded(const std::function<void(MessageWriter &)> &write)
 {
-    WriteLog log;
-    MessageWriter logWriter(log);
-    write(logWriter);
-    Bytes bytes;
-    for (const Bytes &piece : log.writes)
-        bytes.insert(bytes.end(), piece.begin(), piece.end());
+    MemorySink sink;
+    MessageWriter sinkWriter(sink);
+    write(sinkWriter);
+    const Bytes bytes = sink.take();
     Bytes memory(bytes.size() + 1, 0xEE);
     MemStream stream(memory.data(), memory.size());
     MessageWriter writer(stream);

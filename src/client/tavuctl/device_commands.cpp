@@ -3,6 +3,7 @@
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
 #include "client/tavuctl/text.h"
+#include "service/transport/local_socket.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "encoding/stream.h"
+#include "encoding/channel.h"
 
 #include <atomic>
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace tavu {
 /// One connected end of the local pipe. read() and write() belong to one thread; close() may come
 /// from any other: it ends a blocked read or write, and the native handle is released only when no
 /// call is inside the system with it, so that a reused handle number can't be hit.
-class LocalSocket : public Stream
+class LocalSocket : public Channel
 {
 public:
     /// A file descriptor or a Windows HANDLE; all bits set means none.
@@ -35,10 +35,10 @@ public:
     uint64_t write(const void *buffer, uint64_t byteCount) override;
 
     /// One system call: blocks until at least one byte is there; 0 at the end of the channel.
-    uint64_t readSome(void *buffer, uint64_t byteCount);
+    uint64_t readSome(void *buffer, uint64_t byteCount) override;
 
     /// Idempotent, from any thread.
-    void close();
+    void close() override;
 
     /// Client side: connects to the service that listens under a base name such as "tavusrv". False
     /// when nobody listens there. Neither waits nor retries.
