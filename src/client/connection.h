@@ -20,9 +20,6 @@
 
 namespace tavu::client {
 
-/// The base name under which the service listens.
-inline constexpr const char *kServiceName = "tavusrv";
-
 /// A connection to the service, with one operation per command. Each sends its request and waits
 /// for the reply; a failing command raises ServiceError, a lost connection ConnectionError, an
 /// unexpected reply ProtocolError.

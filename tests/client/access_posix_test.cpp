@@ -17,7 +17,7 @@ namespace {
 
 using test::ScopedVariable;
 
-// In the common folder.
+// In the folder that all users share.
 const std::string kName = "tavutest-" + std::to_string(::getpid());
 const std::string kAddress = "/tmp/" + kName;
 
@@ -41,8 +41,8 @@ TEST(AccessTest, IsTheServicesUsersUnderAnyUmask)
     }
 }
 
-/// Returns how many bytes that service gets, of which it reads one at most, and why the connection
-/// fails.
+/// Lets a service of that user read one byte of a new connection. Returns how many bytes it got,
+/// and why the connection failed.
 std::string connectToServiceOf(uid_t user)
 {
     int ready[2];

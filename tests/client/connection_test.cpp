@@ -50,7 +50,7 @@ private:
     {
         const uint64_t ordinal = test::ordinalOf(command);
         ASSERT_EQ(script.requests.size(), 2u) << command;
-        // The order of keys counts: the service names the first one that is wrong.
+        // Byte for byte: the order of the parameters is part of the protocol.
         const std::string params = encodeMap(test::commands()[ordinal].params);
         EXPECT_EQ(script.requests[1], encodeRequest(command, params)) << command;
         tested_.insert(ordinal);
@@ -199,7 +199,7 @@ TEST(Connection, ReadsFileEntriesWhateverTheOrderOfTheirKeys)
 
 TEST(Connection, ReadsListsOfAnyLengthInFewReads)
 {
-    // Above 65535 the count has four bytes behind the head of the two-byte form.
+    // A count above 65535 has four bytes, although the byte before it announces two.
     for (const auto &[head, count] :
          {std::pair("9F", 15u), {"DC0010", 16u}, {"DC0100", 256u}, {"DC00010002", 65538u}}) {
         std::string bytes = test::fromHex("81A6726573756C74 81A566696C6573") + test::fromHex(head);

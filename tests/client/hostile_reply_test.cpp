@@ -13,14 +13,14 @@ const std::string kName = "A46E616D65A178", kTower = "a tower of a million array
 enum class Outcome
 {
     Protocol, ///< the reply can't be read: the connection is closed
-    Lost,     ///< the end came first: the connection is closed
-    Refused,  ///< the reply was read, but isn't what the command brings
+    Lost,     ///< the reply ends too early: the connection is closed
+    Refused,  ///< the reply can be read, but doesn't fit the command: the connection stays
 };
 
 struct Case
 {
     const char *what;
-    std::string reply; ///< in hexadecimal; the tower may stand at its end
+    std::string reply; ///< in hexadecimal, with kTower at its end for deep nesting
     Outcome outcome;
 };
 

@@ -17,7 +17,7 @@ struct Script
 {
     std::deque<std::string> replies;   ///< one for each request to come
     std::vector<std::string> requests; ///< each write as it came
-    uint64_t reads = 0;                ///< that had to wait for the channel
+    uint64_t reads = 0;                ///< calls of readSome()
     size_t pieceSize = 1 << 20;        ///< the most bytes that a read gets at a time
     bool closed = false;
 };

@@ -13,11 +13,11 @@ TEST(Text, ShowsNothingThatATerminalMightObey)
         {"plain ä 漢 😀", "plain ä 漢 😀"},
         {"\033[2J", kMark + "[2J"},
         {"a\nb\x7F", "a" + kMark + "b" + kMark},
-        {"\xC2\x9B", kMark},         // a control of eight bits
-        {"\xE2\x80\xAE", kMark},     // turns the direction
-        {"\xC0\xAF", kMark + kMark}, // longer than it need be
+        {"\xC2\x9B", kMark},         // a control character in two bytes
+        {"\xE2\x80\xAE", kMark},     // turns the writing direction
+        {"\xC0\xAF", kMark + kMark}, // a slash in a form that is too long
         {"\xE0\x80\xAF", kMark + kMark + kMark},
-        {"\xED\xA0\x80", kMark + kMark + kMark}, // half a pair
+        {"\xED\xA0\x80", kMark + kMark + kMark}, // half of a surrogate pair
         {"\xF4\x90\x80\x80", kMark + kMark + kMark + kMark},
         {"a\xE2\x82", "a" + kMark + kMark}, // cut off
         {"\xFF", kMark},

@@ -33,49 +33,32 @@ Bytes bytesOf(const FrameView &frame)
     return {reinterpret_cast<const char *>(frame.pixels.data()), frame.pixels.size_bytes()};
 }
 
-TEST_P(ClientTest, TheLibraryDoesAllOfIt)
+TEST_P(ClientTest, TheLibraryShowsFramesAndEvents)
 {
     Connection connection, watcher;
     const uint32_t queue = watcher.createEventQueue();
-    ASSERT_EQ(1u, connection.deviceCount());
-    EXPECT_EQ(isRecorder_ ? "Bench" : "Emulator", connection.deviceName(0));
     if (isRecorder_)
         connection.setup(0);
     connection.pairPort(0, 0, {"Cam", {1, 2}, 3});
-    EXPECT_EQ("Cam", connection.pairedTo(0, 0));
-    EXPECT_EQ((client::Bytes{1, 2}), connection.portIdentity(0, 0));
     connection.setPortConfig(0, 0, {64, 48, 5, 6});
-    EXPECT_EQ(48, connection.getPortConfig(0, 0).height);
-
     connection.startRecording(0, {.stopCondition = StopCondition::FrameCount, .count = 5});
     EXPECT_TRUE(waitUntil([&] { return connection.isRecordingDone(0); }));
-    EXPECT_EQ(5u, connection.recordingProgress(0, 0).numFrames);
     connection.stopRecording(0);
-    const RecordingTarget target = connection.recordingFile(0, 0);
     const FileEntry file = connection.listFiles(0).at(0);
-    EXPECT_EQ(concat(target.fileId, ' ', target.streamId), concat(file.fileId, ' ', file.streamId));
     EXPECT_EQ("Cam 5 64 48",
               concat(file.camera, ' ', file.numFrames, ' ', file.width, ' ', file.height));
-    {
-        Playback playback(connection, 0, file.fileId, file.streamId);
-        for (uint64_t number : {0, 1, 2, 3, 4, 0})
-            EXPECT_EQ(isRecorder_ ? simulatedFrame(0, number, 64, 48)
-                                  : expectedFrame(number, 64, 48),
-                      bytesOf(playback.frame(number)));
-        LiveView live(connection, 0, 0);
-        EXPECT_NE(bytesOf(live.frame()), bytesOf(live.frame()));
-    }
-    connection.renameFile(0, file.fileId, file.streamId, "Second name");
-    EXPECT_EQ("Second name", connection.listFiles(0).at(0).name);
-    connection.removeFile(0, file.fileId, file.streamId);
-    EXPECT_TRUE(connection.listFiles(0).empty());
+    Playback playback(connection, 0, file.fileId, file.streamId);
+    for (uint64_t number : {0, 1, 2, 3, 4, 0})
+        EXPECT_EQ(isRecorder_ ? simulatedFrame(0, number, 64, 48) : expectedFrame(number, 64, 48),
+                  bytesOf(playback.frame(number)));
+    LiveView live(connection, 0, 0);
+    EXPECT_NE(bytesOf(live.frame()), bytesOf(live.frame()));
 
     std::vector<EventType> events;
     while (const auto event = watcher.tryReadEvent(queue))
         events.push_back(event->type);
     EXPECT_EQ((std::vector{EventType::PairingChanged, EventType::RecordingStarted,
-                           EventType::RecordingStopped, EventType::FilesChanged,
-                           EventType::FilesChanged}),
+                           EventType::RecordingStopped}),
               events);
 }
 

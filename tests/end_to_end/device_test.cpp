@@ -56,47 +56,7 @@ TEST(Recording, IsListedAndStoredByteForByte)
     EXPECT_FALSE(fs::exists(service.emulatorFolder / "Emu/.incomplete"));
 }
 
-TEST(Recording, EndsByItsLimitAndPlaysBack)
-{
-    Service service;
-    Client client;
-    const struct
-    {
-        uint32_t width, height;
-        const char *limit;
-        uint64_t frames;
-    } cases[] = {{70, 3, "type=2 count=1000000", 32}, {1000, 70, "type=1 count=0", 1}};
-    for (const auto &item : cases) {
-        const uint64_t id = static_cast<uint64_t>(&item - cases) + 1;
-        configure(client, item.width, item.height);
-        const std::string start = concat(
-            "D portMask=1 externalTrigger=0 usePretrigger=false pretriggerCount=0 ", item.limit);
-        EXPECT_EQ(client.call("startRecording", start), "{}");
-        EXPECT_TRUE(waitUntil(
-            [&] { return client.result("isRecordingDone", "D")["done"].text == "true"; }));
-        EXPECT_EQ(client.result("recordingProgress", "P").text,
-                  concat(R"({"numFrames":)", item.frames, R"(,"inPretrigger":false})"));
-        EXPECT_EQ(client.call("startRecording", start), error("Already recording"));
-        EXPECT_EQ(client.call("stopRecording", "D"), "{}");
-        const std::string file = concat("D fileId=", id, " streamId=0");
-        const Region region(client.result("openFile", file));
-        const std::string slot = concat("D openFileId=", id - 1);
-        const uint64_t size = uint64_t(item.width) * item.height * 2;
-        EXPECT_EQ(client.result("fileInfo", slot).text,
-                  concat(R"({"width":)", item.width, R"(,"height":)", item.height,
-                         R"(,"imageSize":)", size, R"(,"numFrames":)", item.frames, R"(,"size":)",
-                         size * item.frames, '}'));
-        for (uint64_t frame = item.frames; frame-- > 0;) {
-            EXPECT_EQ(client.call("readFrame", concat(slot, " frame=", frame)), "{}");
-            EXPECT_EQ(region.bytes(size), expectedFrame(frame, item.width, item.height));
-        }
-        EXPECT_EQ(client.call("readFrame", concat(slot, " frame=", item.frames)),
-                  error("Invalid frame index"));
-    }
-    EXPECT_EQ(service.errors(), "Already recording\nAlready recording\n");
-}
-
-TEST(Catalogue, SurvivesARestart)
+TEST(Files, BelongToTheConnectionThatOpenedThem)
 {
     Service service;
     Script script;
@@ -106,31 +66,25 @@ TEST(Catalogue, SurvivesARestart)
         A records 1
         A renameFile D fileId=2 streamId=0 name='a b' notify=false -> ok
     )");
-    script["A"].result("openFile", "D fileId=1 streamId=0");
+    const Region region(script["A"].result("openFile", "D fileId=1 streamId=0"));
     script.play(R"(
+        A fileInfo D openFileId=0 -> {"width":4,"height":4,"imageSize":32,"numFrames":1,"size":32}
         B fileInfo D openFileId=0 -> !File not opened by this connection.
         B leaves
         A fileInfo deviceId=1 openFileId=0 -> !File not opened by this connection.
         A removeFile D fileId=1 streamId=0 -> !File is open
+        A readFrame D openFileId=0 frame=1 -> !Invalid frame index
+        A readFrame D openFileId=0 frame=0 -> ok
         A closeFile D openFileId=0 -> ok
         A closeFile D openFileId=0 -> !File not opened by this connection.
         A removeFile D fileId=1 streamId=0 -> ok
     )");
+    EXPECT_EQ(region.bytes(32), expectedFrame(0, 4, 4));
     const std::string list = script["A"].call("listFiles", "D");
     script.play("A leaves");
     EXPECT_EQ(service.waitForExit(), 0);
     service.start();
     EXPECT_EQ(script["A"].call("listFiles", "D"), list);
-    script.play(R"(
-        A pairedTo P -> {"pairedTo":"Cam"}
-        A portIdentity P -> {"data":#0102}
-        A framesPerPacket P -> {"numFramesPerPacket":3}
-        A getPortConfig P -> {"width":4,"height":4,"pixelFormat":5,"tapGeometry":6}
-        A records 1
-        A recordingFile P -> {"fileId":3,"streamId":0}
-        A setup D -> ok
-        A openFile D fileId=2 streamId=0 -> !Invalid fileId
-    )");
 }
 
 TEST(Regions, AreNeverWrittenPastTheFrameTheyWereMadeFor)
@@ -175,7 +129,7 @@ TEST(Recovery, AKilledRecordingIsDiscardedOrWrittenOver)
             A stopRecording D -> !Not recording
             A finishRecovery D -> !eof
         )");
-        // In words of the platform.
+        // The text is the system's.
         for (const char *command : {"startRecovery", "recoveryStatus"})
             EXPECT_TRUE(script["A"].call(command, "D").starts_with(R"({"error":")"));
         if (isDiscarded)

@@ -8,13 +8,11 @@ namespace {
 
 const Bytes kHandshake = fromHex("82 A3616374 A8766572436865636B A3766572 00");
 const Bytes kCount = fromHex("83 A3616374 A465786563 A36F7264 04 A6706172616D73 80");
-
 const Bytes kHandshakeReply = fromHex("81 A6726573756C74 81 A3766572 00");
 const Bytes kCountReply = fromHex("81 A6726573756C74 81 A5636F756E74 01");
-const Bytes kBadVersion = fromHex("81 A56572726F72 B4556E737570706F727465642076657273696F6E2E");
-const Bytes kBadFunction =
-    fromHex("81 A56572726F72 B6556E7265636F676E697A65642066756E6374696F6E2E");
-const Bytes kMissingKey = fromHex("81 A56572726F72 B54B6579206E6F7420666F756E6420696E206D61702E");
+const Bytes kBadVersion = encode("{'error':'Unsupported version.'}");
+const Bytes kBadFunction = encode("{'error':'Unrecognized function.'}");
+const Bytes kMissingKey = encode("{'error':'Key not found in map.'}");
 const Bytes kBadVersionRequest = encodeMap("act='verCheck' ver=1");
 
 const struct
@@ -34,7 +32,7 @@ const struct
     {encodeMap("act='exec' ord=58"), kBadFunction},
     {encodeMap("act='exec' ord=4294967300"), kBadFunction},
     {encodeMap("act='exec' ord=!CFFFFFFFFFFFFFFFFF params=7"), kBadFunction},
-    {encodeMap("act='exec' ord=0"), fromHex("81 A6726573756C74 81 A77175657565496400")},
+    {encodeMap("act='exec' ord=0"), encode("{'result':{'queueId':0}}")},
     {encodeMap("act='exec' ord=55 params=!90"), fromHex("80")},
     {encodeMap("act='exec' ord=56 params='x'"), fromHex("80")},
     {encodeMap("act='exec' ord=5"), kMissingKey},
@@ -52,7 +50,7 @@ TEST(Envelope, RepliesByteForByteHoweverTheBytesArrive)
         Client client(false);
         for (size_t i = 0; i < requests.size(); i += piece)
             client.send(requests.substr(i, piece));
-        // A fault of the envelope ends what would otherwise wait for more.
+        // A fault at the end makes the service close the connection.
         client.send(fromHex("90"));
         EXPECT_EQ(client.receiveUntilEnd(), replies);
     }
@@ -74,14 +72,14 @@ TEST(Envelope, FaultsEndTheConnectionWithoutAWord)
         faults.push_back(encodeMap(fields));
     Service service;
     Client witness;
-    for (size_t i = 0; i < faults.size(); i++) {
+    for (size_t i = 0; i < faults.size(); ++i) {
         SCOPED_TRACE(i);
         Client client(i >= firstWithHandshake);
         client.send(faults[i]);
         EXPECT_EQ(client.receiveUntilEnd(), i == 0 ? kBadVersion : "");
     }
-    EXPECT_EQ(witness.call("deviceName", "deviceId=7"), error("Invalid device index."));
-    // What a command tells its client is printed, and flushed, too; what ended a client isn't.
+    witness.fails("deviceName", "deviceId=7", "Invalid device index.");
+    // Error replies are printed, and flushed. What ends a connection isn't.
     const std::string expected = "ResponseError: Unsupported version.\n"
                                  "ResponseError: Invalid device index.\n";
     EXPECT_TRUE(waitUntil([&] { return service.output().size() >= expected.size(); }));

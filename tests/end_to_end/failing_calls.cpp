@@ -1,5 +1,5 @@
-// Preloaded into the service, lets its calls for files, regions and threads fail as a test wants
-// it.
+// A library that is preloaded into the service, and lets calls for files, regions and threads fail
+// as the test says.
 
 #include "failing_calls.h"
 
@@ -23,7 +23,7 @@ using tavu::test::Failure;
 
 namespace {
 
-FailingCalls *control = nullptr; // null until the service's own code runs
+FailingCalls *control = nullptr; // null while libraries still start
 
 template <typename Function>
 Function original(const char *name)
@@ -31,7 +31,7 @@ Function original(const char *name)
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-/// Whether this call fails. An uncounted one goes with the call before it.
+/// Whether this call fails. One that isn't counted fails if the one before it did.
 bool fails(const char *name, bool counted = true)
 {
     if (!control)
@@ -66,7 +66,8 @@ __attribute__((constructor)) void begin()
 
 } // namespace
 
-/// A function that takes the place of the C library's: one that fails sets errno and returns this.
+/// A function in the place of the C library's. Where it fails it sets errno and returns \a
+/// returned.
 #define FAILING(result, name, error, returned, parameters, arguments)                              \
     extern "C" result failing_##name parameters __asm__(#name);                                    \
     extern "C" result failing_##name parameters                                                    \
@@ -105,7 +106,8 @@ FAILING(int, pthread_create, EAGAIN, EAGAIN,
          void *argument),
         (thread, attributes, run, argument))
 
-/// Half of it is written. The pieces of a record, which wait in the file's buffer, count as one.
+/// A failing write writes half of its bytes. Writes that only fill the file's buffer further count
+/// as one with the write before them.
 extern "C" size_t failingWrite(const void *data, size_t size, size_t count,
                                FILE *file) __asm__("fwrite");
 extern "C" size_t failingWrite(const void *data, size_t size, size_t count, FILE *file)
@@ -122,7 +124,7 @@ extern "C" size_t failingWrite(const void *data, size_t size, size_t count, FILE
     return written;
 }
 
-/// What waits in the buffer is lost.
+/// A failing close loses what is still in the file's buffer.
 extern "C" int failingClose(FILE *file) __asm__("fclose");
 extern "C" int failingClose(FILE *file)
 {

@@ -13,14 +13,14 @@ enum class Failure
     Kill, ///< the process is killed in the midst of the call
 };
 
-/// A file that a process under the failing-calls library and its test have both mapped: the library
-/// counts the calls, the test says which of them fail. FAILING_CALLS names it in the environment.
+/// A file that the test and the library in the service have both mapped: the library counts calls,
+/// and the test says which of them fail. The variable FAILING_CALLS holds its path.
 struct FailingCalls
 {
     std::atomic<uint64_t> calls; ///< so far
     std::atomic<uint64_t> at;    ///< counted from 1
     std::atomic<Failure> failure;
-    std::atomic<bool> acceptFailed; ///< one of them was for a client: the service ends
+    std::atomic<bool> acceptFailed; ///< a failed accept ends the service
     char name[32];                  ///< of the first call that failed
 };
 

@@ -1,5 +1,5 @@
-// Each of the service's calls for files, regions and threads fails once, fails from then on, or is
-// the last thing that the process does. No call is left out: all of it takes half a minute.
+// Each of the service's calls for files, regions and threads fails once, fails together with all
+// later ones, or kills the process.
 
 #include "failing_calls.h"
 #include "harness/scenario.h"
@@ -14,7 +14,7 @@
 namespace tavu::test {
 namespace {
 
-constexpr uint64_t kShares = 4; ///< of the calls, each a test, so that they can run side by side
+constexpr uint64_t kShares = 4; ///< into which the calls are split, for tests that run in parallel
 constexpr const char *kFailures[] = {"None", "Once", "Onwards", "Kill"};
 
 class FailingCallsTest : public testing::TestWithParam<std::tuple<Failure, uint64_t>>
@@ -46,7 +46,7 @@ protected:
         calls_->failure = failure;
     }
 
-    /// Starts a service in which calls fail from now on, in a fresh folder or with recordings.
+    /// Starts a service in which calls fail, in an empty folder or in one with recordings.
     void begin(Failure failure, uint64_t at, bool isFresh)
     {
         arm(isFresh ? failure : Failure::None, at);
@@ -69,7 +69,7 @@ protected:
         service_->start();
     }
 
-    /// The calls when none fails.
+    /// How many calls there are when none fails.
     uint64_t count()
     {
         begin(Failure::None, 0, false);
@@ -91,7 +91,7 @@ protected:
         calls_->failure = Failure::None;
         SCOPED_TRACE(concat(kFailures[int(failure)], " at ", at, ", ", calls_->name));
         if (!client_) {
-            // It ends by itself where it can't start or can't serve the client.
+            // It may have ended only because it couldn't start or couldn't accept the client.
             EXPECT_EQ(service_->waitForExit(), failure == Failure::Kill ? -SIGKILL : 0);
             EXPECT_TRUE(failure == Failure::Kill || at <= callsUntilConnected ||
                         calls_->acceptFailed);
@@ -116,7 +116,7 @@ TEST_P(FailingCallsTest, LoseNothing)
     const auto [failure, share] = GetParam();
     const uint64_t total = count();
     ASSERT_GT(total, 100u);
-    // The start is different where there is nothing yet.
+    // In an empty folder only the calls of the start differ.
     constexpr uint64_t kFresh = 32;
     for (uint64_t at = 1 + share; at <= kFresh; at += kShares)
         letFail(failure, at, true);

@@ -9,8 +9,8 @@
 namespace tavu::test {
 namespace {
 
-// The service ends while all threads are at work in it, and look at what the others hold: several
-// times, because what then goes wrong goes wrong now and then.
+// The service ends while all its threads are at work on data that they share. Faults of that kind
+// don't show each time, so this is repeated.
 TEST(LifeCycle, AFailingAcceptCutsAllClientsOff)
 {
     Service service({"noautoclose"});
@@ -29,11 +29,11 @@ TEST(LifeCycle, AFailingAcceptCutsAllClientsOff)
         for (int i = 0; i < 24; i++)
             clients.emplace_back(keepBusy);
         EXPECT_TRUE(waitUntil([&] { return arrived == 24; }));
-        // Fewer descriptors than the clients hold; those they give back are needed at the very end.
+        // Fewer descriptors than the clients hold, so that no further client can be accepted.
         const rlimit few = {16, 16};
         EXPECT_EQ(prlimit(static_cast<pid_t>(service.processId()), RLIMIT_NOFILE, &few, nullptr),
                   0);
-        Client(false); // the one that the service has been waiting for already
+        Client(false); // the accept that is under way still succeeds
         EXPECT_EQ(service.waitForExit(), 0);
         service.start();
     }

@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Ends the service by a client that only connects.
+/// Ends the service: a client connects and leaves.
 void stop(Service &service)
 {
     Client(false);
@@ -191,7 +191,7 @@ TEST_P(DeadClient, LosesAllThatItHeld)
         script["B"].send(fromHex("90"));
     else
         script["B"].close();
-    // The lock is given back last, so that all else is free as soon as it is had.
+    // The lock is given back last: who gets it finds all else free.
     EXPECT_EQ(script["A"].reply().text, "{}");
     for (const auto &region : regions)
         EXPECT_FALSE(region->isReachable());

@@ -1,17 +1,17 @@
-// The calls of the recorder library that requests consist of. The files in calls/ tell them: each
-// line at the left edge is a step, with what belongs to it indented below.
+// Which calls of the recorder library a request makes. The files in calls/ hold steps and, indented
+// below a step, what belongs to it:
 //
-//     describe NAME               a recorder as recorder.conf has it
-//     faults NAME                 those of faults.conf, on device 0
-//     file NAME                   a file of the folder that describes the recorders
-//     only Port::|Record::        which of the calls count from now on
-//     said TEXT                   what the service has written by now has this line
-//     start, kill                 the service
+//     describe NAME               the recorder.conf of a recorder
+//     faults NAME                 the faults.conf of the recorder that is device 0
+//     file NAME                   another file of the lab
+//     only Port::|Record::        from now on calls that hold none of these words are left out
+//     said TEXT                   expects this line in what the service has printed
+//     start, kill                 starts or kills the service
 //     A 42 D portMask=1 ...       a line as Script plays it, here with the numbers of commands
 //
-// Below a step of the two latter kinds stand the calls since the step before; without any they
-// aren't compared, and "none" means that there are none. When the variable TAVU_RECORD_CALLS is set
-// the files are rewritten with the calls that were made, for "git diff" and an eye to judge.
+// Below the last two kinds of step stand the calls that it must make, or "none". With nothing
+// below, its calls don't matter. With the variable TAVU_RECORD_CALLS set the test rewrites the
+// files with the calls that were made, and "git diff" shows what has changed.
 
 #include "harness/recording.h"
 #include "harness/service.h"
@@ -26,7 +26,7 @@ namespace {
 
 struct Step
 {
-    std::string head;  ///< or a comment
+    std::string head;  ///< a step, or a comment
     std::string below; ///< lines
 };
 
@@ -43,7 +43,7 @@ std::vector<Step> readSteps(const std::string &path)
     return steps;
 }
 
-/// Of some words with | between them.
+/// \a words have | between them.
 bool holdsOneOf(const std::string &line, const std::string &words)
 {
     std::istringstream stream(words);
@@ -59,7 +59,7 @@ class Player
 public:
     Player() { lab_.write("", "library.conf", "call log = calls.log"); }
 
-    /// Returns the calls, when the step has some.
+    /// Returns what must stand below the step.
     std::string play(const Step &step)
     {
         if (prepare(step))
@@ -77,7 +77,7 @@ public:
             script_.play(step.head);
         }
         const std::vector<std::string> calls = newCalls();
-        // Of a request that was made until it succeeded, the last attempt counts.
+        // A request that is repeated until it succeeds: only its last attempt counts.
         auto first = calls.begin();
         if (step.head.find(" => ") != std::string::npos && !calls.empty())
             first = std::find(calls.rbegin(), calls.rend(), calls[0]).base() - 1;
@@ -85,7 +85,7 @@ public:
     }
 
 private:
-    /// Plays a step that has no calls; false for any other.
+    /// Plays a step of a kind that has no calls below it; false for another kind.
     bool prepare(const Step &step)
     {
         const size_t blank = std::min(step.head.find(' '), step.head.size());
@@ -114,7 +114,7 @@ private:
         return text.find('\n' + line + '\n') != std::string::npos;
     }
 
-    /// Without those that only lead to an object, and without times.
+    /// Leaves out calls that only look an object up, and times.
     std::vector<std::string> newCalls()
     {
         std::istringstream stream(readFile(lab_.folder.path / "calls.log").substr(position_));
@@ -127,7 +127,7 @@ private:
         return calls;
     }
 
-    /// One in a row that is made again and again stands once.
+    /// A call that is repeated stands there once, with a count.
     static std::string spelled(const std::vector<std::string> &calls)
     {
         std::string text;

@@ -1,5 +1,5 @@
-// Each operation of the recorder library that a recording's start, its stop and a recovery need
-// raises once, at its first call and at later ones.
+// Each operation of the recorder library that recording and recovery need raises once, in its first
+// call, in the second, or in the third.
 
 #include "harness/recording.h"
 #include "harness/scenario.h"
@@ -12,7 +12,7 @@
 namespace tavu::test {
 namespace {
 
-constexpr uint32_t kShares = 4; ///< of the operations, each a test
+constexpr uint32_t kShares = 4; ///< into which the operations are split, for tests in parallel
 
 constexpr const char *kOperations = R"(
     Device::kind Device::hardwareInfo Device::storage Device::port Device::triggerBank
@@ -62,7 +62,7 @@ protected:
         client_->call("finishRecovery", "D");
     }
 
-    /// A recording is cut off and salvaged, and the fault hits the salvage.
+    /// Kills the service in mid-recording, and salvages that recording while the fault is set.
     void salvage(const std::string &fault)
     {
         startRecording(*client_);
@@ -70,7 +70,7 @@ protected:
         setFaults(fault);
         recover();
         setFaults("");
-        // A last step that was refused can be taken again; else all of it.
+        // The last step can be repeated; where that doesn't help, all of them.
         if (hasIncompleteFile())
             client_->call("finishRecovery", "D");
         if (hasIncompleteFile())

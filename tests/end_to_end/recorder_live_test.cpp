@@ -1,4 +1,4 @@
-// Ports that wait: live view, serial channels and camera memory, and whom they don't hold up.
+// Live view and camera memory: a port that waits for its camera holds nobody else up.
 
 #include "harness/recording.h"
 #include "harness/service.h"
@@ -9,7 +9,7 @@
 namespace tavu::test {
 namespace {
 
-/// Runs a request on a connection of its own and hands the reply over.
+/// A request on a connection and a thread of its own.
 class Background
 {
 public:
@@ -47,11 +47,10 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     Service service({}, lab.path());
     Client client;
     configurePorts(client, 1, 70, 3);
-    EXPECT_EQ(client.call("liveFrame", "P"), error("Failed to grab frame."));
-    EXPECT_EQ(client.call("startLive", "D port=1"),
-              error("Failed to create shared memory mapping."));
+    client.fails("liveFrame", "P", "Failed to grab frame.");
+    client.fails("startLive", "D port=1", "Failed to create shared memory mapping.");
     Region first(client.result("startLive", "P"));
-    // Started again the view has a new region, and the one before still can be opened.
+    // A second start makes a new region, and the first one can still be opened.
     const Value restarted = client.result("startLive", "P");
     const Region region(restarted);
     EXPECT_NE(region.name, first.name);
@@ -67,17 +66,17 @@ TEST(RecorderLive, ComesAtTheCamerasPaceAndAgainAfterARecording)
     };
     for (int i = 0; i < 5; i++)
         takeFrame();
-    // When that fails, the view goes on as it is.
+    // A start that fails leaves the view as it is.
     setFaults(lab, client, "bench", "Port::startGrab 1 raise broken");
-    EXPECT_EQ(client.call("startLive", "P"), error("broken"));
+    client.fails("startLive", "P", "broken");
     takeFrame();
     EXPECT_TRUE(first.isReachable());
-    EXPECT_EQ(client.call("startRecording", recordingOf(1)), "{}");
+    client.does("startRecording", recordingOf(1));
     takeFrame();
-    EXPECT_EQ(client.call("stopRecording", "D"), "{}");
+    client.does("stopRecording", "D");
     takeFrame();
-    EXPECT_EQ(client.call("stopLive", "P"), "{}");
-    EXPECT_EQ(client.call("liveFrame", "P"), error("Failed to grab frame."));
+    client.does("stopLive", "P");
+    client.fails("liveFrame", "P", "Failed to grab frame.");
     EXPECT_TRUE(region.bytes(420) == simulatedFrame(0, last, 70, 3));
     EXPECT_FALSE(first.isReachable());
     EXPECT_EQ(Region(restarted).bytes(420), region.bytes(420));
@@ -121,7 +120,7 @@ TEST(RecorderLive, APortThatWaitsHoldsUpNobodyElse)
     client.result("startLive", "P");
     client.result("startLive", "D port=1");
     {
-        // Two wait for the silent port; each would for five seconds.
+        // Two wait for the silent port, five seconds each.
         Background waiting("liveFrame", "P"), behind("liveFrame", "P");
         const auto begin = std::chrono::steady_clock::now();
         for (int i = 0; i < 20; i++) {
@@ -133,18 +132,18 @@ TEST(RecorderLive, APortThatWaitsHoldsUpNobodyElse)
         }
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4));
         EXPECT_FALSE(waiting.isDone() || behind.isDone());
-        // A recording ends the wait, and the camera sends again once its register says so.
-        EXPECT_EQ(client.call("startRecording", recordingOf(1)), "{}");
+        // A recording ends the wait. The register lets the camera send again.
+        client.does("startRecording", recordingOf(1));
         EXPECT_EQ(waiting.reply(), error("Failed to grab frame."));
-        EXPECT_EQ(client.call("registerWrite", "P addr=32768 data=#00000001"), "{}");
+        client.does("registerWrite", "P addr=32768 data=#00000001");
         const std::string late = behind.reply();
         EXPECT_TRUE(late == error("Failed to grab frame.") || late[2] == 'r') << late;
     }
     EXPECT_EQ(client.result("liveFrame", "P")["width"].number, 16u);
-    EXPECT_EQ(client.call("stopRecording", "D"), "{}");
+    client.does("stopRecording", "D");
 }
 
-// Those who waited for a frame that never came hear so together, not one after another.
+// All who wait for a frame that never comes fail at the same time, not one after another.
 TEST(RecorderLive, AllWhoWaitForASilentPortHearOfIt)
 {
     Lab lab;
@@ -174,7 +173,7 @@ TEST(RecorderCamera, ASlowTransferHoldsUpItsPortAlone)
         behind("registerWrite", "P addr=0 data=#01");
     for (int i = 0; i < 20; i++)
         EXPECT_EQ(client.result("deviceName", "D")["name"].string, "bench");
-    EXPECT_EQ(client.call("registerWrite", "D port=1 addr=0 data=#02"), "{}");
+    client.does("registerWrite", "D port=1 addr=0 data=#02");
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(1400));
     EXPECT_FALSE(slow.isDone() && behind.isDone());
     slow.reply();

@@ -120,7 +120,7 @@ TEST_F(DeviceManagerTest, followsRecordersThatComeAndGo)
                                  "deviceName 2;connect 2;");
     EXPECT_EQ(names(), "A- B+ C+ ");
 
-    // Indices that the collection lost fail one by one; nobody loses a place.
+    // The collection must not shrink. Where it does, the devices stay, and keep their indices.
     fake->change({{"A", "", false}});
     const std::string log = update();
     EXPECT_TRUE(log.starts_with("Updating device list.\nFound device: A (existing)\nCaught "));
@@ -145,14 +145,14 @@ TEST_F(DeviceManagerTest, failureHurtsOneDeviceOnly)
                         "Caught exception: reconnect 0 failed\nFound device: B (existing)\n"
                         "Found device: D (existing)\n"
                         "Caught exception: deviceName 2 failed\nDone updating device list.\n");
-    // A count that fails ends this one update; clients are told all the same.
+    // A count that fails ends this update alone, and clients get their event all the same.
     fake->faults = {{"count", Fault::WithText}};
     EXPECT_EQ(update(), "Updating device list.\nCaught exception: count failed\n");
     fake->faults.clear();
     fake->change(
         {{"A", "", false}, {"B", "", false}, {"C", "", false}, {"D", "", false}, {"E", "", false}});
     update();
-    // The recorder without a name was tried again and again.
+    // The recorder whose name couldn't be read was tried again at each update.
     EXPECT_EQ(names(), "A+ B+ D+ C+ E+ ");
 }
 
@@ -250,7 +250,7 @@ TEST_F(DeviceManagerTest, stopLetsGoOfTheLibraryOnceAndKeepsTheDevices)
     fake->takeCalls();
     fake->faults = {{"unregister 77", Fault::WithText}};
     manager.stop();
-    fake->callback(); // a library that is late must find nothing to break
+    fake->callback(); // may still come from the library's thread, and must do no harm
     manager.stop();
     EXPECT_EQ(fake->takeCalls(), "unregister 77;");
     EXPECT_EQ(names(), "A+ ");

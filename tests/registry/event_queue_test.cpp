@@ -28,7 +28,8 @@ TEST(EventQueueTest, handsEventsOutInOrderAndLeavesTheTargetAloneWhenEmpty)
     EXPECT_TRUE(queue.isEmpty());
 }
 
-// Events that are gone before the reader gets to them wake it, but must not prolong its wait.
+// An event that is gone again before the reader gets it wakes the reader, but its wait must end at
+// the same time as without.
 TEST(EventQueueTest, timedReadEndsAtTheDeadlineSetAtEntry)
 {
     using namespace std::chrono;
@@ -43,7 +44,7 @@ TEST(EventQueueTest, timedReadEndsAtTheDeadlineSetAtEntry)
     });
     DeviceEvent event;
     steady_clock::duration waited{};
-    do { // the disturbing event itself may be read now and then
+    do { // until no event of the disturber was read
         const auto start = steady_clock::now();
         event = queue.pop();
         waited = steady_clock::now() - start;

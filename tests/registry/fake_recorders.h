@@ -87,7 +87,7 @@ public:
 
     void setup() override { fake_->note("setup"), fake_->duringSetup(); }
 
-    // What the tests never look at.
+    // The tests don't look at these.
     void serialOpen(uint8_t, uint32_t, uint8_t, uint8_t) override {}
     void removeFile(uint32_t, uint32_t) override {}
     void pairPort(uint8_t, Text, const void *, uint32_t, uint16_t) override {}

@@ -9,7 +9,7 @@ namespace {
 
 TEST(NameFilterTest, matches)
 {
-    // A filter behind each slash, then names that it must let through (+) or not (-).
+    // Behind a slash a filter, and then names that match it (+) or don't (-).
     std::istringstream words("/ABC*|x?z +abcdef +XYZ -xz -xyzz /abc -abcd /abcd -abc "
                              "/a*b +ab +aXbXb -aXbX /*a +bbba -ab /**a** +xax /a*? -a +ab "
                              "/*ab* +aab /? +? - /a?c +a*c /a\\*c -a*c /* + +anything /a* - "
@@ -30,7 +30,7 @@ TEST(NameFilterTest, nameThatHoldsTheEndMarkerStaysWithinThePattern)
     EXPECT_FALSE(matchesFilter("a", std::string("a\0", 2)));
 }
 
-// One reading of the stars after the other would outlive the test's time limit here.
+// A matcher that tries all ways to split the name between the stars would take years.
 TEST(NameFilterTest, manyStarsCostNoMoreThanTheLengths)
 {
     std::string pattern;

@@ -72,8 +72,7 @@ constexpr Command kCommands[] = {
     {"liveFrame", kPort},
     {"lockGlobal", ""},
     {"unlockGlobal", ""},
-    {"hardwareType", kDevice},
-};
+    {"hardwareType", kDevice}};
 
 } // namespace
 

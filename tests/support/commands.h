@@ -18,8 +18,8 @@ struct Command
 /// By ordinal.
 std::span<const Command> commands();
 
-/// Of a command's name, or of a number in digits, which may be that of no command. Raises
-/// std::out_of_range for an unknown name.
+/// The ordinal of a command's name. A number in digits stands for itself, also where there is no
+/// such command. Raises std::out_of_range for an unknown name.
 uint64_t ordinalOf(std::string_view command);
 
 } // namespace tavu::test

@@ -10,9 +10,9 @@ namespace tavu::test {
 class Lab
 {
 public:
-    /// A recorder comes, or changes.
+    /// Writes a recorder's description: the recorder appears, or changes.
     void describe(const std::string &recorder, const std::string &text) const;
-    /// Takes a recorder away.
+    /// Removes the description: the recorder is disconnected.
     void remove(const std::string &recorder) const;
     /// Writes a file of a recorder's folder or, where \a recorder is empty, of the whole lab's.
     void write(const std::string &recorder, const std::string &file, const std::string &text) const;

@@ -10,15 +10,15 @@ namespace tavu::test {
 
 namespace {
 
-/// How a number, or the length or count of another value, is encoded: in the first byte alone, or
-/// behind it in a form that has 1, 2, 4 or 8 bytes.
+/// How values of a kind begin. A small number (a length, or a count of members) is part of the
+/// first byte; larger ones stand behind it in 1, 2, 4 or 8 bytes, and the first byte says which.
 struct Family
 {
     char kind;
-    uint8_t fixed;  ///< the first byte for a small number, to which that is added
-    uint32_t limit; ///< the numbers from here on aren't small
-    uint8_t first;  ///< the first byte of the shortest of the other forms
-    int size;       ///< its bytes
+    uint8_t fixed;  ///< the first byte with a small number in it, less that number
+    uint32_t limit; ///< numbers below this one are small
+    uint8_t first; ///< the first byte of the shortest form for others; those of longer forms follow
+    int size;      ///< of the number in the shortest form, in bytes
     int forms;
 };
 
@@ -72,7 +72,7 @@ Head readHead(const std::function<Bytes(uint64_t)> &take)
     throw std::runtime_error(concat("unexpected lead byte ", int(lead)));
 }
 
-/// Takes what stands before the first of the characters \a end off the text.
+/// Takes off the text, and returns, what stands before the first character that is one of \a end.
 std::string cut(std::string_view &text, std::string_view end)
 {
     const size_t size = std::min(text.find_first_of(end), text.size());
@@ -83,7 +83,7 @@ std::string cut(std::string_view &text, std::string_view end)
 
 Bytes takeValue(std::string_view &text);
 
-/// The values behind an opening bracket, with their keys in a map.
+/// Takes what follows an opening bracket: values, in a map each with its key.
 Bytes takeMembers(std::string_view &text, char kind)
 {
     Bytes members;
@@ -148,7 +148,7 @@ Value decodeMembers(const std::function<Bytes(uint64_t)> &take, uint64_t count, 
     return value;
 }
 
-/// Hands over the bytes one after another, and counts them.
+/// Returns a function for decode() that moves \a position on over the bytes.
 auto takeFrom(const Bytes &bytes, size_t &position)
 {
     return [&bytes, &position](uint64_t count) {

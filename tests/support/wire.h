@@ -9,8 +9,7 @@
 #include <utility>
 #include <vector>
 
-// The protocol as the tests speak it: with code of their own, so that a fault of the product's
-// shows.
+// The protocol in code of the tests' own, so that the tests don't share a fault with the product.
 
 namespace tavu::test {
 

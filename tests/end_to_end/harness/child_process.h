@@ -7,7 +7,7 @@
 
 namespace tavu::test {
 
-/// A process that lives no longer than this object, nor than this process.
+/// A process that ends with this object, and with the test program at the latest.
 class ChildProcess
 {
 public:

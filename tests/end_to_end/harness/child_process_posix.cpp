@@ -32,8 +32,8 @@ ChildProcess::ChildProcess(const std::string &program, const std::vector<std::st
     const pid_t parent = getpid();
     const pid_t child = fork();
     if (child == 0) {
-        // Only calls that are safe between fork and exec. The service must not outlive a test that
-        // was itself killed, and a crash is to leave no core behind.
+        // Only calls that are safe between fork and exec. The signal ends the service when the
+        // test is killed; the limit keeps a crash from writing a core file.
         prctl(PR_SET_PDEATHSIG, SIGKILL);
         const rlimit none = {0, 0};
         setrlimit(RLIMIT_CORE, &none);

@@ -4,47 +4,31 @@
 
 #include <windows.h>
 
+#include <memory>
 #include <psapi.h>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 namespace tavu::test {
 
 namespace {
 
-/// A handle that closes itself.
-class Handle
+struct CloseIt
 {
-public:
-    Handle(HANDLE handle = nullptr) : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
-    Handle(Handle &&other) noexcept : handle_(std::exchange(other.handle_, nullptr)) {}
-    Handle &operator=(Handle &&other) noexcept
-    {
-        std::swap(handle_, other.handle_);
-        return *this;
-    }
-    ~Handle()
-    {
-        if (handle_)
-            CloseHandle(handle_);
-    }
-    HANDLE get() const { return handle_; }
-
-private:
-    HANDLE handle_;
+    void operator()(HANDLE handle) const { CloseHandle(handle); }
 };
+using Handle = std::unique_ptr<void, CloseIt>;
 
 HANDLE native(intptr_t handle)
 {
     return reinterpret_cast<HANDLE>(handle);
 }
 
-/// All that is put in here ends with this process, however that ends.
+/// The system ends the processes of this group when our process ends, also by a crash.
 HANDLE processGroup()
 {
     static const Handle group = [] {
-        Handle job = CreateJobObjectW(nullptr, nullptr);
+        Handle job(CreateJobObjectW(nullptr, nullptr));
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
         limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
         SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits,
@@ -54,19 +38,21 @@ HANDLE processGroup()
     return group.get();
 }
 
-/// No handle for no path.
+/// Returns no handle for an empty path.
 Handle openForAppend(const std::string &path)
 {
     if (path.empty())
         return {};
     SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
-    return CreateFileW(wideText(path).c_str(), FILE_APPEND_DATA,
-                       FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, &inheritable,
-                       OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileW(wideText(path).c_str(), FILE_APPEND_DATA,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                    &inheritable, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    return Handle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
 
-/// Suspended, so that it can be put into the group before it starts anything. A start can fail for
-/// a moment, while the system still clears up behind the process that ran the same file before.
+/// Suspended, so that it can be put into the group before it starts anything. A start can fail
+/// while the system still holds the file of a process that has just ended, so there are several
+/// attempts.
 PROCESS_INFORMATION startSuspended(const std::wstring &program, std::wstring &line,
                                    STARTUPINFOW &startup)
 {

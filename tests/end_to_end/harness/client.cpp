@@ -53,6 +53,16 @@ std::string Client::call(std::string_view command, std::string_view params)
     return reply().text;
 }
 
+void Client::does(std::string_view command, std::string_view params)
+{
+    EXPECT_EQ(call(command, params), "{}") << command << ' ' << params;
+}
+
+void Client::fails(std::string_view command, std::string_view params, std::string_view text)
+{
+    EXPECT_EQ(call(command, params), error(text)) << command << ' ' << params;
+}
+
 Value Client::result(std::string_view command, std::string_view params)
 {
     request(command, params);

@@ -23,6 +23,10 @@ public:
     Value reply();
     /// The whole reply as text.
     std::string call(std::string_view command, std::string_view params = "");
+    /// Expects that the command succeeds, and brings nothing.
+    void does(std::string_view command, std::string_view params = "");
+    /// Expects that it is refused with this text.
+    void fails(std::string_view command, std::string_view params, std::string_view text);
     /// What stands below "result"; raises std::runtime_error on another reply.
     Value result(std::string_view command, std::string_view params = "");
     /// All that comes until the service closes its end.
@@ -61,8 +65,8 @@ public:
     explicit Region(const Value &result);
 
     Bytes bytes(uint64_t count, uint64_t offset = 0) const;
-    /// Whether the name still leads to this region; spoils the contents. Names are short and come
-    /// back soon, also in another service.
+    /// Whether the name still leads to this region: a later region can get the same name. Writes
+    /// into the region to find out.
     bool isReachable();
 
     std::string name;

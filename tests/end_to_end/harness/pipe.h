@@ -6,8 +6,8 @@
 
 namespace tavu::test {
 
-/// The client's end of the service's pipe, as a client other than ours would have it: what is sent
-/// doesn't wait for the service to read.
+/// The client's end of the service's pipe. Sending doesn't wait until the service reads, so that a
+/// test can send whatever it likes before it reads a reply.
 class Pipe
 {
 public:

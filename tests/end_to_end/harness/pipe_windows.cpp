@@ -50,8 +50,8 @@ private:
 
 } // namespace
 
-// The pipe has no buffers: bytes that the service doesn't read yet hold up their writer. So what is
-// sent waits in a queue, and a thread writes it.
+// A write to the pipe returns only when the service has read the bytes. So what is sent waits in a
+// queue, and a thread writes it.
 class Pipe::Channel
 {
 public:
@@ -73,7 +73,7 @@ private:
     Transfer reading_;
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::deque<Bytes> queue_; ///< what is being written stands first
+    std::deque<Bytes> queue_; ///< the thread writes the first entry
     bool broken_ = false;     ///< the service's end is gone
     bool closing_ = false;
     bool writerLeft_ = false;
@@ -83,12 +83,12 @@ private:
 Pipe::Channel::~Channel()
 {
     std::unique_lock lock(mutex_);
-    // What was sent before a close still arrives, if the service gets to it soon.
+    // A service that reads gets what was sent before the close.
     changed_.wait_for(lock, std::chrono::milliseconds(50),
                       [this] { return queue_.empty() || broken_; });
     closing_ = true;
     changed_.notify_all();
-    // Again and again, for a write that was just about to begin.
+    // Repeated, since the thread may be just about to begin a write.
     while (!changed_.wait_for(lock, std::chrono::milliseconds(1), [this] { return writerLeft_; }))
         CancelIoEx(pipe_, nullptr);
     lock.unlock();

@@ -8,30 +8,31 @@
 
 namespace tavu::test {
 
-/// What clients do all day on device 0, in which faults may be planted. It keeps book of what the
-/// service has confirmed. Frames are 16 by 3.
+/// What clients do with device 0 all day: pair, record, rename, play, watch, remove. It keeps a
+/// list of what the service has confirmed, for tests that let something fail meanwhile. Frames are
+/// 16 by 3.
 class Scenario
 {
 public:
     static constexpr uint32_t kWidth = 16, kHeight = 3;
 
-    /// \a frame makes the bytes that a frame of this number must have.
+    /// \a frame returns the bytes that the frame of a number must have.
     explicit Scenario(std::function<Bytes(uint64_t)> frame) : frame_(std::move(frame)) {}
 
-    /// With faults about: requests may be refused. A closed connection raises std::runtime_error.
+    /// Requests may be refused. A closed connection raises std::runtime_error.
     void tryAll(Client &client) { run(client, true); }
 
-    /// Ends what a refused request has left open, does it all again, and nothing may be refused.
+    /// Ends what a former try has left open, and does it all: no request may be refused.
     void doAll(Client &client)
     {
         client.call("stopLive", "P");
-        // A stop that was refused can be asked for again. There may be nothing to stop, too.
+        // A recording whose stop was refused still runs, and can be stopped now.
         if (client.call("stopRecording", "D") == "{}")
             keepStopped(client);
         run(client, false);
     }
 
-    /// What was confirmed is listed, what was removed isn't, and all that is listed can be played.
+    /// Expects the list to hold what was confirmed and not what was removed, and plays all of it.
     void check(Client &client)
     {
         Recordings listed = list(client);
@@ -51,15 +52,10 @@ public:
 private:
     struct Recording
     {
-        std::string name;    ///< empty when an edit was refused
-        uint64_t frames = 0; ///< none: removed
+        std::string name;    ///< empty when it may be either, since an edit was refused
+        uint64_t frames = 0; ///< none when it was removed
     };
-    using Recordings = std::map<std::string, Recording>; ///< by the ids, as parameters
-
-    static std::string idsOf(const Value &file)
-    {
-        return concat("D fileId=", file["fileId"].number, " streamId=", file["streamId"].number);
-    }
+    using Recordings = std::map<std::string, Recording>; ///< by idsOf()
 
     static Recordings list(Client &client)
     {
@@ -70,7 +66,8 @@ private:
         return recordings;
     }
 
-    /// The ids; none of a recording without a frame, which isn't kept beyond this run.
+    /// Notes the recording that was just stopped, and returns its ids. One without a frame is gone
+    /// after a restart of the service: it isn't noted, and has no ids here.
     std::string keepStopped(Client &client)
     {
         const std::string ids = idsOf(client.result("recordingFile", "P"));
@@ -94,8 +91,7 @@ private:
 
     std::string record(uint64_t frames)
     {
-        if (!ask("startRecording", concat("D portMask=1 externalTrigger=0 type=1 count=", frames,
-                                          " usePretrigger=false pretriggerCount=0")))
+        if (!ask("startRecording", recordingOf(1, concat("type=1 count=", frames))))
             return {};
         const std::string done = R"({"result":{"done":true}})";
         EXPECT_TRUE(waitUntil([&] { return client_->call("isRecordingDone", "D") == done; }));
@@ -150,7 +146,7 @@ private:
             ask("liveFrame", "P");
             ask("stopLive", "P");
         }
-        // May be there or not, until the removal is confirmed.
+        // A removal that is refused may have removed it all the same.
         if (kept_.erase(first) && ask("removeFile", first))
             kept_[first] = {};
     }

@@ -12,19 +12,19 @@
 
 namespace tavu::test {
 
-/// The real service, with the emulated device, in a folder of its own. At the end it is expected to
-/// stop by itself with status 0 as its last client leaves (with arguments it is killed), and to
-/// have printed no sanitizer report. One that runs for minutes is killed: that ends the calls of a
-/// test that hangs.
+/// The real service, with the emulated device, in a folder of its own. The destructor expects that
+/// it stops by itself with status 0, once its last client has left, and that it has printed no
+/// sanitizer report. A service with arguments is killed instead. One that runs for minutes is
+/// killed too, so that a request without a reply can't hang the test.
 class Service
 {
 public:
-    /// With a folder of simulated recorders it has those instead of the emulated device.
+    /// With a lab's folder the service has those recorders instead of the emulated device.
     explicit Service(const std::vector<std::string> &arguments = {},
                      const std::string &labFolder = "");
     ~Service();
 
-    /// Starts it again in the same folder, after its end.
+    /// Starts it again in the same folder, after it has ended.
     void start();
     void kill();
     /// Waits until it has stopped by itself.

@@ -64,7 +64,7 @@ protected:
 TEST_F(LocalSocketTest, MovesBytesBothWaysAndReportsShortCounts)
 {
     connectPair();
-    // More than any buffer of the system holds, so that both loops go round.
+    // More than the system's buffers hold, so that reading and writing take several calls.
     const std::string sent(3'000'000, 'x');
     auto writing = send(client_, sent);
     std::string received(sent.size(), '\0');
@@ -121,7 +121,8 @@ TEST_F(LocalSocketTest, CloseFromAnotherThreadEndsBlockedCalls)
     }
 }
 
-// A closed socket's handle number is used again at once; whoever still reads must not get at it.
+// The system uses the number of a closed handle again at once. A thread that still reads from the
+// closed socket must not read from the new one.
 TEST_F(LocalSocketTest, CloseNeverHitsAReusedHandle)
 {
     ASSERT_TRUE(server_.listen(name_, false));
@@ -136,7 +137,7 @@ TEST_F(LocalSocketTest, CloseNeverHitsAReusedHandle)
         });
         client.write("abcdef", 6);
         peer.close();
-        // Takes the freed number if there is one.
+        // A new socket gets the number that was freed.
         LocalSocket next;
         ASSERT_TRUE(next.connect(name_));
         LocalSocket nextPeer = server_.accept();
@@ -167,7 +168,7 @@ TEST_F(LocalSocketTest, NameIsFreeOnceTheListenerIsGone)
 {
     auto first = std::make_unique<LocalSocketServer>();
     ASSERT_TRUE(first->listen(name_, false));
-    // A client that comes before the first accept is served, also one that has left by then.
+    // A client that came, and left, before the first accept is handed out all the same.
     ASSERT_TRUE(client_.connect(name_));
     client_.close();
     peer_ = first->accept();

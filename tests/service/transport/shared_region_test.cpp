@@ -32,7 +32,7 @@ TEST(SharedRegionTest, CreatorAndClientSeeOneBlock)
     std::memset(region.view(), 0x5A, 5000);
     EXPECT_EQ(0x5A, static_cast<const unsigned char *>(client.view())[4999]);
 
-    // What is mapped stays; the name goes with its last user.
+    // A mapping outlives its creator, and the name ends with the last mapping.
     region.close();
     region.close();
     EXPECT_EQ(nullptr, region.view());
@@ -80,7 +80,7 @@ TEST(SharedRegionTest, ATakenNameCostsOneNumberAndAFailureAllOfThem)
     std::srand(1);
     ASSERT_TRUE(first.createUnique(base, 1, false));
     EXPECT_EQ(numbers[0], numberOf(first));
-    // No bytes, and more than any machine has.
+    // Sizes that can't be had: nothing, and more than any machine has.
     for (const uint64_t size : {uint64_t(0), uint64_t(1) << 60}) {
         EXPECT_FALSE(next.createUnique(base, size, false));
         EXPECT_TRUE(!next.view() && next.viewSize() == 0 && next.mappingName().empty());
