@@ -100,7 +100,7 @@ std::string TavuDeviceEmulator::startLive(uint8_t port)
     if (liveRegion_.view())
         throw std::runtime_error("Live alrady started");
     liveCounter_ = 0;
-    livePixels_ = framePixels(port_.width, port_.height);
+    livePixels_ = framePixels(port_.format.width, port_.format.height);
     if (!createRegion(liveRegion_, livePixels_ * 2))
         throwNoRegion();
     return liveRegion_.mappingName();
@@ -113,8 +113,8 @@ void TavuDeviceEmulator::liveFrame(uint8_t port, uint16_t &width, uint16_t &heig
     checkPort(port);
     checkLive(liveRegion_);
     // The present geometry, though the region and the ramp keep that of the start.
-    width = port_.width;
-    height = port_.height;
+    width = port_.format.width;
+    height = port_.format.height;
     imageSize = frameBytes(width, height);
     const uint64_t room = liveRegion_.viewSize() / sizeof(uint16_t);
     fillRamp(static_cast<uint16_t *>(liveRegion_.view()),

@@ -19,10 +19,10 @@ void TavuDeviceEmulator::getPortConfig(uint8_t port, uint16_t &width, uint16_t &
 {
     std::lock_guard guard(lock_);
     checkPort(port);
-    width = port_.width;
-    height = port_.height;
-    pixelFormat = port_.pixelFormat;
-    tapGeometry = port_.tapGeometry;
+    width = port_.format.width;
+    height = port_.format.height;
+    pixelFormat = port_.format.pixelFormat;
+    tapGeometry = port_.format.tapGeometry;
 }
 
 void TavuDeviceEmulator::setPortConfig(uint8_t port, uint16_t width, uint16_t height,
@@ -31,10 +31,7 @@ void TavuDeviceEmulator::setPortConfig(uint8_t port, uint16_t width, uint16_t he
     std::lock_guard guard(lock_);
     checkPort(port);
     needPortConfig();
-    port_.width = width;
-    port_.height = height;
-    port_.pixelFormat = pixelFormat;
-    port_.tapGeometry = tapGeometry;
+    port_.format = {width, height, pixelFormat, tapGeometry};
     recording_.width = width;
     writePortConfig();
 }

@@ -36,8 +36,8 @@ FileRecord TavuDeviceEmulator::newFileRecord(uint32_t fileId, const std::string 
     record.name = stem;
     record.port = kPortName;
     record.camera = port_.pairedTo;
-    record.width = port_.width;
-    record.height = port_.height;
+    record.width = port_.format.width;
+    record.height = port_.format.height;
     record.timestamp = utcTimestamp();
     return record;
 }
@@ -53,7 +53,7 @@ void TavuDeviceEmulator::startRecording(uint32_t portMask, uint8_t externalTrigg
     if (recordThread_.joinable() || stopPending_)
         throw std::runtime_error("Already recording");
     attempt([this] { needPortConfig(); });
-    if (port_.width == 0 || port_.height == 0 || port_.pairedTo.empty())
+    if (!port_.format.hasGeometry() || port_.pairedTo.empty())
         throw std::runtime_error(kNotReadyText);
     needFolder();
     needFiles();
@@ -64,7 +64,7 @@ void TavuDeviceEmulator::startRecording(uint32_t portMask, uint8_t externalTrigg
     job.file.reset(tavu::openFile(folder_.incompleteFile(), "wb"));
     if (!job.file)
         throw std::runtime_error("Failed to create file");
-    job.pixelsPerFrame = framePixels(port_.width, port_.height);
+    job.pixelsPerFrame = framePixels(port_.format.width, port_.format.height);
     job.type = type;
     job.count = count;
     catalogue_.push_back(newFileRecord(fileId, EmulatorFolder::kIncompleteName));

@@ -73,11 +73,11 @@ void TavuDeviceEmulator::needPortConfig()
         return;
     RecordBuffer buffer;
     readRecordFile(folder_.portConfig(), buffer, [this](Stream &stream) {
-        readConfigRecord(stream, [this](PortConfig &found) {
+        readPortConfigs(stream, [this](PortConfig &found) {
             if (found.name != kPortName)
                 return;
             port_ = std::move(found);
-            recording_.width = port_.width;
+            recording_.width = port_.format.width;
         });
     });
     portConfigKnown_ = true;
@@ -87,7 +87,8 @@ void TavuDeviceEmulator::writePortConfig()
 {
     needFolder();
     replaceRecordFile(folder_.portConfig(), [this](Stream &stream) {
-        writeConfigRecord({&port_, 1}, stream);
+        const PortConfig *const port = &port_;
+        writePortConfigs({&port, 1}, stream);
     });
 }
 

@@ -88,19 +88,19 @@ struct Numbers
     uint32_t tapCode;
 };
 
-Numbers cxpNumbers(Quillon::Port &port, const DeviceType &type, const PortGeometry &geometry)
+Numbers cxpNumbers(Quillon::Port &port, const DeviceType &type, const PortFormat &format)
 {
     const bool narrow = port.linkMode() == kNarrowLink;
     const int shift = type.hardwareType == kWideFamily ? 3 : narrow ? 2 : 1;
-    const uint32_t width = geometry.width;
-    return {width, geometry.height, width >> shift, narrow ? 2u : 1u, 0};
+    const uint32_t width = format.width;
+    return {width, format.height, width >> shift, narrow ? 2u : 1u, 0};
 }
 
-Numbers cameraLinkNumbers(const PortGeometry &geometry)
+Numbers cameraLinkNumbers(const PortFormat &format)
 {
-    const TapLayout &layout = tapLayout(geometry.tapGeometry);
-    const uint32_t width = geometry.width;
-    return {width, geometry.height, width / layout.taps, layout.taps, layout.code};
+    const TapLayout &layout = tapLayout(format.tapGeometry);
+    const uint32_t width = format.width;
+    return {width, format.height, width / layout.taps, layout.taps, layout.code};
 }
 
 ParameterValue value(const Field &field, const Numbers &numbers)
@@ -127,15 +127,14 @@ ParameterValue value(const Field &field, const Numbers &numbers)
 } // namespace
 
 boost::shared_ptr<DataDescriptor> describePort(Quillon::Port &port, uint32_t index,
-                                               const DeviceType &type, const PortGeometry &geometry)
+                                               const DeviceType &type, const PortFormat &format)
 {
-    const Numbers numbers =
-        type.isCxp ? cxpNumbers(port, type, geometry) : cameraLinkNumbers(geometry);
+    const Numbers numbers = type.isCxp ? cxpNumbers(port, type, format) : cameraLinkNumbers(format);
     const std::span<const Field> fields =
         type.isCxp ? std::span<const Field>(kCxpFields) : std::span<const Field>(kCameraLinkFields);
-    const auto descriptor =
-        given(DataDescriptor::Factory::create(type.isCxp ? kCxpDescriptor : kCameraLinkDescriptor),
-              "DataDescriptor::Factory::create");
+    const auto descriptor = requireHandle(
+        DataDescriptor::Factory::create(type.isCxp ? kCxpDescriptor : kCameraLinkDescriptor),
+        "DataDescriptor::Factory::create");
     descriptor->setCustom(true);
     descriptor->setManufacturer("OREK");
     descriptor->setModel("TAVU");

@@ -1,5 +1,7 @@
 #include "hardware/device_types.h"
 
+#include "hardware/binding/handles.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -15,8 +17,10 @@ constexpr DeviceType kDeviceTypes[] = {
 
 } // namespace
 
-const DeviceType &deviceType(uint32_t number)
+const DeviceType &typeOf(Quillon::Device &device)
 {
+    const uint32_t number =
+        requireHandle(device.hardwareInfo(0), "Device::hardwareInfo")->deviceType;
     const auto type = std::find_if(std::begin(kDeviceTypes), std::end(kDeviceTypes),
                                    [number](const DeviceType &range) {
                                        return range.first <= number && number <= range.last;

@@ -24,7 +24,8 @@ public:
     uint32_t deviceState(uint32_t index) override { return collection_->deviceState(index); }
     std::string alternativeName(uint32_t index) override
     {
-        return textOf(given(collection_->device(index), "DeviceCollection::device")->altName());
+        return textOf(
+            requireHandle(collection_->device(index), "DeviceCollection::device")->altName());
     }
 
     uint32_t registerChangeCallback(std::function<void()> callback) override
@@ -82,8 +83,8 @@ std::shared_ptr<RecorderInstance> QuillonLibrary::initialize(const std::string &
 {
     const Quillon::String name(applicationName.c_str());
     return std::make_shared<QuillonInstance>(
-        given(Quillon::Instance::initialize(name, flag, static_cast<Quillon::Scope>(scope)),
-              "Instance::initialize"));
+        requireHandle(Quillon::Instance::initialize(name, flag, static_cast<Quillon::Scope>(scope)),
+                      "Instance::initialize"));
 }
 
 } // namespace tavu

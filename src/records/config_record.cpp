@@ -21,13 +21,13 @@ void writePort(MessageWriter &writer, const PortConfig &port, uint32_t infoLimit
     writer.writeString("pairedTo");
     writer.writeString(port.pairedTo);
     writer.writeString("width");
-    writer.writeUint(port.width);
+    writer.writeUint(port.format.width);
     writer.writeString("height");
-    writer.writeUint(port.height);
+    writer.writeUint(port.format.height);
     writer.writeString("pixelFormat");
-    writer.writeUint(port.pixelFormat);
+    writer.writeUint(port.format.pixelFormat);
     writer.writeString("tapGeometry");
-    writer.writeUint(port.tapGeometry);
+    writer.writeUint(port.format.tapGeometry);
     writer.writeString("numFramesPerPacket");
     writer.writeUint(port.framesPerPacket);
     if (hasBlock) {
@@ -43,13 +43,13 @@ void readValue(MessageReader &reader, const std::string &key, PortConfig &port)
     else if (key == "pairedTo")
         reader.readString(port.pairedTo);
     else if (key == "width")
-        port.width = static_cast<uint16_t>(reader.readPosInt());
+        port.format.width = static_cast<uint16_t>(reader.readPosInt());
     else if (key == "height")
-        port.height = static_cast<uint16_t>(reader.readPosInt());
+        port.format.height = static_cast<uint16_t>(reader.readPosInt());
     else if (key == "pixelFormat")
-        port.pixelFormat = static_cast<uint32_t>(reader.readPosInt());
+        port.format.pixelFormat = static_cast<uint32_t>(reader.readPosInt());
     else if (key == "tapGeometry")
-        port.tapGeometry = static_cast<uint32_t>(reader.readPosInt());
+        port.format.tapGeometry = static_cast<uint32_t>(reader.readPosInt());
     else if (key == "numFramesPerPacket")
         port.framesPerPacket = static_cast<uint16_t>(reader.readPosInt());
     else if (key == "info")
@@ -60,16 +60,16 @@ void readValue(MessageReader &reader, const std::string &key, PortConfig &port)
 
 } // namespace
 
-void writeConfigRecord(std::span<const PortConfig> ports, Stream &stream, uint32_t infoLimit)
+void writePortConfigs(std::span<const PortConfig *const> ports, Stream &stream, uint32_t infoLimit)
 {
     MessageWriter writer(stream);
     writeEnvelope(writer, kConfigRecord);
     writer.writeArrayHeader(static_cast<uint32_t>(ports.size()));
-    for (const PortConfig &port : ports)
-        writePort(writer, port, infoLimit);
+    for (const PortConfig *port : ports)
+        writePort(writer, *port, infoLimit);
 }
 
-void readConfigRecord(Stream &stream, const std::function<void(PortConfig &)> &found)
+void readPortConfigs(Stream &stream, const std::function<void(PortConfig &)> &found)
 {
     MessageReader reader(stream);
     readEnvelope(reader, kConfigRecord);

@@ -15,6 +15,7 @@ namespace tavu {
 namespace {
 
 constexpr RecordKind kMetaRecord = {"meta", "info", "Invalid file metadata."};
+
 /// One pair of a file's map.
 struct Field
 {
@@ -107,20 +108,18 @@ void readFile(MessageReader &reader, FileRecord &file, std::string &key)
     }
 }
 
-/// The byte count that a record without one gets: the area is a signed 32-bit number, as it always
-/// was in these records, so that one above 2^31 pixels turns negative.
-uint64_t impliedSize(const FileRecord &record)
-{
-    const auto area = static_cast<int32_t>(uint32_t(record.width) * uint32_t(record.height));
-    return static_cast<uint64_t>(int64_t(area)) * record.numFrames * 2;
-}
-
 bool isUsable(const FileRecord &record)
 {
     return !record.name.empty() && record.width && record.height && record.numFrames;
 }
 
 } // namespace
+
+uint64_t impliedSize(const FileRecord &record)
+{
+    const auto area = static_cast<int32_t>(uint32_t(record.width) * uint32_t(record.height));
+    return static_cast<uint64_t>(int64_t(area)) * record.numFrames * 2;
+}
 
 void writeMetaList(std::span<const FileRecord> list, Stream &stream)
 {

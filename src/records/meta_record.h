@@ -22,6 +22,11 @@ void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size);
 /// Whether the record of \a list fits in \a size bytes, and can be read back.
 bool metaListFits(std::span<const FileRecord> list, uint64_t size);
 
+/// The size in bytes of a recording that tells none. The product of its two sides counts as a
+/// signed 32-bit number, as it always did in these records, so that it turns negative above 2^31
+/// pixels.
+uint64_t impliedSize(const FileRecord &record);
+
 /// Empties \a target and appends the usable entries of one file metadata record: those with a name,
 /// a geometry and frames. A missing size is computed, a missing time stamp becomes the present
 /// time. Raises std::runtime_error: "Invalid file metadata." or the reader's text; \a target then

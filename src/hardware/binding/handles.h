@@ -13,7 +13,7 @@ namespace tavu {
 /// Passes on a handle that the library's operation \a source yielded. An empty one raises
 /// std::runtime_error, so that a library which yields nothing costs a request and no more.
 template <typename T>
-boost::shared_ptr<T> given(boost::shared_ptr<T> handle, const char *source)
+boost::shared_ptr<T> requireHandle(boost::shared_ptr<T> handle, const char *source)
 {
     if (!handle)
         throw std::runtime_error(std::string(source) + " returned nothing.");

@@ -1,7 +1,6 @@
 #include "hardware/stavu_device.h"
 
 #include "hardware/binding/buffers.h"
-#include "hardware/binding/handles.h"
 
 #include <cstring>
 #include <stdexcept>
@@ -43,7 +42,7 @@ void copyOut(void *target, Common::Buffer &buffer, uint32_t size)
 STavuDevice::Channel STavuDevice::takeChannel(std::unique_lock<std::mutex> &deviceLock,
                                               uint8_t port)
 {
-    PortState &state = portState(port);
+    PortState &state = ports_.at(port);
     requireOpen(state);
     TurnLock::Turn turn = takeTurn(deviceLock, state.portLock);
     // It can have been closed meanwhile.
@@ -61,10 +60,10 @@ STavuDevice::Channel STavuDevice::handOverToChannel(uint8_t port)
 void STavuDevice::serialOpen(uint8_t port, uint32_t baudRate, uint8_t parity, uint8_t stopBits)
 {
     std::lock_guard guard(lock_);
-    PortState &state = portState(port);
+    PortState &state = ports_.at(port);
     if (state.serialPort)
         throw std::runtime_error("Serial port already open.");
-    const auto camera = libraryPort(*device(), port);
+    const auto camera = libraryPort(*library_.device(), port);
     if (!camera->hasSerial())
         throw std::runtime_error("serial not supported on this device");
     if (!camera->isCameraDetected())
@@ -139,12 +138,12 @@ void STavuDevice::serialClose(uint8_t port)
 void STavuDevice::registerRead(uint8_t port, uint32_t addr, void *buffer, uint32_t size)
 {
     std::unique_lock deviceLock(lock_);
-    portState(port);
-    const auto camera = libraryPort(*device(), port);
+    ports_.at(port);
+    const auto camera = libraryPort(*library_.device(), port);
     deviceLock.unlock();
     const auto content = allocateBuffer(size);
     deviceLock.lock();
-    const TurnLock::Turn turn = handOver(deviceLock, portState(port).portLock);
+    const TurnLock::Turn turn = handOver(deviceLock, ports_.at(port).portLock);
     camera->readMemory(content, addr, 0);
     copyOut(buffer, *content, size);
 }
@@ -152,8 +151,8 @@ void STavuDevice::registerRead(uint8_t port, uint32_t addr, void *buffer, uint32
 void STavuDevice::registerWrite(uint8_t port, uint32_t addr, const void *buffer, uint32_t size)
 {
     std::unique_lock deviceLock(lock_);
-    PortState &state = portState(port);
-    const auto camera = libraryPort(*device(), port);
+    PortState &state = ports_.at(port);
+    const auto camera = libraryPort(*library_.device(), port);
     const TurnLock::Turn turn = handOver(deviceLock, state.portLock);
     camera->writeMemory(bufferOf(buffer, size), addr, 0);
 }
