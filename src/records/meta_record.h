@@ -22,9 +22,8 @@ void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size);
 /// Whether the record of \a list fits in \a size bytes, and can be read back.
 bool metaListFits(std::span<const FileRecord> list, uint64_t size);
 
-/// The size in bytes of a recording that tells none. The product of its two sides counts as a
-/// signed 32-bit number, as it always did in these records, so that it turns negative above 2^31
-/// pixels.
+/// Bytes of all frames. A frame's pixels are counted in a signed 32-bit number, as they always were
+/// in these records, and turn negative from 2^31 on.
 uint64_t impliedSize(const FileRecord &record);
 
 /// Empties \a target and appends the usable entries of one file metadata record: those with a name,
