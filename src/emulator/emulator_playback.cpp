@@ -4,22 +4,15 @@
 #include "emulator/frame_ramp.h"
 
 #include <algorithm>
-#include <mutex>
-#include <stdexcept>
 
 namespace tavu {
 
 namespace {
 
-/// False when the region can't be had.
-bool createRegion(SharedRegion &region, uint32_t size)
+void createRegion(SharedRegion &region, uint32_t size)
 {
-    return region.createUnique("orek_tavu", size, false);
-}
-
-[[noreturn]] void throwNoRegion()
-{
-    throw std::runtime_error("Failed to create memory mapping");
+    if (!region.createUnique("orek_tavu", size, false))
+        throw std::runtime_error("Failed to create memory mapping");
 }
 
 void checkLive(const SharedRegion &region)
@@ -40,15 +33,14 @@ void TavuDeviceEmulator::openFile(uint32_t &openFileId, std::string &mapping, ui
     openFileId = static_cast<uint32_t>(free - slots_.begin());
     OpenSlot &slot = free == slots_.end() ? slots_.emplace_back() : *free;
 
-    // Stays in the slot when the rest fails.
+    // The slot keeps these when the rest fails.
     slot.fileId = fileId;
     slot.position = 0;
-    const std::string path = folder_.frameFile(kPortName, fileStem(fileId));
+    const std::string path = folder_.frameFile(kPortName, std::to_string(fileId));
     InputFile file(path);
     if (!file.isOpen() || !isRegularFile(path))
         throw std::runtime_error("Failed to open file");
-    if (!createRegion(slot.region, frameBytes(entry.stored->width, entry.stored->height)))
-        throwNoRegion();
+    createRegion(slot.region, frameBytes(entry.stored->width, entry.stored->height));
     slot.file = std::move(file);
     mapping = slot.region.mappingName();
 }
@@ -101,8 +93,7 @@ std::string TavuDeviceEmulator::startLive(uint8_t port)
         throw std::runtime_error("Live alrady started");
     liveCounter_ = 0;
     livePixels_ = framePixels(port_.format.width, port_.format.height);
-    if (!createRegion(liveRegion_, livePixels_ * 2))
-        throwNoRegion();
+    createRegion(liveRegion_, livePixels_ * 2);
     return liveRegion_.mappingName();
 }
 

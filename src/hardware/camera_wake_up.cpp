@@ -7,8 +7,7 @@ namespace tavu {
 
 namespace {
 
-// The address register of CoaXPress cameras, as that standard lays it down: it holds the address
-// of the camera's acquisition-start register.
+/// By the CoaXPress standard this register holds the address of the acquisition-start register.
 constexpr uint32_t kAcquisitionStartAddress = 0x300C;
 constexpr double kSilentFrameRate = 0.001;
 

@@ -4,8 +4,7 @@
 
 namespace tavu {
 
-/// Tells a CoaXPress camera that sends nothing to send, unless its port is in use. Failures of that
-/// are swallowed.
+/// Wakes a CoaXPress camera that sends nothing. A wake-up that fails is ignored.
 void wakeIfSilent(Quillon::Port &port);
 
 } // namespace tavu

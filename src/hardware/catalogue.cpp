@@ -26,8 +26,8 @@ auto findRecord(List &list, uint32_t fileId, uint32_t streamId)
 /// The buffer of a drive file's metadata block with the records in it.
 struct MetaBlock
 {
-    explicit MetaBlock(Quillon::DriveFile &file)
-        : buffer(requireHandle(file.readMetadata(), "DriveFile::readMetadata"))
+    explicit MetaBlock(boost::shared_ptr<Common::Buffer> metadata)
+        : buffer(requireHandle(std::move(metadata), "DriveFile::readMetadata"))
     {
         readMetaList(list, buffer->data(), buffer->size());
     }
@@ -86,11 +86,9 @@ std::vector<FileRecord> Catalogue::readMetadata(Quillon::DriveSet &set, uint32_t
     auto buffer = openFiles_.readMetadata(fileId);
     if (!buffer || buffer->size() == 0) {
         const auto file = openDriveFile(set, fileId);
-        buffer = requireHandle(file->readMetadata(), "DriveFile::readMetadata");
+        buffer = file->readMetadata();
     }
-    FileList list;
-    readMetaList(list, buffer->data(), buffer->size());
-    return list;
+    return MetaBlock(std::move(buffer)).list;
 }
 
 void Catalogue::removeFile(uint32_t fileId, uint32_t streamId)
@@ -101,7 +99,7 @@ void Catalogue::removeFile(uint32_t fileId, uint32_t streamId)
     if (const uint32_t infoFile = set->findFile(infoRecordName(fileId, streamId).c_str()))
         set->removeFile(infoFile);
     auto file = openDriveFile(*set, fileId);
-    MetaBlock meta(*file);
+    MetaBlock meta(file->readMetadata());
     const auto stored = findRecord(meta.list, fileId, streamId);
     if (stored != meta.list.end()) {
         meta.list.erase(stored);
@@ -129,7 +127,7 @@ void Catalogue::edit(uint32_t fileId, uint32_t streamId,
                      const std::function<void(FileRecord &)> &change)
 {
     const auto handle = openFiles_.acquireDriveFile(fileId);
-    MetaBlock meta(*handle->file);
+    MetaBlock meta(handle->file->readMetadata());
     const auto stored = findRecord(meta.list, fileId, streamId);
     if (stored == meta.list.end())
         throw std::runtime_error("File not found.");

@@ -2,9 +2,6 @@
 
 #include "hardware/binding/handles.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace tavu {
 
 namespace {
@@ -21,11 +18,11 @@ const DeviceType &typeOf(Quillon::Device &device)
 {
     const uint32_t number =
         requireHandle(device.hardwareInfo(0), "Device::hardwareInfo")->deviceType;
-    const auto type = std::find_if(std::begin(kDeviceTypes), std::end(kDeviceTypes),
-                                   [number](const DeviceType &range) {
-                                       return range.first <= number && number <= range.last;
-                                   });
-    return type == std::end(kDeviceTypes) ? kUnknown : *type;
+    for (const DeviceType &type : kDeviceTypes) {
+        if (type.first <= number && number <= type.last)
+            return type;
+    }
+    return kUnknown;
 }
 
 } // namespace tavu

@@ -9,16 +9,12 @@ namespace tavu {
 
 namespace {
 
+constexpr const char *kPairSuffix = ".pair";
 constexpr uint64_t kMiB = 1 << 20;
 constexpr uint64_t kPairFileSize = 32 * kMiB;
 constexpr uint64_t kPairFileStep = 8 * kMiB;
 /// Room for what a record has beside its block.
 constexpr uint64_t kEnvelopeSize = 1024;
-
-std::string pairFile(const PortConfig &port)
-{
-    return port.name + ".pair";
-}
 
 uint64_t stripesFor(uint64_t bytes, uint64_t stripe)
 {
@@ -33,7 +29,7 @@ void writeBlock(const LibraryAccess &library, const std::string &name, const Dri
     stream.flush();
 }
 
-// A name that isn't there is file 0 to the library, which says to that what it likes.
+// For a name that isn't there findFile() yields 0; what openFile() does with that is its matter.
 boost::shared_ptr<Quillon::DriveFile> openNamedFile(const LibraryAccess &library,
                                                     const std::string &name)
 {
@@ -76,13 +72,13 @@ ensureDriveFile(const LibraryAccess &library, const std::string &name, const Dri
 
 void writePairRecord(const LibraryAccess &library, const PortConfig &port)
 {
-    writeBlock(library, pairFile(port),
+    writeBlock(library, port.name + kPairSuffix,
                {kPairFileSize, port.info.size() + kEnvelopeSize, kPairFileStep}, port.info);
 }
 
 void readPairRecord(const LibraryAccess &library, PortConfig &port)
 {
-    readBlock(library, pairFile(port), port.info);
+    readBlock(library, port.name + kPairSuffix, port.info);
 }
 
 void writeInfoRecord(const LibraryAccess &library, uint32_t fileId, uint32_t streamId,

@@ -1,9 +1,6 @@
 #include "hardware/library_access.h"
 
 #include "hardware/binding/handles.h"
-#include "registry/recorder_library.h"
-
-#include <utility>
 
 namespace tavu {
 
@@ -13,11 +10,6 @@ constexpr uint32_t kConnectedState = 0;
 constexpr uint32_t kVirtualKind = 1;
 
 } // namespace
-
-LibraryAccess::LibraryAccess(boost::shared_ptr<Quillon::DeviceCollection> collection)
-    : collection_(std::move(collection)), deviceIndex_(RecorderDevice::kNoIndex)
-{
-}
 
 boost::shared_ptr<Quillon::Device> LibraryAccess::device() const
 {

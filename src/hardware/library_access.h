@@ -1,10 +1,12 @@
 #pragma once
 
 #include "hardware/library/instance.h"
+#include "registry/recorder_library.h"
 
 #include <atomic>
 #include <cstdint>
 #include <stdexcept>
+#include <utility>
 
 namespace tavu {
 
@@ -19,7 +21,10 @@ struct NoDriveSet : std::runtime_error
 class LibraryAccess
 {
 public:
-    explicit LibraryAccess(boost::shared_ptr<Quillon::DeviceCollection> collection);
+    explicit LibraryAccess(boost::shared_ptr<Quillon::DeviceCollection> collection)
+        : collection_(std::move(collection))
+    {
+    }
 
     /// The index in the collection; needs no lock.
     uint32_t index() const { return deviceIndex_; }
@@ -34,7 +39,7 @@ public:
 
 private:
     const boost::shared_ptr<Quillon::DeviceCollection> collection_;
-    std::atomic<uint32_t> deviceIndex_;
+    std::atomic<uint32_t> deviceIndex_{RecorderDevice::kNoIndex};
 };
 
 /// Raises \a text on a virtual device.

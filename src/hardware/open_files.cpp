@@ -8,11 +8,6 @@
 
 namespace tavu {
 
-DriveFileHandle::DriveFileHandle(boost::shared_ptr<Quillon::DriveFile> opened)
-    : file(std::move(opened))
-{
-}
-
 DriveFileHandle::~DriveFileHandle()
 {
     std::lock_guard guard(mutex);

@@ -6,21 +6,24 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavu {
 
-/// A drive file that is held open, shared by all who use it.
+/// A drive file that is held open.
 struct DriveFileHandle
 {
-    explicit DriveFileHandle(boost::shared_ptr<Quillon::DriveFile> opened);
+    explicit DriveFileHandle(boost::shared_ptr<Quillon::DriveFile> opened) : file(std::move(opened))
+    {
+    }
     ~DriveFileHandle();
 
     boost::shared_ptr<Quillon::DriveFile> file;
     std::mutex mutex; ///< orders metadata reads and the release of the file
 };
 
-/// An open stream of a drive file, with its reader; shared by all slots that play it.
+/// An open stream of a drive file, with its reader.
 struct OpenStreamHandle
 {
     OpenStreamHandle(std::shared_ptr<DriveFileHandle> file, uint32_t streamId);
@@ -46,22 +49,20 @@ struct OpenFileSlot
     uint32_t imageSize = 0; ///< bytes of one frame
 };
 
-/// The recordings that clients play, with the drive files and streams open for that: at most one
-/// handle for each, found through the slots that hold it. Wants the device's mutex.
+/// The recordings that clients play. Files and streams are opened once and shared; a handle is
+/// found through the slots that hold it. A number that no open recording has raises "Invalid file
+/// id.". Wants the device's mutex.
 class OpenFiles
 {
 public:
     explicit OpenFiles(const LibraryAccess &library) : library_(library) {}
 
-    /// Whether the file and the stream exist is for the library to say. Raises "Failed to create
-    /// shared memory mapping".
+    /// Doesn't look into the catalogue. Raises "Failed to create shared memory mapping".
     void open(uint32_t &openFileId, std::string &mapping, uint32_t fileId, uint32_t streamId);
-    /// Raises "Invalid file id.".
     const OpenFileSlot &slot(uint32_t openFileId) const;
-    /// Raises as slot() does.
     void close(uint32_t openFileId);
-    /// Copies a frame to the slot's region. Raises as slot() does, and "Failed to read file." or
-    /// "Buffer size doesn't match expected size.".
+    /// Copies a frame to the region. Raises "Failed to read file." or "Buffer size doesn't match
+    /// expected size.".
     void readFrame(uint32_t openFileId, uint64_t frame);
 
     bool isOpen(uint32_t fileId, uint32_t streamId) const;

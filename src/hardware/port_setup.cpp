@@ -83,21 +83,6 @@ void PortSetup::pair(uint8_t port, const std::string &identity, ByteBlock info,
     PortState &state = ports_.at(port);
     ensureConfigRead();
     state.config.pairedTo = identity;
-    setPairing(state, std::move(info), numFramesPerPacket);
-}
-
-void PortSetup::repair(uint8_t port, const std::string &identity, ByteBlock info,
-                       uint16_t numFramesPerPacket)
-{
-    PortState &state = ports_.at(port);
-    ensureConfigRead();
-    if (state.config.pairedTo != identity)
-        throw std::runtime_error("Not paired to this camera.");
-    setPairing(state, std::move(info), numFramesPerPacket);
-}
-
-void PortSetup::setPairing(PortState &state, ByteBlock info, uint16_t numFramesPerPacket)
-{
     state.config.info = std::move(info);
     state.config.framesPerPacket = numFramesPerPacket;
     writeConfigRecord();
@@ -105,13 +90,14 @@ void PortSetup::setPairing(PortState &state, ByteBlock info, uint16_t numFramesP
         writePairRecord(library_, state.config);
 }
 
-// The pairing's own file stays; the next large block reuses it.
-void PortSetup::unpair(uint8_t port)
+void PortSetup::repair(uint8_t port, const std::string &identity, ByteBlock info,
+                       uint16_t numFramesPerPacket)
 {
-    PortState &state = ports_.at(port);
+    const PortState &state = ports_.at(port);
     ensureConfigRead();
-    state.config.pairedTo.clear();
-    setPairing(state, ByteBlock(), 0);
+    if (state.config.pairedTo != identity)
+        throw std::runtime_error("Not paired to this camera.");
+    pair(port, identity, std::move(info), numFramesPerPacket);
 }
 
 const ByteBlock &PortSetup::identity(uint8_t port)
@@ -160,12 +146,12 @@ void PortSetup::readConfigRecord()
         readPortConfigs(stream,
                         [&found](PortConfig &config) { found.push_back(std::move(config)); });
     } catch (const std::runtime_error &) {
-        // The bytes could be read and are no record: there is nothing more to be had from them.
+        // The file could be read, but holds no valid record: reading it again yields no more.
         configState_ = ConfigState::Read;
         adoptConfig(found);
         throw;
     } catch (...) {
-        // A request that fails by this changes nothing; a connection takes what it can get.
+        // The library failed. A request then changes nothing; a connection uses what it has got.
         if (configState_ == ConfigState::Unreadable)
             adoptConfig(found);
         throw;
@@ -189,13 +175,13 @@ void PortSetup::adoptConfig(std::vector<PortConfig> &found)
     }
 }
 
-// A drive file that can't be read keeps the connection from getting to the configuration. What
-// other ports have stored there must outlive the next writing all the same.
+// A connection that failed in the catalogue hasn't read the configuration. To write it without
+// reading it would lose what is stored there for other ports.
 void PortSetup::ensureConfigRead()
 {
     if (configState_ == ConfigState::Read)
         return;
-    // One that can't be read for the second time is given up: no port could be set up any more.
+    // After a second failure the file is given up: else no port could be set up any more.
     const bool lastTry = configState_ == ConfigState::Unreadable;
     try {
         readConfigRecord();

@@ -8,14 +8,13 @@
 
 namespace tavu {
 
-/// Configuration and pairing of a device's ports: in their states, on the drive set, and in what
-/// the recorder is told. Wants the device's mutex.
+/// Configuration and pairing of a device's ports, in memory, on the drives and in the recorder.
+/// Wants the device's mutex.
 class PortSetup
 {
 public:
     PortSetup(const LibraryAccess &library, PortTable &ports) : library_(library), ports_(ports) {}
 
-    /// A connection begins: what the drives store hasn't been read yet.
     void beginConnection() { configState_ = ConfigState::Unread; }
     /// There is no drive set, and so nothing that could be read.
     void noteNothingStored() { configState_ = ConfigState::Read; }
@@ -27,35 +26,32 @@ public:
     /// Raises "Not paired to this camera.".
     void repair(uint8_t port, const std::string &identity, ByteBlock info,
                 uint16_t numFramesPerPacket);
-    void unpair(uint8_t port);
+    /// The pairing's own file stays on the drives; the next large block reuses it.
+    void unpair(uint8_t port) { pair(port, std::string(), ByteBlock(), 0); }
     /// The pairing's block, which may have to be read from the drives.
     const ByteBlock &identity(uint8_t port);
     void setFormat(uint8_t port, const PortFormat &format);
 
-    /// Puts a new drive set in the place of all there are. Configuration and pairing of the ports
-    /// stay in memory.
+    /// Replaces all drive sets by a new one. Configuration and pairing stay in memory.
     void wipeDrives();
 
 private:
     /// Whether the ports have what the stored configuration says.
     enum class ConfigState
     {
-        Unread,     ///< in this connection it wasn't looked for
+        Unread,     ///< not looked for in this connection
         Unreadable, ///< the library failed in reading it
-        Read,       ///< it was read, or there is none, or what is there is none
+        Read,       ///< nothing more can be had from the drives
     };
 
-    /// Describes a port to the recorder and ties it to the drive set, which is made if there is
-    /// none.
+    /// Describes a port to the recorder and ties it to the drive set; makes one if there is none.
     void configurePort(uint64_t port, PortFormat format);
-    void setPairing(PortState &state, ByteBlock info, uint16_t numFramesPerPacket);
     void writeConfigRecord();
     /// Raises "no config file." when there is none.
     void readConfigRecord();
-    /// To be called before ports are changed whose configuration will then be written, or the
-    /// drives wiped. Raises what the library raises, and has changed nothing then.
+    /// To be called before a configuration is changed and written, or the drives are wiped. Raises
+    /// what the library raises; nothing has changed then.
     void ensureConfigRead();
-    /// Gives the ports what was found under their names.
     void adoptConfig(std::vector<PortConfig> &found);
 
     const LibraryAccess &library_;

@@ -1,10 +1,13 @@
 #pragma once
 
-#include "hardware/library/device.h"
+#include "hardware/binding/handles.h"
+#include "hardware/library_access.h"
 #include "hardware/live_view.h"
 #include "platform/turn_lock.h"
 #include "records/config_record.h"
 
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace tavu {
@@ -13,10 +16,8 @@ namespace tavu {
 /// own lock has been handed over to.
 struct PortState
 {
-    PortConfig config; ///< the block is also empty while it only lies in its file
-    /// The geometry was found on the drives after the connection, and the recorder wasn't told of
-    /// it.
-    bool untold = false;
+    PortConfig config;   ///< the block is also empty while it only lies in its file
+    bool untold = false; ///< the format was read after the connection; the recorder hasn't got it
 
     /// The camera's serial channel; empty when closed. Only cleared with portLock held as well.
     boost::shared_ptr<Quillon::SerialPort> serialPort;
@@ -35,12 +36,22 @@ struct PortState
 class PortTable
 {
 public:
-    /// Asks the recorder for its ports. The table is built whole or not at all: a port without its
-    /// name would lose what is stored under that name.
-    void build(Quillon::Device &recorder);
+    /// Built whole or not at all: a port without its name would lose what is stored under it.
+    void build(Quillon::Device &recorder)
+    {
+        std::vector<PortState> ports(recorder.portCount());
+        for (uint64_t i = 0; i < ports.size(); ++i)
+            ports[i].config.name = textOf(libraryPort(recorder, i)->name());
+        ports_ = std::move(ports);
+    }
 
     /// Raises "Invalid port index.".
-    PortState &at(uint64_t port);
+    PortState &at(uint64_t port)
+    {
+        if (port >= ports_.size())
+            throw std::runtime_error("Invalid port index.");
+        return ports_[port];
+    }
     PortState &operator[](uint64_t port) { return ports_[port]; }
     uint64_t size() const { return ports_.size(); }
     auto begin() { return ports_.begin(); }

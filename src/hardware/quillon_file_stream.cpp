@@ -5,7 +5,6 @@
 #include "hardware/binding/handles.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 namespace tavu {
@@ -21,19 +20,12 @@ QuillonFileStream::QuillonFileStream(boost::shared_ptr<Quillon::DriveFile> file,
     buffer_ = createBuffer(blockBytes_);
 }
 
-uint64_t QuillonFileStream::requireBlocks(uint64_t blockBytes)
-{
-    if (blockBytes == 0)
-        throw std::runtime_error("The drive set has no blocks.");
-    return blockBytes;
-}
-
 QuillonFileStream::~QuillonFileStream()
 {
     try {
         flush();
     } catch (...) {
-        // A writer calls flush() itself; only one that failed before leaves this to do.
+        // Writers call flush() themselves. Only after a failure, told already, is there more to do.
     }
 }
 

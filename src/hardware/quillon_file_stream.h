@@ -4,6 +4,7 @@
 #include "hardware/library/storage.h"
 
 #include <cstdint>
+#include <stdexcept>
 
 namespace tavu {
 
@@ -13,8 +14,13 @@ namespace tavu {
 class QuillonFileStream final : public Stream
 {
 public:
-    /// Passes on the size of a drive set's blocks. Raises std::runtime_error when that is 0.
-    static uint64_t requireBlocks(uint64_t blockBytes);
+    /// Passes on the size of a drive set's blocks; raises std::runtime_error when it is 0.
+    static uint64_t requireBlocks(uint64_t blockBytes)
+    {
+        if (blockBytes == 0)
+            throw std::runtime_error("The drive set has no blocks.");
+        return blockBytes;
+    }
 
     /// Raises as requireBlocks() does.
     QuillonFileStream(boost::shared_ptr<Quillon::DriveFile> file, bool forWriting);

@@ -71,22 +71,16 @@ void RecordTrigger::programStart(const RecordProgram &program)
 
 void RecordTrigger::programStop(const RecordProgram &program)
 {
-    switch (program.type) {
-    case kStopByCount:
+    if (program.type == kStopByCount) {
         setFlag("Stop Time Enable", false);
         setFlag("Stop Frame Count Enable", true);
         set("Stop Frame Count Value", ParameterValue::uint32(static_cast<uint32_t>(program.count)));
-        break;
-    case kStopByTime:
-        setFlag("Stop Frame Count Enable", false);
-        setFlag("Stop Time Enable", true);
-        setNumber("Stop Time Value", program.count);
-        break;
-    default:
-        setFlag("Stop Frame Count Enable", false);
-        setFlag("Stop Time Enable", false);
-        break;
+        return;
     }
+    setFlag("Stop Frame Count Enable", false);
+    setFlag("Stop Time Enable", program.type == kStopByTime);
+    if (program.type == kStopByTime)
+        setNumber("Stop Time Value", program.count);
 }
 
 // Lets the external input act as one of the two inputs of the record control, or not.

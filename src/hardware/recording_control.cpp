@@ -16,17 +16,13 @@ namespace tavu {
 namespace {
 
 constexpr const char *kVirtualText = "Virtual devices cannot record.";
-/// Not the text of the other operations: that has no capital letter. Clients see both, each in its
-/// place.
+/// Other operations have this text without the capital letter. Clients see both.
 constexpr const char *kNoDriveSetText = "No drive set.";
 
 constexpr uint32_t kFillingPretrigger = 2;
 
-/// Only so many ports can be addressed.
-constexpr uint64_t kMaskBits = 32;
-
-/// What a frame takes on the drives beside its pixels, in bytes.
-constexpr uint32_t kFrameOverhead = 384;
+constexpr uint64_t kMaskBits = 32;       ///< ports beyond can't take part
+constexpr uint32_t kFrameOverhead = 384; ///< bytes on the drives beside the pixels
 
 bool selects(uint32_t portMask, uint64_t port)
 {
@@ -44,8 +40,8 @@ boost::shared_ptr<Quillon::Record::Status> recordStatus(Quillon::Device &recorde
     return requireHandle(record.status(libraryPort(recorder, port)), "Record::status");
 }
 
-/// The low 8 bits of the quotient in percent, cut towards zero. Not clamped: an estimate can be
-/// above 100. A quotient that no 64-bit integer holds, or that is none at all, counts as 0.
+/// The low 8 bits of the percentage: an estimate can be above 100. What no 64-bit integer holds
+/// counts as 0.
 uint8_t percent(uint64_t used, uint64_t total)
 {
     constexpr double kLimit = 9223372036854775808.0;
@@ -57,9 +53,7 @@ uint8_t percent(uint64_t used, uint64_t total)
 
 void RecordingControl::start(uint32_t portMask, const RecordProgram &program)
 {
-    const uint64_t allPorts =
-        ports_.size() < kMaskBits ? (uint64_t(1) << ports_.size()) - 1 : ~uint64_t(0);
-    if ((portMask & ~allPorts) != 0)
+    if (ports_.size() < kMaskBits && portMask >> ports_.size() != 0)
         throw std::runtime_error("Invalid port mask.");
     const auto recorder = library_.device();
     refuseVirtual(*recorder, kVirtualText);
@@ -75,26 +69,23 @@ void RecordingControl::start(uint32_t portMask, const RecordProgram &program)
     usedBytesAtStart_ = capacity->usedBytes();
     totalBytesAtStart_ = capacity->totalBytes();
 
-    const std::vector<bool> wasGrabbing = preparePorts(*recorder, *record, portMask);
+    const std::vector<uint64_t> grabbing = preparePorts(*recorder, *record, portMask);
     RecordTrigger trigger(*recorder);
     trigger.program(program);
     recordingActive_ = true;
     record->start(0);
 
-    for (uint64_t i = 0; i < ports_.size(); ++i) {
-        if (wasGrabbing[i]) {
-            libraryPort(*recorder, i)->interruptGrab();
-            ports_[i].live.needRestart();
-        }
+    for (const uint64_t i : grabbing) {
+        libraryPort(*recorder, i)->interruptGrab();
+        ports_[i].live.needRestart();
     }
     recordStartTime_ = utcTimestamp();
 }
 
-/// Returns which of the ports were grabbing.
-std::vector<bool> RecordingControl::preparePorts(Quillon::Device &recorder, Quillon::Record &record,
-                                                 uint32_t portMask)
+std::vector<uint64_t> RecordingControl::preparePorts(Quillon::Device &recorder,
+                                                     Quillon::Record &record, uint32_t portMask)
 {
-    std::vector<bool> wasGrabbing(ports_.size());
+    std::vector<uint64_t> grabbing;
     const uint64_t timestamp = Common::TimestampHelper::universalTime();
     for (uint64_t i = 0; i < ports_.size(); ++i) {
         if (!selects(portMask, i))
@@ -102,32 +93,32 @@ std::vector<bool> RecordingControl::preparePorts(Quillon::Device &recorder, Quil
         PortState &state = ports_[i];
         const PortFormat &format = state.config.format;
         const auto port = libraryPort(recorder, i);
-        wasGrabbing[i] = port->isGrabbing();
+        if (port->isGrabbing())
+            grabbing.push_back(i);
         state.frameBytes = uint32_t(format.width) * format.height * 2 + kFrameOverhead;
         state.recording = true;
         state.streamId = record.addPort(port, timestamp, static_cast<uint32_t>(i + 1), std::nullopt,
                                         Quillon::String());
         state.numFrames = 0;
     }
-    return wasGrabbing;
+    return grabbing;
 }
 
-// The frames are on the drives already; what is added is their description. A stop after one that
-// failed goes on with the ports that are still recording.
+// Describes the frames, which are on the drives already. A stop after one that failed goes on with
+// the ports that are still recording.
 void RecordingControl::stop()
 {
     const auto recorder = library_.device();
     refuseVirtual(*recorder, kVirtualText);
     const auto record = libraryRecord(*recorder);
     const auto sets = driveSets(*recorder);
-    // Here it is for the library to say what an empty list means.
+    // An empty list isn't looked for: the library raises for its first element.
     const auto set = openDriveSet(*sets, sets->ids()[0]);
 
-    std::vector<bool> stillGrabbing(ports_.size());
     bool allFit = true;
-    for (const FileGroup &group : stopPorts(*recorder, *record, stillGrabbing)) {
+    for (const FileGroup &group : stopPorts(*recorder, *record)) {
         // A port without a file stays marked as recording, until the next start.
-        if (group.fileId != 0 && !finishFile(*set, group, stillGrabbing))
+        if (group.fileId != 0 && !finishFile(*set, group))
             allFit = false;
     }
     recordingActive_ = false;
@@ -136,9 +127,8 @@ void RecordingControl::stop()
 }
 
 // Groups stand in the order in which their file was first seen.
-std::vector<RecordingControl::FileGroup>
-RecordingControl::stopPorts(Quillon::Device &recorder, Quillon::Record &record,
-                            std::vector<bool> &stillGrabbing)
+std::vector<RecordingControl::FileGroup> RecordingControl::stopPorts(Quillon::Device &recorder,
+                                                                     Quillon::Record &record)
 {
     std::vector<FileGroup> groups;
     for (uint64_t i = 0; i < ports_.size(); ++i) {
@@ -146,25 +136,23 @@ RecordingControl::stopPorts(Quillon::Device &recorder, Quillon::Record &record,
         if (!state.recording)
             continue;
         const auto port = libraryPort(recorder, i);
-        stillGrabbing[i] = port->isGrabbing();
+        const bool stillGrabbing = port->isGrabbing();
         state.fileId = record.stopPort(port, 0);
         auto group = std::find_if(groups.begin(), groups.end(), [&](const FileGroup &known) {
             return known.fileId == state.fileId;
         });
         if (group == groups.end())
-            group = groups.insert(groups.end(), FileGroup{{}, state.fileId});
-        group->ports.push_back(static_cast<uint8_t>(i));
+            group = groups.insert(groups.end(), FileGroup{state.fileId, {}});
+        group->ports.push_back({state, stillGrabbing});
     }
     return groups;
 }
 
-bool RecordingControl::finishFile(Quillon::DriveSet &set, const FileGroup &group,
-                                  const std::vector<bool> &stillGrabbing)
+bool RecordingControl::finishFile(Quillon::DriveSet &set, const FileGroup &group)
 {
     const auto file = openDriveFile(set, group.fileId);
     std::vector<FileRecord> list;
-    for (const uint8_t i : group.ports) {
-        PortState &state = ports_[i];
+    for (const auto &[state, stillGrabbing] : group.ports) {
         const auto stream =
             requireHandle(file->streamById(state.streamId), "DriveFile::streamById");
         const auto frames = allFrames(*stream);
@@ -176,7 +164,7 @@ bool RecordingControl::finishFile(Quillon::DriveSet &set, const FileGroup &group
             catalogue_.add(entry);
             list.push_back(std::move(entry));
         }
-        if (stillGrabbing[i])
+        if (stillGrabbing)
             state.live.needRestart();
         state.recording = false;
         if (state.numFrames != 0 && state.config.info.size() > kInlineBlockLimit)

@@ -9,11 +9,9 @@
 
 namespace tavu {
 
-/// The recording of a device, from its start to the stop that makes catalogued files of it. Wants
-/// the device's mutex.
-///
-/// The order of the steps is the recorder's, and nothing is undone when one fails: the next start
-/// or stop cleans up.
+/// The recording of a device, from its start to the stop that makes catalogued files of it. The
+/// order of the steps is the recorder's, and nothing is undone when one fails: the next start or
+/// stop cleans up. Wants the device's mutex.
 class RecordingControl
 {
 public:
@@ -35,17 +33,22 @@ private:
     /// The ports of one recording that went to one drive file.
     struct FileGroup
     {
-        std::vector<uint8_t> ports;
+        struct StoppedPort
+        {
+            PortState &state;
+            bool stillGrabbing;
+        };
+
         uint32_t fileId;
+        std::vector<StoppedPort> ports;
     };
 
-    std::vector<bool> preparePorts(Quillon::Device &recorder, Quillon::Record &record,
-                                   uint32_t portMask);
-    std::vector<FileGroup> stopPorts(Quillon::Device &recorder, Quillon::Record &record,
-                                     std::vector<bool> &stillGrabbing);
+    /// Returns those of the ports that are grabbing.
+    std::vector<uint64_t> preparePorts(Quillon::Device &recorder, Quillon::Record &record,
+                                       uint32_t portMask);
+    std::vector<FileGroup> stopPorts(Quillon::Device &recorder, Quillon::Record &record);
     /// False when the file's record has no room for its recordings.
-    bool finishFile(Quillon::DriveSet &set, const FileGroup &group,
-                    const std::vector<bool> &stillGrabbing);
+    bool finishFile(Quillon::DriveSet &set, const FileGroup &group);
     uint64_t portProgress(Quillon::Device &recorder, uint64_t port, bool &inPretrigger);
 
     const LibraryAccess &library_;

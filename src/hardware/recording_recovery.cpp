@@ -20,11 +20,6 @@ constexpr uint32_t kCancelled = 4;
 
 } // namespace
 
-bool RecordingRecovery::hasIncompleteFile()
-{
-    return library_.firstDriveSet()->incompleteFileId() != 0;
-}
-
 void RecordingRecovery::discardIncompleteFile()
 {
     const auto set = library_.firstDriveSet();
@@ -77,7 +72,7 @@ void RecordingRecovery::finish()
         MemStream::throwEnd();
 }
 
-// A stream belongs to the port of its name; without one it is passed over.
+// A stream belongs to the ports of its name; without any it is passed over.
 void RecordingRecovery::recoverStream(Quillon::DriveFile &file, uint32_t index,
                                       std::vector<FileRecord> &list)
 {
@@ -94,7 +89,7 @@ void RecordingRecovery::recoverStream(Quillon::DriveFile &file, uint32_t index,
             continue;
         list.push_back(entry);
         catalogue_.add(entry);
-        // By the ids that the port has, not by those of this stream: so it has always been.
+        // The ids are the port's, not this stream's: so the files are named on the drives.
         if (state.config.info.size() > kInlineBlockLimit)
             writeInfoRecord(library_, state.fileId, state.streamId, state.config.info);
     }

@@ -9,8 +9,7 @@
 
 namespace tavu {
 
-/// What becomes of a recording that was cut off: the file that the drive set still has of it is
-/// discarded or repaired. Wants the device's mutex.
+/// Discards or repairs what is left of a recording that was cut off. Wants the device's mutex.
 class RecordingRecovery
 {
 public:
@@ -20,7 +19,7 @@ public:
     }
 
     void forgetStatus() { recoveryStatusValue_ = 0; }
-    bool hasIncompleteFile();
+    bool hasIncompleteFile() { return library_.firstDriveSet()->incompleteFileId() != 0; }
     /// Asks the library even when there is none, and doesn't look at a running job.
     void discardIncompleteFile();
     /// Raises "Recovery already in progress.".

@@ -20,13 +20,6 @@ ByteBlock blockOf(const void *bytes, uint32_t size)
 
 } // namespace
 
-STavuDevice::STavuDevice(boost::shared_ptr<Quillon::DeviceCollection> collection)
-    : library_(std::move(collection))
-{
-}
-
-STavuDevice::~STavuDevice() = default;
-
 void STavuDevice::identify(uint32_t collectionIndex, const std::string &name)
 {
     std::lock_guard guard(lock_);
@@ -40,7 +33,7 @@ void STavuDevice::connect()
     name_ = textOf(library_.device()->name());
     ports_.build(*library_.device());
     finishConnection();
-    // On a recorder without a drive set this raises, when all else has been done.
+    // Raises on a recorder without a drive set, which is connected all the same.
     if (recovery_.hasIncompleteFile())
         printLine(stderr, "HasIncompleteFile\n");
 }
@@ -80,37 +73,6 @@ void STavuDevice::markDisconnected()
     connected_ = false;
 }
 
-// The place in the line is that of the device's mutex. Whoever has to wait waits without it.
-TurnLock::Turn STavuDevice::takeTurn(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock)
-{
-    TurnLock::Turn turn(portLock);
-    if (!turn.hasCome()) {
-        deviceLock.unlock();
-        if (turn.wait())
-            deviceLock.lock();
-    }
-    return turn;
-}
-
-TurnLock::Turn STavuDevice::handOver(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock)
-{
-    TurnLock::Turn turn = takeTurn(deviceLock, portLock);
-    deviceLock.unlock();
-    return turn;
-}
-
-std::string STavuDevice::name()
-{
-    std::lock_guard guard(lock_);
-    return name_;
-}
-
-void STavuDevice::openFile(uint32_t &openFileId, std::string &mapping, uint32_t fileId,
-                           uint32_t streamId)
-{
-    locked(openFiles_)->open(openFileId, mapping, fileId, streamId);
-}
-
 void STavuDevice::fileInfo(uint32_t openFileId, uint16_t &width, uint16_t &height,
                            uint32_t &imageSize, uint64_t &numFrames, uint64_t &size)
 {
@@ -121,26 +83,6 @@ void STavuDevice::fileInfo(uint32_t openFileId, uint16_t &width, uint16_t &heigh
     imageSize = slot.imageSize;
     numFrames = slot.numFrames;
     size = slot.size;
-}
-
-void STavuDevice::readFrame(uint32_t openFileId, uint64_t frame)
-{
-    locked(openFiles_)->readFrame(openFileId, frame);
-}
-
-void STavuDevice::removeFile(uint32_t fileId, uint32_t streamId)
-{
-    locked(catalogue_)->removeFile(fileId, streamId);
-}
-
-void STavuDevice::fileIdentity(uint32_t fileId, uint32_t streamId, ByteBlock &data)
-{
-    locked(catalogue_)->fileIdentity(fileId, streamId, data);
-}
-
-void STavuDevice::renameFile(uint32_t fileId, uint32_t streamId, const std::string &name)
-{
-    locked(catalogue_)->edit(fileId, streamId, [&](FileRecord &record) { record.name = name; });
 }
 
 std::string STavuDevice::setFileInfo(uint32_t fileId, uint32_t streamId, const std::string &name,
@@ -175,22 +117,6 @@ void STavuDevice::repairPort(uint8_t port, const std::string &identity, const vo
     locked(portSetup_)->repair(port, identity, blockOf(info, infoSize), numFramesPerPacket);
 }
 
-void STavuDevice::portIdentity(uint8_t port, ByteBlock &data)
-{
-    std::lock_guard guard(lock_);
-    data = portSetup_.identity(port);
-}
-
-uint16_t STavuDevice::framesPerPacket(uint8_t port)
-{
-    return locked(ports_)->at(port).config.framesPerPacket;
-}
-
-std::string STavuDevice::pairedTo(uint8_t port)
-{
-    return locked(ports_)->at(port).config.pairedTo;
-}
-
 void STavuDevice::getPortConfig(uint8_t port, uint16_t &width, uint16_t &height,
                                 uint32_t &pixelFormat, uint32_t &tapGeometry)
 {
@@ -200,12 +126,6 @@ void STavuDevice::getPortConfig(uint8_t port, uint16_t &width, uint16_t &height,
     height = format.height;
     pixelFormat = format.pixelFormat;
     tapGeometry = format.tapGeometry;
-}
-
-void STavuDevice::setPortConfig(uint8_t port, uint16_t width, uint16_t height, uint32_t pixelFormat,
-                                uint32_t tapGeometry)
-{
-    locked(portSetup_)->setFormat(port, {width, height, pixelFormat, tapGeometry});
 }
 
 void STavuDevice::setup()
@@ -231,11 +151,6 @@ void STavuDevice::recordingFile(uint8_t port, uint32_t &fileId, uint32_t &stream
     const PortState &state = ports_.at(port);
     fileId = state.fileId;
     streamId = state.streamId;
-}
-
-void STavuDevice::recordingProgress(uint8_t port, uint64_t &numFrames, bool &inPretrigger)
-{
-    locked(recording_)->progress(port, numFrames, inPretrigger);
 }
 
 } // namespace tavu

@@ -28,11 +28,10 @@ class STavuDevice final : public RecorderDevice
 {
 public:
     /// Doesn't talk to the library.
-    explicit STavuDevice(boost::shared_ptr<Quillon::DeviceCollection> collection);
-    STavuDevice(const STavuDevice &) = delete;
-    STavuDevice &operator=(const STavuDevice &) = delete;
-    /// Lets go of everything; stops nothing in the recorder.
-    ~STavuDevice() override;
+    explicit STavuDevice(boost::shared_ptr<Quillon::DeviceCollection> collection)
+        : library_(std::move(collection))
+    {
+    }
 
     uint32_t collectionIndex() override { return library_.index(); }
     void identify(uint32_t collectionIndex, const std::string &name) override;
@@ -40,7 +39,7 @@ public:
     void reconnect() override;
     void markDisconnected() override;
 
-    std::string name() override;
+    std::string name() override { return *locked(name_); }
     bool isConnected() override { return locked(library_)->isConnected(); }
 
     bool hasIncompleteFile() override { return locked(recovery_)->hasIncompleteFile(); }
@@ -67,26 +66,47 @@ public:
 
     std::vector<FileRecord> listFiles() override { return locked(catalogue_)->list(); }
     void openFile(uint32_t &openFileId, std::string &mapping, uint32_t fileId,
-                  uint32_t streamId) override;
+                  uint32_t streamId) override
+    {
+        locked(openFiles_)->open(openFileId, mapping, fileId, streamId);
+    }
     void fileInfo(uint32_t openFileId, uint16_t &width, uint16_t &height, uint32_t &imageSize,
                   uint64_t &numFrames, uint64_t &size) override;
     void closeFile(uint32_t openFileId) override { locked(openFiles_)->close(openFileId); }
-    void readFrame(uint32_t openFileId, uint64_t frame) override;
-    void removeFile(uint32_t fileId, uint32_t streamId) override;
-    void fileIdentity(uint32_t fileId, uint32_t streamId, ByteBlock &data) override;
+    void readFrame(uint32_t openFileId, uint64_t frame) override
+    {
+        locked(openFiles_)->readFrame(openFileId, frame);
+    }
+    void removeFile(uint32_t fileId, uint32_t streamId) override
+    {
+        locked(catalogue_)->removeFile(fileId, streamId);
+    }
+    void fileIdentity(uint32_t fileId, uint32_t streamId, ByteBlock &data) override
+    {
+        locked(catalogue_)->fileIdentity(fileId, streamId, data);
+    }
 
     void pairPort(uint8_t port, const std::string &identity, const void *info, uint32_t infoSize,
                   uint16_t numFramesPerPacket) override;
     void repairPort(uint8_t port, const std::string &identity, const void *info, uint32_t infoSize,
                     uint16_t numFramesPerPacket) override;
     void unpairPort(uint8_t port) override { locked(portSetup_)->unpair(port); }
-    void portIdentity(uint8_t port, ByteBlock &data) override;
-    uint16_t framesPerPacket(uint8_t port) override;
-    std::string pairedTo(uint8_t port) override;
+    void portIdentity(uint8_t port, ByteBlock &data) override
+    {
+        data = locked(portSetup_)->identity(port);
+    }
+    uint16_t framesPerPacket(uint8_t port) override
+    {
+        return locked(ports_)->at(port).config.framesPerPacket;
+    }
+    std::string pairedTo(uint8_t port) override { return locked(ports_)->at(port).config.pairedTo; }
     void getPortConfig(uint8_t port, uint16_t &width, uint16_t &height, uint32_t &pixelFormat,
                        uint32_t &tapGeometry) override;
     void setPortConfig(uint8_t port, uint16_t width, uint16_t height, uint32_t pixelFormat,
-                       uint32_t tapGeometry) override;
+                       uint32_t tapGeometry) override
+    {
+        locked(portSetup_)->setFormat(port, {width, height, pixelFormat, tapGeometry});
+    }
     void setup() override;
 
     void startRecording(uint32_t portMask, uint8_t externalTrigger, uint8_t type, uint64_t count,
@@ -96,9 +116,15 @@ public:
     bool isRecordingDone() override { return locked(recording_)->isDone(); }
     /// While a recording runs the file id is still the one before.
     void recordingFile(uint8_t port, uint32_t &fileId, uint32_t &streamId) override;
-    void recordingProgress(uint8_t port, uint64_t &numFrames, bool &inPretrigger) override;
+    void recordingProgress(uint8_t port, uint64_t &numFrames, bool &inPretrigger) override
+    {
+        locked(recording_)->progress(port, numFrames, inPretrigger);
+    }
 
-    void renameFile(uint32_t fileId, uint32_t streamId, const std::string &name) override;
+    void renameFile(uint32_t fileId, uint32_t streamId, const std::string &name) override
+    {
+        locked(catalogue_)->edit(fileId, streamId, [&](FileRecord &record) { record.name = name; });
+    }
     std::string setFileInfo(uint32_t fileId, uint32_t streamId, const std::string &name,
                             uint16_t width, uint16_t height, uint64_t numImages,
                             uint64_t numDroppedFrames, uint64_t startTime, uint64_t endTime,
@@ -119,6 +145,7 @@ private:
         std::lock_guard<std::mutex> guard;
         Part &part;
 
+        Part &operator*() const { return part; }
         Part *operator->() const { return &part; }
     };
     template <typename Part>
@@ -130,19 +157,8 @@ private:
     /// What the first connection and later ones have in common. Wants lock_ held.
     void finishConnection();
 
-    /// Takes a port's lock beside the device's, which is given up while there is a wait. One that
-    /// is passed over comes back without both.
-    static TurnLock::Turn takeTurn(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock);
-    /// Takes a port's lock and gives the device's up.
-    static TurnLock::Turn handOver(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock);
-
-    /// An open serial channel, with the lock of its port held.
-    struct Channel
-    {
-        TurnLock::Turn turn;
-        boost::shared_ptr<Quillon::SerialPort> &serial;
-    };
-    /// Takes the port's lock beside the device's. Raises "Serial port not open.".
+    struct Channel;
+    /// Takes a port's lock beside the device's. Raises "Serial port not open.".
     Channel takeChannel(std::unique_lock<std::mutex> &deviceLock, uint8_t port);
     /// The same, and gives the device's lock up. To be called without it.
     Channel handOverToChannel(uint8_t port);

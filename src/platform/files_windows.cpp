@@ -102,7 +102,7 @@ HANDLE nativeHandle(intptr_t handle)
 
 } // namespace
 
-std::FILE *openFile(const std::string &path, const char *mode)
+std::FILE *openStdFile(const std::string &path, const char *mode)
 {
     const OpenMode open(mode);
     const HANDLE handle = CreateFileW(wideText(path).c_str(), open.access, kShareAll, nullptr,
