@@ -2,7 +2,7 @@
 
 namespace tavu {
 
-/// A step that may fail alone: what it raises ends here.
+/// Does a step whose failure doesn't matter to the rest.
 template <typename Step>
 void attempt(Step step)
 {

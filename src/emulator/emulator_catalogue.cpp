@@ -4,8 +4,6 @@
 #include "records/recording_name.h"
 
 #include <algorithm>
-#include <mutex>
-#include <stdexcept>
 
 namespace tavu {
 
@@ -63,7 +61,7 @@ void TavuDeviceEmulator::fileIdentity(uint32_t fileId, uint32_t, ByteBlock &data
 void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)
 {
     std::lock_guard guard(lock_);
-    // By id alone: a slot whose opening failed still counts.
+    // A slot whose opening failed has the id, too, and counts as open.
     for (const OpenSlot &slot : slots_) {
         if (slot.fileId == fileId)
             throw std::runtime_error("File is open");
@@ -74,7 +72,7 @@ void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)
     FileRecord visible = std::move(*entry.visible);
     const auto storedPlace = catalogue_.erase(entry.stored);
     const auto visiblePlace = visibleFiles_.erase(entry.visible);
-    const std::string frames = folder_.frameFile(kPortName, fileStem(fileId));
+    const std::string frames = folder_.frameFile(kPortName, std::to_string(fileId));
     try {
         writeCatalogue();
     } catch (...) {
@@ -91,7 +89,7 @@ void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)
         return;
     }
     deleteFile(frames);
-    deleteFile(folder_.fileRecord(kPortName, fileStem(fileId)));
+    deleteFile(folder_.fileRecord(kPortName, std::to_string(fileId)));
 }
 
 void TavuDeviceEmulator::renameFile(uint32_t fileId, uint32_t, const std::string &name)
@@ -107,7 +105,7 @@ std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const Fil
     std::lock_guard guard(lock_);
     const FileEntry entry = findFile(fileId);
     FileRecord &record = *entry.visible;
-    // The record's own name counts as taken too.
+    // The name that the recording has now counts as taken, too.
     record.name = unusedRecordingName(visibleFiles_, update.name);
     update.applyTo(record);
     const std::string finalName = record.name;
@@ -126,7 +124,7 @@ void TavuDeviceEmulator::setup()
     }
     // Users go on seeing the recordings until the next start; opening one is refused.
     catalogue_.clear();
-    deleteFile(folder_.catalogue());
+    deleteFile(folder_.catalogue);
 }
 
 } // namespace tavu

@@ -4,22 +4,15 @@
 #include "emulator/frame_ramp.h"
 
 #include <algorithm>
-#include <mutex>
-#include <stdexcept>
 
 namespace tavu {
 
 namespace {
 
-/// False when the region can't be had.
-bool createRegion(SharedRegion &region, uint32_t size)
+void createRegion(SharedRegion &region, uint32_t size)
 {
-    return region.createUnique("orek_tavu", size, false);
-}
-
-[[noreturn]] void throwNoRegion()
-{
-    throw std::runtime_error("Failed to create memory mapping");
+    if (!region.createUnique("orek_tavu", size, false))
+        throw std::runtime_error("Failed to create memory mapping");
 }
 
 void checkLive(const SharedRegion &region)
@@ -40,15 +33,14 @@ void TavuDeviceEmulator::openFile(uint32_t &openFileId, std::string &mapping, ui
     openFileId = static_cast<uint32_t>(free - slots_.begin());
     OpenSlot &slot = free == slots_.end() ? slots_.emplace_back() : *free;
 
-    // Stays in the slot when the rest fails.
+    // The slot keeps these when the rest fails.
     slot.fileId = fileId;
     slot.position = 0;
-    const std::string path = folder_.frameFile(kPortName, fileStem(fileId));
+    const std::string path = folder_.frameFile(kPortName, std::to_string(fileId));
     InputFile file(path);
     if (!file.isOpen() || !isRegularFile(path))
         throw std::runtime_error("Failed to open file");
-    if (!createRegion(slot.region, frameBytes(entry.stored->width, entry.stored->height)))
-        throwNoRegion();
+    createRegion(slot.region, frameBytes(entry.stored->width, entry.stored->height));
     slot.file = std::move(file);
     mapping = slot.region.mappingName();
 }
@@ -100,9 +92,8 @@ std::string TavuDeviceEmulator::startLive(uint8_t port)
     if (liveRegion_.view())
         throw std::runtime_error("Live alrady started");
     liveCounter_ = 0;
-    livePixels_ = framePixels(port_.width, port_.height);
-    if (!createRegion(liveRegion_, livePixels_ * 2))
-        throwNoRegion();
+    livePixels_ = framePixels(port_.format.width, port_.format.height);
+    createRegion(liveRegion_, livePixels_ * 2);
     return liveRegion_.mappingName();
 }
 
@@ -113,8 +104,8 @@ void TavuDeviceEmulator::liveFrame(uint8_t port, uint16_t &width, uint16_t &heig
     checkPort(port);
     checkLive(liveRegion_);
     // The present geometry, though the region and the ramp keep that of the start.
-    width = port_.width;
-    height = port_.height;
+    width = port_.format.width;
+    height = port_.format.height;
     imageSize = frameBytes(width, height);
     const uint64_t room = liveRegion_.viewSize() / sizeof(uint16_t);
     fillRamp(static_cast<uint16_t *>(liveRegion_.view()),

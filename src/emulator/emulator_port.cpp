@@ -2,9 +2,6 @@
 
 #include "emulator/attempt.h"
 
-#include <mutex>
-#include <stdexcept>
-
 namespace tavu {
 
 void TavuDeviceEmulator::checkPort(uint8_t port)
@@ -19,10 +16,10 @@ void TavuDeviceEmulator::getPortConfig(uint8_t port, uint16_t &width, uint16_t &
 {
     std::lock_guard guard(lock_);
     checkPort(port);
-    width = port_.width;
-    height = port_.height;
-    pixelFormat = port_.pixelFormat;
-    tapGeometry = port_.tapGeometry;
+    width = port_.format.width;
+    height = port_.format.height;
+    pixelFormat = port_.format.pixelFormat;
+    tapGeometry = port_.format.tapGeometry;
 }
 
 void TavuDeviceEmulator::setPortConfig(uint8_t port, uint16_t width, uint16_t height,
@@ -31,19 +28,17 @@ void TavuDeviceEmulator::setPortConfig(uint8_t port, uint16_t width, uint16_t he
     std::lock_guard guard(lock_);
     checkPort(port);
     needPortConfig();
-    port_.width = width;
-    port_.height = height;
-    port_.pixelFormat = pixelFormat;
-    port_.tapGeometry = tapGeometry;
+    port_.format = {width, height, pixelFormat, tapGeometry};
     recording_.width = width;
     writePortConfig();
 }
 
-void TavuDeviceEmulator::setPairing(const void *info, uint32_t infoSize,
-                                    uint16_t numFramesPerPacket)
+void TavuDeviceEmulator::setPairing(const std::string &identity, const void *info,
+                                    uint32_t infoSize, uint16_t numFramesPerPacket)
 {
     const auto *bytes = static_cast<const uint8_t *>(info);
-    port_.info.assign(bytes, bytes + infoSize);
+    port_.pairedTo = identity;
+    port_.info = ByteBlock(bytes, bytes + infoSize);
     port_.framesPerPacket = numFramesPerPacket;
     writePortConfig();
 }
@@ -54,8 +49,7 @@ void TavuDeviceEmulator::pairPort(uint8_t port, const std::string &identity, con
     std::lock_guard guard(lock_);
     checkPort(port);
     needPortConfig();
-    port_.pairedTo = identity;
-    setPairing(info, infoSize, numFramesPerPacket);
+    setPairing(identity, info, infoSize, numFramesPerPacket);
 }
 
 void TavuDeviceEmulator::repairPort(uint8_t port, const std::string &identity, const void *info,
@@ -66,7 +60,7 @@ void TavuDeviceEmulator::repairPort(uint8_t port, const std::string &identity, c
     needPortConfig();
     if (identity != port_.pairedTo)
         throw std::runtime_error("Not paried to this camera");
-    setPairing(info, infoSize, numFramesPerPacket);
+    setPairing(identity, info, infoSize, numFramesPerPacket);
 }
 
 void TavuDeviceEmulator::unpairPort(uint8_t port)
@@ -74,10 +68,7 @@ void TavuDeviceEmulator::unpairPort(uint8_t port)
     std::lock_guard guard(lock_);
     checkPort(port);
     needPortConfig();
-    port_.pairedTo.clear();
-    port_.info = ByteBlock();
-    port_.framesPerPacket = 0;
-    writePortConfig();
+    setPairing(std::string(), nullptr, 0, 0);
 }
 
 void TavuDeviceEmulator::portIdentity(uint8_t port, ByteBlock &data)

@@ -7,9 +7,7 @@
 
 #include <algorithm>
 #include <functional>
-#include <mutex>
 #include <optional>
-#include <stdexcept>
 #include <utility>
 
 namespace tavu {
@@ -36,8 +34,8 @@ FileRecord TavuDeviceEmulator::newFileRecord(uint32_t fileId, const std::string 
     record.name = stem;
     record.port = kPortName;
     record.camera = port_.pairedTo;
-    record.width = port_.width;
-    record.height = port_.height;
+    record.width = port_.format.width;
+    record.height = port_.format.height;
     record.timestamp = utcTimestamp();
     return record;
 }
@@ -53,7 +51,7 @@ void TavuDeviceEmulator::startRecording(uint32_t portMask, uint8_t externalTrigg
     if (recordThread_.joinable() || stopPending_)
         throw std::runtime_error("Already recording");
     attempt([this] { needPortConfig(); });
-    if (port_.width == 0 || port_.height == 0 || port_.pairedTo.empty())
+    if (!port_.format.hasGeometry() || port_.pairedTo.empty())
         throw std::runtime_error(kNotReadyText);
     needFolder();
     needFiles();
@@ -61,10 +59,10 @@ void TavuDeviceEmulator::startRecording(uint32_t portMask, uint8_t externalTrigg
 
     const uint32_t fileId = nextFileId();
     RecordingJob job;
-    job.file.reset(tavu::openFile(folder_.incompleteFile(), "wb"));
+    job.file.reset(openStdFile(folder_.incompleteFile, "wb"));
     if (!job.file)
         throw std::runtime_error("Failed to create file");
-    job.pixelsPerFrame = framePixels(port_.width, port_.height);
+    job.pixelsPerFrame = framePixels(port_.format.width, port_.format.height);
     job.type = type;
     job.count = count;
     catalogue_.push_back(newFileRecord(fileId, EmulatorFolder::kIncompleteName));
@@ -73,7 +71,7 @@ void TavuDeviceEmulator::startRecording(uint32_t portMask, uint8_t externalTrigg
         launchWorker(std::move(job));
     } catch (...) {
         catalogue_.pop_back();
-        deleteFile(folder_.incompleteFile());
+        deleteFile(folder_.incompleteFile);
         throw;
     }
     currentFileId_ = fileId;
@@ -87,7 +85,7 @@ void TavuDeviceEmulator::launchWorker(RecordingJob job)
     try {
         recordThread_ = std::thread(recordFrames, std::move(job), std::ref(recording_));
     } catch (...) {
-        // What clients see goes on being that of the last recording.
+        // Clients go on seeing the last recording.
         recording_.stop = stop;
         recording_.done = done;
         recording_.frames = frames;
@@ -105,7 +103,7 @@ void TavuDeviceEmulator::endWorker()
 
 uint64_t TavuDeviceEmulator::keepFrames(const std::string &stem)
 {
-    const std::string path = folder_.incompleteFile();
+    const std::string path = folder_.incompleteFile;
     const std::optional<uint64_t> size = fileSize(path);
     if (size && replaceFile(path, folder_.frameFile(kPortName, stem)))
         return shownFileSize(*size);
@@ -127,7 +125,7 @@ void TavuDeviceEmulator::stopRecording()
                      [this](const FileRecord &record) { return record.fileId == currentFileId_; });
     if (entry == catalogue_.end())
         throw std::runtime_error("Internal error, lost file id");
-    const std::string stem = fileStem(currentFileId_);
+    const std::string stem = std::to_string(currentFileId_);
     stopPending_ = true;
     entry->size = keepFrames(stem);
     stopPending_ = false;
@@ -138,19 +136,14 @@ void TavuDeviceEmulator::stopRecording()
     record.width = entry->width;
     record.height = entry->height;
     record.size = entry->size;
-    // Two sides below 65536 that aren't 0 never multiply to a 0 in the low 32 bits.
+    // Never divides by 0: no two sides from 1 to 65535 multiply to a multiple of 2^31.
     record.numFrames = entry->size / frameBytes(entry->width, entry->height);
     record.info = port_.info;
     visibleFiles_.push_back(record);
     writeFileRecord(stem, record);
-    // Without its record the recording isn't listed by a later start.
+    // Not before: a later start doesn't list a recording without its record.
     entry->numFrames = record.numFrames;
     writeCatalogue();
-}
-
-void TavuDeviceEmulator::softwareTrigger()
-{
-    std::lock_guard guard(lock_);
 }
 
 bool TavuDeviceEmulator::isRecordingDone()

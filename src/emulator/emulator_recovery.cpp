@@ -6,21 +6,19 @@
 #include "records/meta_record.h"
 
 #include <algorithm>
-#include <mutex>
-#include <stdexcept>
 
 namespace tavu {
 
 bool TavuDeviceEmulator::hasIncompleteFile()
 {
     std::lock_guard guard(lock_);
-    return isRegularFile(folder_.incompleteFile());
+    return isRegularFile(folder_.incompleteFile);
 }
 
 void TavuDeviceEmulator::discardIncompleteFile()
 {
     std::lock_guard guard(lock_);
-    deleteFile(folder_.incompleteFile());
+    deleteFile(folder_.incompleteFile);
 }
 
 // This and startRecovery ask hasIncompleteFile with the lock held, and so end in the lock's busy
@@ -43,15 +41,15 @@ void TavuDeviceEmulator::startRecovery()
     if (entry == catalogue_.end())
         return;
     recoveryFileId_ = entry->fileId;
-    const std::string stem = fileStem(recoveryFileId_);
-    replaceFile(folder_.incompleteFile(), folder_.frameFile(kPortName, stem));
+    const std::string stem = std::to_string(recoveryFileId_);
+    replaceFile(folder_.incompleteFile, folder_.frameFile(kPortName, stem));
     entry->name = stem;
 }
 
 void TavuDeviceEmulator::finishRecovery()
 {
     std::lock_guard guard(lock_);
-    const std::string stem = fileStem(recoveryFileId_);
+    const std::string stem = std::to_string(recoveryFileId_);
     FileRecord record = newFileRecord(recoveryFileId_, stem);
     const auto divisor = static_cast<int32_t>(frameBytes(record.width, record.height));
     if (divisor == 0)
@@ -65,13 +63,6 @@ void TavuDeviceEmulator::finishRecovery()
     const FileStream file(folder_.fileRecord(kPortName, stem), "wb");
     unsigned char byte = 0;
     writeMetaList({&record, 1}, &byte, sizeof(byte));
-}
-
-void TavuDeviceEmulator::cancelRecovery() {}
-
-std::string TavuDeviceEmulator::recoveryError()
-{
-    return std::string();
 }
 
 } // namespace tavu

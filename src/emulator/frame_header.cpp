@@ -1,5 +1,8 @@
 #include "emulator/frame_header.h"
 
+#include <cstddef>
+#include <iterator>
+
 namespace tavu {
 
 namespace {
@@ -20,15 +23,15 @@ constexpr FixedField kFixedFields[] = {
 constexpr size_t kTimeWords = 2; ///< offset of four words of 16 bits
 constexpr size_t kFrameNumber = 20;
 
-} // namespace
-
-FrameHeader::FrameHeader()
+void put(FrameHeader &header, size_t offset, size_t size, uint32_t value)
 {
-    for (const FixedField &field : kFixedFields)
-        put(field.offset, field.size, field.value);
+    for (size_t i = 0; i < size; ++i, value >>= 8)
+        header[offset + i] = static_cast<uint8_t>(value);
 }
 
-void FrameHeader::stamp(uint64_t clock, uint32_t frameNumber)
+} // namespace
+
+FrameHeader makeFrameHeader(uint64_t clock, uint32_t frameNumber)
 {
     const auto day = static_cast<uint32_t>(clock / 86400000 % 366);
     const auto hour = static_cast<uint32_t>(clock / 3600000 % 24);
@@ -43,18 +46,13 @@ void FrameHeader::stamp(uint64_t clock, uint32_t frameNumber)
         microseconds >> 16,
         microseconds,
     };
-    size_t offset = kTimeWords;
-    for (const uint32_t word : words) {
-        put(offset, 2, word);
-        offset += 2;
-    }
-    put(kFrameNumber, 4, frameNumber);
-}
-
-void FrameHeader::put(size_t offset, size_t size, uint32_t value)
-{
-    for (size_t i = 0; i < size; ++i, value >>= 8)
-        bytes_[offset + i] = static_cast<uint8_t>(value);
+    FrameHeader header{};
+    for (const FixedField &field : kFixedFields)
+        put(header, field.offset, field.size, field.value);
+    for (size_t i = 0; i < std::size(words); ++i)
+        put(header, kTimeWords + 2 * i, 2, words[i]);
+    put(header, kFrameNumber, 4, frameNumber);
+    return header;
 }
 
 } // namespace tavu

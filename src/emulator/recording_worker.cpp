@@ -17,29 +17,25 @@ constexpr uint64_t kFrameInterval = 33'000'000; ///< nanoseconds
 constexpr uint64_t kFrameClockStep = 33;        ///< milliseconds of the clock in the frames
 constexpr uint64_t kFrameClockStart = 86'400'000;
 
-/// Frames that no camera has are made and written in pieces of this size, so that a geometry alone
-/// can't take all of the machine's memory.
+/// Larger frames are made and written in pieces: a geometry alone mustn't take all memory.
 constexpr uint32_t kMostPixelsAtOnce = 1u << 27;
 
-enum LimitType : uint8_t
-{
-    LimitFrames = 1,
-    LimitTime = 2,
-};
+constexpr uint8_t kLimitFrames = 1;
+constexpr uint8_t kLimitTime = 2;
 
 class FrameWriter
 {
 public:
     FrameWriter(const RecordingJob &job, RecordingState &state) : job_(job), state_(state)
     {
-        // Frames go out as one write each, so that whoever kills us leaves whole frames.
+        // Unbuffered, a frame is one write, so that a killed process leaves whole frames.
         std::setvbuf(job_.file.get(), nullptr, _IONBF, 0);
     }
 
     void run(uint16_t *pixels)
     {
         uint64_t schedule = monotonicNanoseconds();
-        // Wraps for an absurd count, as it does for everybody who sends one.
+        // An absurd count wraps.
         const uint64_t end = schedule + job_.count * 1000;
         for (;;) {
             takeFrame(pixels);
@@ -51,8 +47,8 @@ public:
     }
 
 private:
-    /// Once a write has fallen short, frames are counted only: whatever came behind a partial frame
-    /// would be out of step.
+    /// Once a write has fallen short, frames are only counted: the next ones would begin in the
+    /// wrong place.
     void takeFrame(uint16_t *pixels)
     {
         if (!fellShort_ && writeFrame(pixels))
@@ -62,7 +58,7 @@ private:
         state_.frames.fetch_add(1);
     }
 
-    /// What this gives back is what the recording's records need on a full disk.
+    /// On a full disk the recording's records need the room of the partial frame.
     void cutBack()
     {
         if (!isCut_)
@@ -73,7 +69,7 @@ private:
     /// False when not all of the frame reached the file.
     bool writeFrame(uint16_t *pixels)
     {
-        header_.stamp(clock_, frameNumber_);
+        const FrameHeader header = makeFrameHeader(clock_, frameNumber_);
         clock_ += kFrameClockStep;
         ++frameNumber_;
         for (uint32_t done = 0; done < job_.pixelsPerFrame;) {
@@ -82,7 +78,7 @@ private:
             ramp_ = static_cast<uint16_t>(ramp_ + count);
             const size_t bytes = size_t(count) * 2;
             if (done == 0)
-                placeHeader(pixels, bytes);
+                placeHeader(header, pixels, bytes);
             if (std::fwrite(pixels, 1, bytes, job_.file.get()) != bytes)
                 return false;
             done += count;
@@ -91,27 +87,21 @@ private:
     }
 
     /// Clipped to the port's present row, and to the \a room that there is.
-    void placeHeader(uint16_t *pixels, size_t room)
+    void placeHeader(const FrameHeader &header, uint16_t *pixels, size_t room)
     {
         const size_t rowBytes = size_t(state_.width.load(std::memory_order_relaxed)) * 2;
-        std::memcpy(pixels, header_.bytes().data(), std::min({rowBytes, FrameHeader::kSize, room}));
+        std::memcpy(pixels, header.data(), std::min({rowBytes, header.size(), room}));
     }
 
     bool limitReached(uint64_t schedule, uint64_t end) const
     {
-        switch (job_.type) {
-        case LimitFrames:
+        if (job_.type == kLimitFrames)
             return state_.frames.load() >= job_.count;
-        case LimitTime:
-            return schedule >= end;
-        default:
-            return false;
-        }
+        return job_.type == kLimitTime && schedule >= end;
     }
 
     const RecordingJob &job_;
     RecordingState &state_;
-    FrameHeader header_;
     uint64_t clock_ = kFrameClockStart;
     uint32_t frameNumber_ = 0;
     uint16_t ramp_ = 0;

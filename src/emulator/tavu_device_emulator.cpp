@@ -4,22 +4,9 @@
 #include "records/meta_record.h"
 
 #include <iterator>
-#include <mutex>
-#include <stdexcept>
 #include <utility>
 
 namespace tavu {
-
-namespace {
-
-constexpr const char *kDeviceName = "Emulator";
-
-[[noreturn]] void refuse()
-{
-    throw std::runtime_error("not supported");
-}
-
-} // namespace
 
 TavuDeviceEmulator::TavuDeviceEmulator() : folder_(kDeviceName, kPortName)
 {
@@ -44,7 +31,7 @@ void TavuDeviceEmulator::needFiles()
     if (filesKnown_)
         return;
     RecordBuffer buffer;
-    readRecordFile(folder_.catalogue(), buffer, [this](Stream &stream) {
+    readRecordFile(folder_.catalogue, buffer, [this](Stream &stream) {
         FileList entries;
         readMetaList(entries, stream);
         catalogue_ = std::move(entries);
@@ -72,12 +59,12 @@ void TavuDeviceEmulator::needPortConfig()
     if (portConfigKnown_)
         return;
     RecordBuffer buffer;
-    readRecordFile(folder_.portConfig(), buffer, [this](Stream &stream) {
-        readConfigRecord(stream, [this](PortConfig &found) {
+    readRecordFile(folder_.portConfig, buffer, [this](Stream &stream) {
+        readPortConfigs(stream, [this](PortConfig &found) {
             if (found.name != kPortName)
                 return;
             port_ = std::move(found);
-            recording_.width = port_.width;
+            recording_.width = port_.format.width;
         });
     });
     portConfigKnown_ = true;
@@ -86,8 +73,9 @@ void TavuDeviceEmulator::needPortConfig()
 void TavuDeviceEmulator::writePortConfig()
 {
     needFolder();
-    replaceRecordFile(folder_.portConfig(), [this](Stream &stream) {
-        writeConfigRecord({&port_, 1}, stream);
+    replaceRecordFile(folder_.portConfig, [this](Stream &stream) {
+        const PortConfig *const port = &port_;
+        writePortConfigs({&port, 1}, stream);
     });
 }
 
@@ -100,7 +88,7 @@ void TavuDeviceEmulator::checkCatalogueLength(size_t length)
 void TavuDeviceEmulator::writeCatalogue()
 {
     checkCatalogueLength(catalogue_.size());
-    replaceRecordFile(folder_.catalogue(),
+    replaceRecordFile(folder_.catalogue,
                       [this](Stream &stream) { writeMetaList(catalogue_, stream); });
 }
 
@@ -109,86 +97,6 @@ void TavuDeviceEmulator::writeFileRecord(const std::string &stem, const FileReco
     replaceRecordFile(folder_.fileRecord(record.port, stem), [&record](Stream &stream) {
         writeMetaList({&record, 1}, stream);
     });
-}
-
-std::string TavuDeviceEmulator::name()
-{
-    return kDeviceName;
-}
-
-bool TavuDeviceEmulator::isConnected()
-{
-    return true;
-}
-
-uint8_t TavuDeviceEmulator::portCount()
-{
-    return 1;
-}
-
-std::string TavuDeviceEmulator::portName(uint8_t)
-{
-    return kPortName;
-}
-
-bool TavuDeviceEmulator::isCxp()
-{
-    return false;
-}
-
-uint8_t TavuDeviceEmulator::percentUsed()
-{
-    return 5;
-}
-
-uint8_t TavuDeviceEmulator::hardwareType()
-{
-    return 1;
-}
-
-void TavuDeviceEmulator::serialOpen(uint8_t, uint32_t, uint8_t, uint8_t)
-{
-    refuse();
-}
-
-uint32_t TavuDeviceEmulator::serialGetBaudRate(uint8_t)
-{
-    refuse();
-}
-
-void TavuDeviceEmulator::serialSetBaudRate(uint8_t, uint32_t)
-{
-    refuse();
-}
-
-uint32_t TavuDeviceEmulator::serialRead(uint8_t, void *, uint32_t)
-{
-    refuse();
-}
-
-uint32_t TavuDeviceEmulator::serialWrite(uint8_t, const void *, uint32_t)
-{
-    refuse();
-}
-
-void TavuDeviceEmulator::serialClear(uint8_t)
-{
-    refuse();
-}
-
-void TavuDeviceEmulator::serialClose(uint8_t)
-{
-    refuse();
-}
-
-void TavuDeviceEmulator::registerRead(uint8_t, uint32_t, void *, uint32_t)
-{
-    refuse();
-}
-
-void TavuDeviceEmulator::registerWrite(uint8_t, uint32_t, const void *, uint32_t)
-{
-    refuse();
 }
 
 } // namespace tavu

@@ -9,6 +9,8 @@
 #include "registry/tavu_device.h"
 #include "service/transport/shared_region.h"
 
+#include <mutex>
+#include <stdexcept>
 #include <thread>
 
 namespace tavu {
@@ -18,38 +20,36 @@ namespace tavu {
 class TavuDeviceEmulator final : public ITavuDevice
 {
 public:
-    /// Reads what the folder holds. Whatever is missing or broken there is passed over; what can't
-    /// be read is read again before it is written anew.
+    /// Reads what the folder holds. What is missing or broken is passed over; what can't be read is
+    /// tried again before it is overwritten.
     TavuDeviceEmulator();
-    TavuDeviceEmulator(const TavuDeviceEmulator &) = delete;
-    TavuDeviceEmulator &operator=(const TavuDeviceEmulator &) = delete;
     /// Cuts a running recording off after a whole frame and leaves it as the incomplete file.
     ~TavuDeviceEmulator() override;
 
-    std::string name() override;
-    bool isConnected() override;
+    std::string name() override { return kDeviceName; }
+    bool isConnected() override { return true; }
 
     bool hasIncompleteFile() override;
     void discardIncompleteFile() override;
     void startRecovery() override;
     void finishRecovery() override;
-    void cancelRecovery() override;
+    void cancelRecovery() override {}
     uint32_t recoveryStatus() override;
-    std::string recoveryError() override;
+    std::string recoveryError() override { return {}; }
 
-    void serialOpen(uint8_t port, uint32_t baudRate, uint8_t parity, uint8_t stopBits) override;
-    uint32_t serialGetBaudRate(uint8_t port) override;
-    void serialSetBaudRate(uint8_t port, uint32_t baudRate) override;
-    uint32_t serialRead(uint8_t port, void *buffer, uint32_t size) override;
-    uint32_t serialWrite(uint8_t port, const void *buffer, uint32_t size) override;
-    void serialClear(uint8_t port) override;
-    void serialClose(uint8_t port) override;
-    void registerRead(uint8_t port, uint32_t addr, void *buffer, uint32_t size) override;
-    void registerWrite(uint8_t port, uint32_t addr, const void *buffer, uint32_t size) override;
+    void serialOpen(uint8_t, uint32_t, uint8_t, uint8_t) override { refuse(); }
+    uint32_t serialGetBaudRate(uint8_t) override { refuse(); }
+    void serialSetBaudRate(uint8_t, uint32_t) override { refuse(); }
+    uint32_t serialRead(uint8_t, void *, uint32_t) override { refuse(); }
+    uint32_t serialWrite(uint8_t, const void *, uint32_t) override { refuse(); }
+    void serialClear(uint8_t) override { refuse(); }
+    void serialClose(uint8_t) override { refuse(); }
+    void registerRead(uint8_t, uint32_t, void *, uint32_t) override { refuse(); }
+    void registerWrite(uint8_t, uint32_t, const void *, uint32_t) override { refuse(); }
 
-    uint8_t portCount() override;
-    std::string portName(uint8_t port) override;
-    bool isCxp() override;
+    uint8_t portCount() override { return 1; }
+    std::string portName(uint8_t) override { return kPortName; }
+    bool isCxp() override { return false; }
 
     std::vector<FileRecord> listFiles() override;
     void openFile(uint32_t &openFileId, std::string &mapping, uint32_t fileId,
@@ -82,7 +82,7 @@ public:
     /// Raises "Failed to rename file: <path>" when the frames can't get their final name; a further
     /// stop tries that again.
     void stopRecording() override;
-    void softwareTrigger() override;
+    void softwareTrigger() override { const std::lock_guard guard(lock_); }
     bool isRecordingDone() override;
     void recordingFile(uint8_t port, uint32_t &fileId, uint32_t &streamId) override;
     void recordingProgress(uint8_t port, uint64_t &numFrames, bool &inPretrigger) override;
@@ -90,8 +90,8 @@ public:
     void renameFile(uint32_t fileId, uint32_t streamId, const std::string &name) override;
     std::string setFileInfo(uint32_t fileId, uint32_t streamId, const FileUpdate &update) override;
 
-    uint8_t percentUsed() override;
-    uint8_t hardwareType() override;
+    uint8_t percentUsed() override { return 5; }
+    uint8_t hardwareType() override { return 1; }
 
     std::string startLive(uint8_t port) override;
     void stopLive(uint8_t port) override;
@@ -101,6 +101,7 @@ private:
     using FileList = std::vector<FileRecord>;
 
     static constexpr uint32_t kNoFileId = 0xFFFFFFFFu;
+    static constexpr const char *kDeviceName = "Emulator";
     static constexpr const char *kPortName = "Emu";
     static constexpr const char *kNotReadyText = "Not paired/configured.";
 
@@ -121,8 +122,10 @@ private:
         FileList::iterator visible; ///< in the list that users see
     };
 
-    // The construction's steps, which operations take again where they failed. needFiles and
-    // needPortConfig raise "Failed to open file: <path>"; what they read mustn't be written then.
+    [[noreturn]] static void refuse() { throw std::runtime_error("not supported"); }
+
+    // Steps of the construction; operations repeat those that failed. needFiles and needPortConfig
+    // raise "Failed to open file: <path>"; what they read mustn't be written then.
     void needFolder();
     void needFiles();
     void needPortConfig();
@@ -131,10 +134,10 @@ private:
     void writeCatalogue();
     void writePortConfig();
     void writeFileRecord(const std::string &stem, const FileRecord &record);
-    void setPairing(const void *info, uint32_t infoSize, uint16_t numFramesPerPacket);
+    void setPairing(const std::string &identity, const void *info, uint32_t infoSize,
+                    uint16_t numFramesPerPacket);
 
-    /// Raises "Invalid port" for a port that isn't there; makes up for its configuration if need
-    /// be.
+    /// Raises "Invalid port". Reads the port's configuration if that has failed so far.
     void checkPort(uint8_t port);
     /// Raises "Too many recordings." for a catalogue that couldn't be read back.
     static void checkCatalogueLength(size_t length);
@@ -147,8 +150,7 @@ private:
     FileRecord newFileRecord(uint32_t fileId, const std::string &stem);
     void launchWorker(RecordingJob job);
     void endWorker();
-    /// Gives the frames just recorded their final name and returns their size in bytes; 0 when they
-    /// were discarded.
+    /// Gives the recorded frames their final name; returns their bytes, 0 if they were discarded.
     uint64_t keepFrames(const std::string &stem);
 
     const EmulatorFolder folder_;

@@ -7,7 +7,7 @@
 
 namespace tavu {
 
-FileStream::FileStream(const std::string &path, const char *mode) : file_(openFile(path, mode))
+FileStream::FileStream(const std::string &path, const char *mode) : file_(openStdFile(path, mode))
 {
     if (!file_)
         throw std::runtime_error("Failed to open file: " + path);

@@ -4,6 +4,7 @@
 
 #include <span>
 #include <string>
+#include <variant>
 
 namespace tavu {
 
@@ -17,45 +18,39 @@ constexpr uint32_t kCxpDescriptor = 4;
 constexpr uint32_t kNarrowLink = 2;
 constexpr uint8_t kWideFamily = 3; ///< family of recorders that take eight pixels at a time
 
-/// What a field is set to: a fixed number, off, or one of the numbers that follow from the port.
-enum class Content
+/// The numbers that follow from the port.
+struct Numbers
 {
-    Number,
-    Off,
-    Width,
-    Height,
-    LineLength,
-    Lanes,
-    TapCode,
+    uint32_t width;
+    uint32_t height;
+    uint32_t lineLength;
+    uint32_t lanes;
+    uint32_t tapCode;
 };
 
 struct Field
 {
     uint32_t id;
-    Content content;
-    uint32_t number = 0;
+    std::variant<bool, uint32_t, uint32_t Numbers::*> content;
 };
+
+constexpr auto kWidth = &Numbers::width, kHeight = &Numbers::height,
+               kLineLength = &Numbers::lineLength, kLanes = &Numbers::lanes,
+               kTapCode = &Numbers::tapCode;
 
 // Both tables stand in the order of setting.
 
 constexpr Field kCxpFields[] = {
-    {35, Content::Width},     {1, Content::LineLength}, {2, Content::Height},
-    {3, Content::Number, 0},  {4, Content::Number, 0},  {5, Content::Lanes},
-    {6, Content::Number, 16}, {7, Content::Number, 0},  {9, Content::Off},
-    {13, Content::Off},       {14, Content::Off},       {15, Content::Number, 1},
-    {16, Content::Off},       {17, Content::Number, 1}, {18, Content::Number, 1},
-    {19, Content::Number, 1},
+    {35, kWidth}, {1, kLineLength}, {2, kHeight}, {3, 0u},     {4, 0u},     {5, kLanes},
+    {6, 16u},     {7, 0u},          {9, false},   {13, false}, {14, false}, {15, 1u},
+    {16, false},  {17, 1u},         {18, 1u},     {19, 1u},
 };
 
 constexpr Field kCameraLinkFields[] = {
-    {0, Content::TapCode},    {1, Content::LineLength}, {2, Content::Height},
-    {3, Content::Number, 0},  {4, Content::Number, 0},  {5, Content::Lanes},
-    {6, Content::Number, 16}, {7, Content::Number, 0},  {8, Content::Off},
-    {9, Content::Off},        {13, Content::Off},       {14, Content::Off},
-    {15, Content::Number, 1}, {20, Content::Off},       {16, Content::Off},
-    {17, Content::Number, 1}, {18, Content::Number, 1}, {19, Content::Number, 1},
-    {24, Content::Off},       {25, Content::Number, 0}, {27, Content::Off},
-    {28, Content::Off},       {30, Content::Off},
+    {0, kTapCode}, {1, kLineLength}, {2, kHeight}, {3, 0u},     {4, 0u},     {5, kLanes},
+    {6, 16u},      {7, 0u},          {8, false},   {9, false},  {13, false}, {14, false},
+    {15, 1u},      {20, false},      {16, false},  {17, 1u},    {18, 1u},    {19, 1u},
+    {24, false},   {25, 0u},         {27, false},  {28, false}, {30, false},
 };
 
 struct TapLayout
@@ -78,64 +73,41 @@ const TapLayout &tapLayout(uint32_t tapGeometry)
     return kSingleTap;
 }
 
-/// The numbers that follow from the port.
-struct Numbers
-{
-    uint32_t width;
-    uint32_t height;
-    uint32_t lineLength;
-    uint32_t lanes;
-    uint32_t tapCode;
-};
-
-Numbers cxpNumbers(Quillon::Port &port, const DeviceType &type, const PortGeometry &geometry)
+Numbers cxpNumbers(Quillon::Port &port, const DeviceType &type, const PortFormat &format)
 {
     const bool narrow = port.linkMode() == kNarrowLink;
     const int shift = type.hardwareType == kWideFamily ? 3 : narrow ? 2 : 1;
-    const uint32_t width = geometry.width;
-    return {width, geometry.height, width >> shift, narrow ? 2u : 1u, 0};
+    const uint32_t width = format.width;
+    return {width, format.height, width >> shift, narrow ? 2u : 1u, 0};
 }
 
-Numbers cameraLinkNumbers(const PortGeometry &geometry)
+Numbers cameraLinkNumbers(const PortFormat &format)
 {
-    const TapLayout &layout = tapLayout(geometry.tapGeometry);
-    const uint32_t width = geometry.width;
-    return {width, geometry.height, width / layout.taps, layout.taps, layout.code};
+    const TapLayout &layout = tapLayout(format.tapGeometry);
+    const uint32_t width = format.width;
+    return {width, format.height, width / layout.taps, layout.taps, layout.code};
 }
 
 ParameterValue value(const Field &field, const Numbers &numbers)
 {
-    switch (field.content) {
-    case Content::Number:
-        return ParameterValue::uint32(field.number);
-    case Content::Off:
-        return ParameterValue::boolean(false);
-    case Content::Width:
-        return ParameterValue::uint32(numbers.width);
-    case Content::Height:
-        return ParameterValue::uint32(numbers.height);
-    case Content::LineLength:
-        return ParameterValue::uint32(numbers.lineLength);
-    case Content::Lanes:
-        return ParameterValue::uint32(numbers.lanes);
-    case Content::TapCode:
-        return ParameterValue::uint32(numbers.tapCode);
-    }
-    return ParameterValue();
+    if (const auto *derived = std::get_if<uint32_t Numbers::*>(&field.content))
+        return ParameterValue::uint32(numbers.*(*derived));
+    if (const auto *number = std::get_if<uint32_t>(&field.content))
+        return ParameterValue::uint32(*number);
+    return ParameterValue::boolean(std::get<bool>(field.content));
 }
 
 } // namespace
 
 boost::shared_ptr<DataDescriptor> describePort(Quillon::Port &port, uint32_t index,
-                                               const DeviceType &type, const PortGeometry &geometry)
+                                               const DeviceType &type, const PortFormat &format)
 {
-    const Numbers numbers =
-        type.isCxp ? cxpNumbers(port, type, geometry) : cameraLinkNumbers(geometry);
+    const Numbers numbers = type.isCxp ? cxpNumbers(port, type, format) : cameraLinkNumbers(format);
     const std::span<const Field> fields =
         type.isCxp ? std::span<const Field>(kCxpFields) : std::span<const Field>(kCameraLinkFields);
-    const auto descriptor =
-        given(DataDescriptor::Factory::create(type.isCxp ? kCxpDescriptor : kCameraLinkDescriptor),
-              "DataDescriptor::Factory::create");
+    const auto descriptor = requireHandle(
+        DataDescriptor::Factory::create(type.isCxp ? kCxpDescriptor : kCameraLinkDescriptor),
+        "DataDescriptor::Factory::create");
     descriptor->setCustom(true);
     descriptor->setManufacturer("OREK");
     descriptor->setModel("TAVU");

@@ -1,7 +1,6 @@
 #include "hardware/device_types.h"
 
-#include <algorithm>
-#include <iterator>
+#include "hardware/binding/handles.h"
 
 namespace tavu {
 
@@ -15,13 +14,15 @@ constexpr DeviceType kDeviceTypes[] = {
 
 } // namespace
 
-const DeviceType &deviceType(uint32_t number)
+const DeviceType &typeOf(Quillon::Device &device)
 {
-    const auto type = std::find_if(std::begin(kDeviceTypes), std::end(kDeviceTypes),
-                                   [number](const DeviceType &range) {
-                                       return range.first <= number && number <= range.last;
-                                   });
-    return type == std::end(kDeviceTypes) ? kUnknown : *type;
+    const uint32_t number =
+        requireHandle(device.hardwareInfo(0), "Device::hardwareInfo")->deviceType;
+    for (const DeviceType &type : kDeviceTypes) {
+        if (type.first <= number && number <= type.last)
+            return type;
+    }
+    return kUnknown;
 }
 
 } // namespace tavu

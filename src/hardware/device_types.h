@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint>
+#include "hardware/library/device.h"
 
 namespace tavu {
 
@@ -13,7 +13,6 @@ struct DeviceType
     bool isCxp;           ///< its cameras are linked by CoaXPress
 };
 
-/// Looks a model up by the type number that the library tells.
-const DeviceType &deviceType(uint32_t number);
+const DeviceType &typeOf(Quillon::Device &device);
 
 } // namespace tavu

@@ -23,8 +23,9 @@ bool isOurVersion(const Quillon::VersionInfo &version)
 boost::shared_ptr<Quillon::Instance> initialize()
 {
     const Quillon::String name(kApplicationName);
-    return given(Quillon::Instance::initialize(name, false, static_cast<Quillon::Scope>(kScope)),
-                 "Instance::initialize");
+    return requireHandle(
+        Quillon::Instance::initialize(name, false, static_cast<Quillon::Scope>(kScope)),
+        "Instance::initialize");
 }
 
 } // namespace
@@ -61,7 +62,7 @@ bool QuillonLibrary::isDisconnected(uint32_t index)
 
 std::string QuillonLibrary::alternativeName(uint32_t index)
 {
-    return textOf(given(collection_->device(index), "DeviceCollection::device")->altName());
+    return textOf(requireHandle(collection_->device(index), "DeviceCollection::device")->altName());
 }
 
 uint32_t QuillonLibrary::registerChangeCallback(std::function<void()> callback)

@@ -1,8 +1,9 @@
 #include "hardware/stavu_device.h"
 
 #include "hardware/binding/handles.h"
-#include "platform/diagnostics.h"
 #include "hardware/failure_text.h"
+#include "platform/diagnostics.h"
+#include "records/recording_name.h"
 
 #include <stdexcept>
 #include <utility>
@@ -11,49 +12,29 @@ namespace tavu {
 
 namespace {
 
-constexpr uint32_t kConnectedState = 0;
-constexpr uint32_t kVirtualKind = 1;
-
-/// The low 8 bits of the quotient in percent, cut towards zero. Not clamped: an estimate can be
-/// above 100. A quotient that no 64-bit integer holds, or that is none at all, counts as 0.
-uint8_t percent(uint64_t used, uint64_t total)
+ByteBlock blockOf(const void *bytes, uint32_t size)
 {
-    constexpr double kLimit = 9223372036854775808.0;
-    const double quotient = static_cast<double>(used) / static_cast<double>(total) * 100;
-    return quotient < kLimit ? static_cast<uint8_t>(static_cast<uint64_t>(quotient)) : 0;
+    const auto *begin = static_cast<const uint8_t *>(bytes);
+    return ByteBlock(begin, begin + size);
 }
 
 } // namespace
 
-STavuDevice::STavuDevice(boost::shared_ptr<Quillon::DeviceCollection> collection)
-    : collection_(std::move(collection))
-{
-}
-
-STavuDevice::~STavuDevice() = default;
-
-uint32_t STavuDevice::collectionIndex()
-{
-    return deviceIndex_;
-}
-
 void STavuDevice::identify(uint32_t collectionIndex, const std::string &name)
 {
     std::lock_guard guard(lock_);
-    deviceIndex_ = collectionIndex;
+    library_.setIndex(collectionIndex);
     name_ = name;
 }
 
 void STavuDevice::connect()
 {
     std::lock_guard guard(lock_);
-    name_ = textOf(device()->name());
-    buildPortTable();
-    loadFromDrives();
-    connected_ = device()->connectionState() == kConnectedState;
-    recoveryStatusValue_ = 0;
-    // Outside of what is guarded: on a recorder without a drive set this raises.
-    if (hasIncompleteFileNow())
+    name_ = textOf(library_.device()->name());
+    ports_.build(*library_.device());
+    finishConnection();
+    // Raises on a recorder without a drive set, which is connected all the same.
+    if (recovery_.hasIncompleteFile())
         printLine(stderr, "HasIncompleteFile\n");
 }
 
@@ -62,11 +43,27 @@ void STavuDevice::reconnect()
     std::lock_guard guard(lock_);
     if (connected_)
         return;
-    if (!ports_ || portCount_ == 0)
-        buildPortTable();
-    loadFromDrives();
-    connected_ = device()->connectionState() == kConnectedState;
-    recoveryStatusValue_ = 0;
+    if (ports_.size() == 0)
+        ports_.build(*library_.device());
+    finishConnection();
+}
+
+// The recorder is connected with as much of catalogue and configurations as can be read.
+void STavuDevice::finishConnection()
+{
+    portSetup_.beginConnection();
+    try {
+        catalogue_.scan();
+        portSetup_.load();
+    } catch (const NoDriveSet &error) {
+        portSetup_.noteNothingStored();
+        printLine(stderr, "%s\n", error.what());
+    } catch (...) {
+        if (const char *text = currentFailureText())
+            printLine(stderr, "%s\n", text);
+    }
+    connected_ = library_.isConnected();
+    recovery_.forgetStatus();
 }
 
 void STavuDevice::markDisconnected()
@@ -76,160 +73,75 @@ void STavuDevice::markDisconnected()
     connected_ = false;
 }
 
-void STavuDevice::buildPortTable()
-{
-    // Complete or not at all: a port without its name would lose what is stored under that name.
-    const auto recorder = device();
-    const uint32_t count = recorder->portCount();
-    auto ports = std::make_unique<PortState[]>(count);
-    for (uint64_t i = 0; i < count; ++i)
-        ports[i].name = textOf(libraryPort(*recorder, i)->name());
-    ports_ = std::move(ports);
-    portCount_ = count;
-}
-
-void STavuDevice::loadFromDrives()
-{
-    configState_ = ConfigState::Unread;
-    try {
-        scanCatalogue();
-        configState_ = ConfigState::Unreadable;
-        readConfigRecord();
-        for (uint64_t i = 0; i < portCount_; ++i) {
-            const PortState &port = ports_[i];
-            if (port.width != 0 && port.height != 0)
-                configurePort(i, port.width, port.height, port.pixelFormat, port.tapGeometry);
-        }
-    } catch (const NoDriveSet &error) {
-        configState_ = ConfigState::Read;
-        printLine(stderr, "%s\n", error.what());
-    } catch (...) {
-        if (const char *text = currentFailureText())
-            printLine(stderr, "%s\n", text);
-    }
-}
-
-boost::shared_ptr<Quillon::Device> STavuDevice::device()
-{
-    if (deviceIndex_ == kNoIndex)
-        throw std::runtime_error("The recorder was not found.");
-    return given(collection_->device(deviceIndex_), "DeviceCollection::device");
-}
-
-void STavuDevice::refuseVirtual(Quillon::Device &device, const char *text)
-{
-    if (device.kind() == kVirtualKind)
-        throw std::runtime_error(text);
-}
-
-boost::shared_ptr<Quillon::Port> STavuDevice::libraryPort(Quillon::Device &device, uint64_t port)
-{
-    return given(device.port(static_cast<uint32_t>(port)), "Device::port");
-}
-
-boost::shared_ptr<Quillon::DriveSetCollection> STavuDevice::driveSets(Quillon::Device &device)
-{
-    return given(given(device.storage(0), "Device::storage")->driveSets(), "Storage::driveSets");
-}
-
-boost::shared_ptr<Quillon::DriveSet> STavuDevice::firstDriveSet(Quillon::DriveSetCollection &sets,
-                                                                const char *absenceText)
-{
-    const Quillon::Vector<uint32_t> ids = sets.ids();
-    if (ids.size() == 0)
-        throw NoDriveSet(absenceText);
-    return given(sets.open(ids[0]), "DriveSetCollection::open");
-}
-
-boost::shared_ptr<Quillon::DriveSet> STavuDevice::firstDriveSet()
-{
-    return firstDriveSet(*driveSets(*device()), kNoDriveSetText);
-}
-
-const DeviceType &STavuDevice::typeOf(Quillon::Device &device)
-{
-    return deviceType(given(device.hardwareInfo(0), "Device::hardwareInfo")->deviceType);
-}
-
-PortState &STavuDevice::portState(uint64_t port)
-{
-    if (port >= portCount_)
-        throw std::runtime_error("Invalid port index.");
-    return ports_[port];
-}
-
-// The place in the line is that of the device's mutex. Whoever has to wait waits without it.
-TurnLock::Turn STavuDevice::takeTurn(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock)
-{
-    TurnLock::Turn turn(portLock);
-    if (!turn.hasCome()) {
-        deviceLock.unlock();
-        if (turn.wait())
-            deviceLock.lock();
-    }
-    return turn;
-}
-
-TurnLock::Turn STavuDevice::handOver(std::unique_lock<std::mutex> &deviceLock, TurnLock &portLock)
-{
-    TurnLock::Turn turn = takeTurn(deviceLock, portLock);
-    deviceLock.unlock();
-    return turn;
-}
-
-std::string STavuDevice::name()
+void STavuDevice::fileInfo(uint32_t openFileId, uint16_t &width, uint16_t &height,
+                           uint32_t &imageSize, uint64_t &numFrames, uint64_t &size)
 {
     std::lock_guard guard(lock_);
-    return name_;
+    const OpenFileSlot &slot = openFiles_.slot(openFileId);
+    width = slot.width;
+    height = slot.height;
+    imageSize = slot.imageSize;
+    numFrames = slot.numFrames;
+    size = slot.size;
 }
 
-bool STavuDevice::isConnected()
+std::string STavuDevice::setFileInfo(uint32_t fileId, uint32_t streamId, const FileUpdate &update)
 {
     std::lock_guard guard(lock_);
-    return device()->connectionState() == kConnectedState;
+    const std::string finalName = unusedRecordingName(catalogue_.list(), update.name);
+    catalogue_.edit(fileId, streamId, [&](FileRecord &record) {
+        record.name = finalName;
+        update.applyTo(record);
+    });
+    return finalName;
 }
 
-uint8_t STavuDevice::portCount()
+void STavuDevice::pairPort(uint8_t port, const std::string &identity, const void *info,
+                           uint32_t infoSize, uint16_t numFramesPerPacket)
 {
-    std::lock_guard guard(lock_);
-    return static_cast<uint8_t>(portCount_);
+    locked(portSetup_)->pair(port, identity, blockOf(info, infoSize), numFramesPerPacket);
 }
 
-std::string STavuDevice::portName(uint8_t port)
+void STavuDevice::repairPort(uint8_t port, const std::string &identity, const void *info,
+                             uint32_t infoSize, uint16_t numFramesPerPacket)
 {
-    std::lock_guard guard(lock_);
-    return portState(port).name;
+    locked(portSetup_)->repair(port, identity, blockOf(info, infoSize), numFramesPerPacket);
 }
 
-bool STavuDevice::isCxp()
+void STavuDevice::getPortConfig(uint8_t port, uint16_t &width, uint16_t &height,
+                                uint32_t &pixelFormat, uint32_t &tapGeometry)
 {
     std::lock_guard guard(lock_);
-    return typeOf(*device()).isCxp;
+    const PortFormat &format = ports_.at(port).config.format;
+    width = format.width;
+    height = format.height;
+    pixelFormat = format.pixelFormat;
+    tapGeometry = format.tapGeometry;
 }
 
-uint8_t STavuDevice::hardwareType()
+void STavuDevice::setup()
 {
     std::lock_guard guard(lock_);
-    return typeOf(*device()).hardwareType;
+    if (openFiles_.anyOpen())
+        throw std::runtime_error("Can't setup tavu while files are open.");
+    portSetup_.wipeDrives();
 }
 
-uint8_t STavuDevice::percentUsed()
+void STavuDevice::startRecording(uint32_t portMask, uint8_t externalTrigger, uint8_t type,
+                                 uint64_t count, bool usePretrigger, uint64_t pretriggerCount)
+{
+    if (portMask == 0)
+        throw std::runtime_error("At least one port must be enabled for record.");
+    locked(recording_)
+        ->start(portMask, {externalTrigger, type, count, usePretrigger, pretriggerCount});
+}
+
+void STavuDevice::recordingFile(uint8_t port, uint32_t &fileId, uint32_t &streamId)
 {
     std::lock_guard guard(lock_);
-    const auto recorder = device();
-    if (recordingActive_) {
-        // The library's figures are from the start; what the recording added is estimated.
-        uint64_t recorded = 0;
-        for (uint64_t i = 0; i < portCount_; ++i) {
-            bool inPretrigger = false;
-            if (ports_[i].recording)
-                recorded += portProgress(*recorder, i, inPretrigger) * ports_[i].frameBytes;
-        }
-        return percent(usedBytesAtStart_ + recorded, totalBytesAtStart_);
-    }
-    const auto set = firstDriveSet(*driveSets(*recorder), kNoDriveSetCapitalText);
-    const auto capacity = given(set->capacityInfo(true), "DriveSet::capacityInfo");
-    return percent(capacity->usedBytes(), capacity->totalBytes());
+    const PortState &state = ports_.at(port);
+    fileId = state.fileId;
+    streamId = state.streamId;
 }
 
 } // namespace tavu

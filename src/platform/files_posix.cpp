@@ -10,7 +10,7 @@
 
 namespace tavu {
 
-std::FILE *openFile(const std::string &path, const char *mode)
+std::FILE *openStdFile(const std::string &path, const char *mode)
 {
     return std::fopen(path.c_str(), (std::string(mode) + "e").c_str());
 }

@@ -101,7 +101,7 @@ bool canBeReplaced(const std::wstring &from, const std::wstring &to)
 
 } // namespace
 
-std::FILE *openFile(const std::string &path, const char *mode)
+std::FILE *openStdFile(const std::string &path, const char *mode)
 {
     const OpenMode open(mode);
     Handle handle = openHandle(wideText(path), open.access, open.disposition);

@@ -1,6 +1,6 @@
 #include "records/config_record.h"
 
-#include "records/record_envelope.h"
+#include "records/record_fields.h"
 
 #include <stdexcept>
 
@@ -9,80 +9,54 @@ namespace tavu {
 namespace {
 
 constexpr RecordKind kConfigRecord = {"config", "config", "Inalid config file."};
-constexpr uint32_t kPlainPairs = 7;
 constexpr uint32_t kMinimumPairs = 5;
 
-void writePort(MessageWriter &writer, const PortConfig &port, uint32_t infoLimit)
+template <auto member>
+constexpr RecordField<PortConfig> formatField(std::string_view key)
 {
-    const bool hasBlock = !port.info.empty() && port.info.size() <= infoLimit;
-    writer.writeMapHeader(kPlainPairs + hasBlock);
-    writer.writeString("name");
-    writer.writeString(port.name);
-    writer.writeString("pairedTo");
-    writer.writeString(port.pairedTo);
-    writer.writeString("width");
-    writer.writeUint(port.width);
-    writer.writeString("height");
-    writer.writeUint(port.height);
-    writer.writeString("pixelFormat");
-    writer.writeUint(port.pixelFormat);
-    writer.writeString("tapGeometry");
-    writer.writeUint(port.tapGeometry);
-    writer.writeString("numFramesPerPacket");
-    writer.writeUint(port.framesPerPacket);
-    if (hasBlock) {
-        writer.writeString("info");
-        writer.writeBlob(port.info.data(), static_cast<uint32_t>(port.info.size()));
-    }
+    return {key,
+            [](MessageWriter &writer, const PortConfig &port) {
+                RecordValue::write(writer, port.format.*member);
+            },
+            [](MessageReader &reader, PortConfig &port) {
+                RecordValue::read(reader, port.format.*member);
+            }};
 }
 
-void readValue(MessageReader &reader, const std::string &key, PortConfig &port)
-{
-    if (key == "name")
-        reader.readString(port.name);
-    else if (key == "pairedTo")
-        reader.readString(port.pairedTo);
-    else if (key == "width")
-        port.width = static_cast<uint16_t>(reader.readPosInt());
-    else if (key == "height")
-        port.height = static_cast<uint16_t>(reader.readPosInt());
-    else if (key == "pixelFormat")
-        port.pixelFormat = static_cast<uint32_t>(reader.readPosInt());
-    else if (key == "tapGeometry")
-        port.tapGeometry = static_cast<uint32_t>(reader.readPosInt());
-    else if (key == "numFramesPerPacket")
-        port.framesPerPacket = static_cast<uint16_t>(reader.readPosInt());
-    else if (key == "info")
-        readBlock(reader, port.info);
-    else
-        reader.skipValue();
-}
+constexpr RecordField<PortConfig> kFields[] = {
+    field<&PortConfig::name>("name"),
+    field<&PortConfig::pairedTo>("pairedTo"),
+    formatField<&PortFormat::width>("width"),
+    formatField<&PortFormat::height>("height"),
+    formatField<&PortFormat::pixelFormat>("pixelFormat"),
+    formatField<&PortFormat::tapGeometry>("tapGeometry"),
+    field<&PortConfig::framesPerPacket>("numFramesPerPacket"),
+    field<&PortConfig::info>("info"),
+};
 
 } // namespace
 
-void writeConfigRecord(std::span<const PortConfig> ports, Stream &stream, uint32_t infoLimit)
+void writePortConfigs(std::span<const PortConfig *const> ports, Stream &stream, uint32_t infoLimit)
 {
     MessageWriter writer(stream);
     writeEnvelope(writer, kConfigRecord);
     writer.writeArrayHeader(static_cast<uint32_t>(ports.size()));
-    for (const PortConfig &port : ports)
-        writePort(writer, port, infoLimit);
+    for (const PortConfig *port : ports) {
+        const bool hasBlock = !port->info.empty() && port->info.size() <= infoLimit;
+        writeFields(writer, kFields, *port, hasBlock);
+    }
 }
 
-void readConfigRecord(Stream &stream, const std::function<void(PortConfig &)> &found)
+void readPortConfigs(Stream &stream, const std::function<void(PortConfig &)> &found)
 {
     MessageReader reader(stream);
     readEnvelope(reader, kConfigRecord);
-    std::string key;
     for (uint32_t ports = reader.readArrayHeader(); ports > 0; --ports) {
-        uint32_t pairs = reader.readMapHeader();
+        const uint32_t pairs = reader.readMapHeader();
         if (pairs < kMinimumPairs)
             throw std::runtime_error(kConfigRecord.faultText);
         PortConfig port;
-        for (; pairs > 0; --pairs) {
-            reader.readString(key);
-            readValue(reader, key, port);
-        }
+        readFields(reader, kFields, port, pairs);
         found(port);
     }
 }

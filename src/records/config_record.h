@@ -10,15 +10,24 @@
 
 namespace tavu {
 
+/// The geometry and the camera format that a port is configured for.
+struct PortFormat
+{
+    uint16_t width = 0;  ///< pixels
+    uint16_t height = 0; ///< pixels
+    uint32_t pixelFormat = 0;
+    uint32_t tapGeometry = 0;
+
+    bool operator==(const PortFormat &) const = default;
+    bool hasGeometry() const { return width != 0 && height != 0; }
+};
+
 /// One port as the configuration record keeps it.
 struct PortConfig
 {
     std::string name;     ///< by which a reader finds the port
     std::string pairedTo; ///< identity of the paired camera; empty when unpaired
-    uint16_t width = 0;   ///< pixels
-    uint16_t height = 0;  ///< pixels
-    uint32_t pixelFormat = 0;
-    uint32_t tapGeometry = 0;
+    PortFormat format;
     uint16_t framesPerPacket = 0;
     ByteBlock info; ///< the pairing's block
 };
@@ -28,12 +37,12 @@ inline constexpr uint32_t kNoInfoLimit = 0xFFFFFFFFu;
 
 /// Writes the configuration record of a device: its ports in their order. A block that is empty or
 /// larger than \a infoLimit bytes is left out.
-void writeConfigRecord(std::span<const PortConfig> ports, Stream &stream,
-                       uint32_t infoLimit = kNoInfoLimit);
+void writePortConfigs(std::span<const PortConfig *const> ports, Stream &stream,
+                      uint32_t infoLimit = kNoInfoLimit);
 
 /// Parses one configuration record and hands each port to \a found as soon as it is complete, so
-/// that what stands before a fault has been handed over. A pair that a port lacks leaves 0 or an
-/// empty value. Raises std::runtime_error: "Inalid config file." or the reader's text.
-void readConfigRecord(Stream &stream, const std::function<void(PortConfig &)> &found);
+/// that the ports before a fault are handed over. A pair that a port lacks leaves 0 or an empty
+/// value. Raises std::runtime_error: "Inalid config file." or the reader's text.
+void readPortConfigs(Stream &stream, const std::function<void(PortConfig &)> &found);
 
 } // namespace tavu

@@ -17,14 +17,14 @@ std::string infoRecordName(uint32_t fileId, uint32_t streamId)
     return std::to_string(fileId) + "-" + std::to_string(streamId) + ".info";
 }
 
-void writeInfoRecord(Stream &stream, std::span<const uint8_t> block)
+void writeBlockRecord(Stream &stream, std::span<const uint8_t> block)
 {
     MessageWriter writer(stream);
     writeEnvelope(writer, kInfoRecord);
     writer.writeBlob(block.data(), static_cast<uint32_t>(block.size()));
 }
 
-void readInfoRecord(Stream &stream, ByteBlock &block)
+void readBlockRecord(Stream &stream, ByteBlock &block)
 {
     MessageReader reader(stream);
     readEnvelope(reader, kInfoRecord);

@@ -14,10 +14,10 @@ std::string infoRecordName(uint32_t fileId, uint32_t streamId);
 
 /// Writes the record of a block that is too large for the other records: a port's pairing block or
 /// a recording's identity block.
-void writeInfoRecord(Stream &stream, std::span<const uint8_t> block);
+void writeBlockRecord(Stream &stream, std::span<const uint8_t> block);
 
 /// Reads one such record. Raises std::runtime_error: "Inalid info file." or the reader's text;
 /// \a block is then as it was.
-void readInfoRecord(Stream &stream, ByteBlock &block);
+void readBlockRecord(Stream &stream, ByteBlock &block);
 
 } // namespace tavu

@@ -22,6 +22,10 @@ void writeMetaList(std::span<const FileRecord> list, void *data, uint64_t size);
 /// Whether the record of \a list fits in \a size bytes, and can be read back.
 bool metaListFits(std::span<const FileRecord> list, uint64_t size);
 
+/// Bytes of all frames. A frame's pixels are counted in a signed 32-bit number, as they always were
+/// in these records, and turn negative from 2^31 on.
+uint64_t impliedSize(const FileRecord &record);
+
 /// Empties \a target and appends the usable entries of one file metadata record: those with a name,
 /// a geometry and frames. A missing size is computed, a missing time stamp becomes the present
 /// time. Raises std::runtime_error: "Invalid file metadata." or the reader's text; \a target then

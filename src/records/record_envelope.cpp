@@ -50,8 +50,7 @@ void readEnvelope(MessageReader &reader, const RecordKind &kind)
 
 void readBlock(MessageReader &reader, ByteBlock &target)
 {
-    // Read into raw memory first: a vector would clear, and so touch, whatever a broken head
-    // announces.
+    // Into raw memory first: a vector would clear, and so use, all that a broken head announces.
     const uint32_t size = reader.readBlobHeader();
     const OwnedBlob bytes = ObjectValue::allocateBlob(size);
     reader.readBlobBody(bytes.get(), size);

@@ -14,14 +14,13 @@ namespace tavu {
 /// untouched.
 void replaceRecordFile(const std::string &path, const std::function<void(Stream &)> &write);
 
-/// A buffer to read records through, which many readings can share: a start reads thousands of
-/// small records, and the C library's own buffering costs more time than the reading. An empty one
-/// gets a size.
+/// A buffer that many readings share; an empty one gets a size. A start reads thousands of small
+/// records, and the C library's own buffering would cost more time than the reading.
 using RecordBuffer = std::vector<unsigned char>;
 
-/// Has \a read take in the record at \a path. A file that isn't there and one that holds no such
-/// record are passed over. Raises "Failed to open file: <path>" when the file is there and its
-/// bytes can't be had: what it holds is unknown then, and it had better not be replaced.
+/// Reads the record at \a path with \a read. A file that isn't there or holds no such record is
+/// passed over. Raises "Failed to open file: <path>" when the file is there and can't be read: what
+/// it holds is unknown then, and it mustn't be replaced.
 void readRecordFile(const std::string &path, RecordBuffer &buffer,
                     const std::function<void(Stream &)> &read);
 

@@ -16,13 +16,12 @@ std::string syntheticFrames(size_t width, size_t height, size_t count)
 {
     std::string file;
     uint16_t value = 0;
-    FrameHeader header;
     for (size_t frame = 0; frame < count; ++frame) {
         const size_t begin = file.size();
         for (size_t i = 0; i < width * height; ++i, ++value)
             file.append({static_cast<char>(value & 255), static_cast<char>(value >> 8)});
-        header.stamp(86400000 + 33 * frame, static_cast<uint32_t>(frame));
-        std::memcpy(&file[begin], header.bytes().data(), std::min<size_t>(2 * width, 126));
+        const auto header = makeFrameHeader(86400000 + 33 * frame, static_cast<uint32_t>(frame));
+        std::memcpy(&file[begin], header.data(), std::min<size_t>(2 * width, 126));
     }
     return file;
 }
@@ -30,7 +29,7 @@ std::string syntheticFrames(size_t width, size_t height, size_t count)
 std::string hex(const FrameHeader &header)
 {
     std::string text;
-    for (const uint8_t byte : header.bytes())
+    for (const uint8_t byte : header)
         text.append({"0123456789abcdef"[byte >> 4], "0123456789abcdef"[byte & 15]});
     return text;
 }
@@ -45,14 +44,12 @@ TEST(FrameHeader, HasFixedBytesAndTime)
         {2 * day - 999, "0500fb7e0000e803"}, // 23:59:59.001
         {366 * day + 20 * 3600000, "0100004000000000"},
     };
-    FrameHeader header;
     for (const auto &[clock, words] : cases) {
-        header.stamp(clock, 0x01020304);
-        EXPECT_EQ(hex(header), "0f00" + std::string(words) +
-                                   "0000aa7746777278d81d04030201d430000000003f00" +
-                                   std::string(24, '0') + "983a00000000cd2d0300ff3f000000090301" +
-                                   "fc080e7822784078527a" + std::string(36, '0') + "0e000100" +
-                                   std::string(64, '0'));
+        EXPECT_EQ(hex(makeFrameHeader(clock, 0x01020304)),
+                  "0f00" + std::string(words) + "0000aa7746777278d81d04030201d430000000003f00" +
+                      std::string(24, '0') + "983a00000000cd2d0300ff3f000000090301" +
+                      "fc080e7822784078527a" + std::string(36, '0') + "0e000100" +
+                      std::string(64, '0'));
     }
 }
 
@@ -118,9 +115,8 @@ TEST_F(EmulatorTest, TheHeaderFollowsTheWidthThatTheFrameDoesNot)
     EXPECT_EQ(record.width, 2);
     EXPECT_EQ(record.numFrames, progress());
     const size_t last = static_cast<size_t>(progress() - 1);
-    FrameHeader header;
-    header.stamp(86400000 + 33 * last, static_cast<uint32_t>(last));
-    EXPECT_EQ(std::memcmp(&file("Emu/1").at(1200 * last), header.bytes().data(), 126), 0);
+    const auto header = makeFrameHeader(86400000 + 33 * last, static_cast<uint32_t>(last));
+    EXPECT_EQ(std::memcmp(&file("Emu/1").at(1200 * last), header.data(), 126), 0);
 }
 
 TEST_F(EmulatorTest, AStopThatFailsStillEndsTheRecording)

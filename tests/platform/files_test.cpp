@@ -24,7 +24,7 @@ protected:
 
     void write(const std::string &file, const std::string &content) const
     {
-        std::FILE *stream = openFile(file, "wb");
+        std::FILE *stream = openStdFile(file, "wb");
         ASSERT_NE(stream, nullptr);
         EXPECT_EQ(std::fwrite(content.data(), 1, content.size(), stream), content.size());
         EXPECT_EQ(std::fclose(stream), 0);
@@ -79,7 +79,7 @@ TEST_F(FilesTest, foldersAreNoFiles)
     EXPECT_FALSE(deleteFile(joinPath(path("a"), "b")));
     EXPECT_TRUE(deleteFile(path("file")));
     EXPECT_FALSE(deleteFile(path("file")));
-    EXPECT_EQ(openFile(path("none"), "rb"), nullptr);
+    EXPECT_EQ(openStdFile(path("none"), "rb"), nullptr);
 }
 
 TEST_F(FilesTest, readsAtAnyOffset)

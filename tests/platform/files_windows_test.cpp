@@ -21,7 +21,7 @@ protected:
     BusyFileTest()
     {
         for (const std::string &path : {fresh_, record_}) {
-            std::FILE *file = openFile(path, "wb");
+            std::FILE *file = openStdFile(path, "wb");
             std::fputs(path == fresh_ ? "new content" : "old", file);
             std::fclose(file);
         }

@@ -71,7 +71,7 @@ std::string readConfig(std::vector<PortConfig> &ports, std::string bytes)
     MemStream stream(bytes.data(), bytes.size());
     ports.clear();
     return errorOf(
-        [&] { readConfigRecord(stream, [&](PortConfig &port) { ports.push_back(port); }); });
+        [&] { readPortConfigs(stream, [&](PortConfig &port) { ports.push_back(port); }); });
 }
 
 const std::string kName = pair("name", text("a")), kWidth = pair("width", "\3"),
@@ -169,7 +169,8 @@ TEST(ConfigRecord, WritesItsBytes)
                     pair("height", "\2"), pair("pixelFormat", "\3"), pair("tapGeometry", "\4"),
                     pair("numFramesPerPacket", "\5"), pair("info", "\xC4\1\x09")});
     uint32_t limit = kNoInfoLimit;
-    const auto write = [&](Stream &stream) { writeConfigRecord({&port, 1}, stream, limit); };
+    const PortConfig *const all[] = {&port};
+    const auto write = [&](Stream &stream) { writePortConfigs(all, stream, limit); };
     EXPECT_EQ(written(write), record("config", "config", {pairs}));
     port.info.assign(16385, 7);
     std::vector<PortConfig> ports;
@@ -192,8 +193,8 @@ TEST(ConfigRecord, ReadsAnyOrderAndStopsAtAFault)
               "Inalid config file.");
     ASSERT_EQ(ports.size(), 1u);
     EXPECT_EQ(ports[0].name + ports[0].pairedTo, "a");
-    EXPECT_EQ(ports[0].width, 70000 - 65536);
-    EXPECT_EQ(ports[0].height, 4);
+    EXPECT_EQ(ports[0].format.width, 70000 - 65536);
+    EXPECT_EQ(ports[0].format.height, 4);
     EXPECT_EQ(ports[0].info, ByteBlock{9});
     EXPECT_EQ(readConfig(ports, record("meta", "config", {})), "Inalid config file.");
 }

@@ -12,7 +12,7 @@ OutputFile::OutputFile(std::string path) : path_(std::move(path)), standardOutpu
 {
     if (standardOutput_)
         return;
-    file_ = openFile(path_, "wb");
+    file_ = openStdFile(path_, "wb");
     if (!file_)
         fail();
 }

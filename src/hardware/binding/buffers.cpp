@@ -26,7 +26,8 @@ boost::shared_ptr<Common::Buffer> allocateBuffer(uint64_t size)
 
 boost::shared_ptr<Common::Buffer> createBuffer(uint64_t size)
 {
-    return zeroed(given(Common::Buffer::create(nullptr, size), "Common::Buffer::create"), size);
+    return zeroed(requireHandle(Common::Buffer::create(nullptr, size), "Common::Buffer::create"),
+                  size);
 }
 
 } // namespace tavu

@@ -13,7 +13,7 @@ namespace tavu {
 /// Passes on a handle that the library's operation \a source returned. Raises std::runtime_error
 /// when it is empty, so that the request fails and the service goes on.
 template <typename T>
-boost::shared_ptr<T> given(boost::shared_ptr<T> handle, const char *source)
+boost::shared_ptr<T> requireHandle(boost::shared_ptr<T> handle, const char *source)
 {
     if (!handle)
         throw std::runtime_error(std::string(source) + " returned nothing.");

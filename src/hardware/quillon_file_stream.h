@@ -4,6 +4,7 @@
 #include "hardware/library/storage.h"
 
 #include <cstdint>
+#include <stdexcept>
 
 namespace tavu {
 
@@ -13,7 +14,15 @@ namespace tavu {
 class QuillonFileStream final : public Stream
 {
 public:
-    /// Raises std::runtime_error when the drive set has no blocks.
+    /// Passes on the size of a drive set's blocks; raises std::runtime_error when it is 0.
+    static uint64_t requireBlocks(uint64_t blockBytes)
+    {
+        if (blockBytes == 0)
+            throw std::runtime_error("The drive set has no blocks.");
+        return blockBytes;
+    }
+
+    /// Raises as requireBlocks() does.
     QuillonFileStream(boost::shared_ptr<Quillon::DriveFile> file, bool forWriting);
     QuillonFileStream(const QuillonFileStream &) = delete;
     QuillonFileStream &operator=(const QuillonFileStream &) = delete;
@@ -29,8 +38,6 @@ public:
 
 private:
     const boost::shared_ptr<Quillon::DriveFile> file_;
-    uint32_t driveCount_;
-    uint32_t clusterBytes_; ///< of one block on one drive
     uint32_t blockBytes_;
     uint32_t position_; ///< of the next byte in the buffer
     boost::shared_ptr<Common::Buffer> buffer_;

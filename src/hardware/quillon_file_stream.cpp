@@ -1,11 +1,10 @@
-#include "records/quillon_file_stream.h"
+#include "hardware/quillon_file_stream.h"
 
 #include "encoding/bytes.h"
 #include "hardware/binding/buffers.h"
 #include "hardware/binding/handles.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 namespace tavu {
@@ -13,12 +12,10 @@ namespace tavu {
 QuillonFileStream::QuillonFileStream(boost::shared_ptr<Quillon::DriveFile> file, bool forWriting)
     : file_(std::move(file))
 {
-    const auto set = given(file_->driveSet(false), "DriveFile::driveSet");
-    driveCount_ = static_cast<uint32_t>(set->drives().size());
-    clusterBytes_ = given(file_->info(), "DriveFile::info")->clusterBytes;
-    blockBytes_ = driveCount_ * clusterBytes_;
-    if (blockBytes_ == 0)
-        throw std::runtime_error("The drive set has no blocks.");
+    const auto set = requireHandle(file_->driveSet(false), "DriveFile::driveSet");
+    const auto driveCount = static_cast<uint32_t>(set->drives().size());
+    const uint32_t clusterBytes = requireHandle(file_->info(), "DriveFile::info")->clusterBytes;
+    blockBytes_ = static_cast<uint32_t>(requireBlocks(driveCount * clusterBytes));
     position_ = forWriting ? 0 : blockBytes_;
     buffer_ = createBuffer(blockBytes_);
 }
@@ -28,7 +25,7 @@ QuillonFileStream::~QuillonFileStream()
     try {
         flush();
     } catch (...) {
-        // An earlier failure has been told already.
+        // Writers call flush() themselves. Only after a failure, told already, is there more to do.
     }
 }
 
