@@ -158,7 +158,7 @@ TEST(Commands, HaveTheNamesAndNumbersOfTheProtocol)
     uint64_t ordinal = 0;
     for (const test::Command &command : test::commands()) {
         EXPECT_EQ(findCommand(std::string_view(command.name)), findCommand(ordinal));
-        EXPECT_STREQ(findCommand(ordinal++)->name, command.name);
+        EXPECT_EQ(findCommand(ordinal++)->name, command.name);
     }
     EXPECT_EQ(findCommand(std::string_view("setUp")), nullptr);
     EXPECT_EQ(findCommand(ordinal), nullptr);
