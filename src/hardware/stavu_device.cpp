@@ -91,7 +91,7 @@ std::string STavuDevice::setFileInfo(uint32_t fileId, uint32_t streamId, const s
                                      uint64_t endTime, uint64_t duration)
 {
     std::lock_guard guard(lock_);
-    const std::string finalName = unusedRecordingName(catalogue_.list(), name);
+    std::string finalName = unusedRecordingName(catalogue_.list(), name);
     catalogue_.edit(fileId, streamId, [&](FileRecord &record) {
         record.name = finalName;
         record.width = width;
