@@ -117,7 +117,7 @@ std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const std
     record.startTime = startTime;
     record.endTime = endTime;
     record.duration = duration;
-    const std::string finalName = record.name;
+    std::string finalName = record.name;
     writeFileRecord(entry.stored->name, record);
     return finalName;
 }
