@@ -108,7 +108,7 @@ std::string TavuDeviceEmulator::setFileInfo(uint32_t fileId, uint32_t, const Fil
     // The name that the recording has now counts as taken, too.
     record.name = unusedRecordingName(visibleFiles_, update.name);
     update.applyTo(record);
-    const std::string finalName = record.name;
+    std::string finalName = record.name;
     writeFileRecord(entry.stored->name, record);
     return finalName;
 }

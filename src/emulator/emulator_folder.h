@@ -1,6 +1,7 @@
 #pragma once
 
-#include <cstdint>
+#include "platform/files.h"
+
 #include <string>
 
 namespace tavu {
@@ -12,7 +13,7 @@ struct EmulatorFolder
     EmulatorFolder(const std::string &deviceName, const std::string &portName);
 
     /// Makes the folders; false when they aren't there afterwards.
-    bool create() const;
+    bool create() const { return createFolders(portFolder); }
 
     /// A finished recording's frames and record; \a stem is its file id in decimal.
     std::string frameFile(const std::string &port, const std::string &stem) const;

@@ -105,7 +105,7 @@ boost::shared_ptr<DataDescriptor> describePort(Quillon::Port &port, uint32_t ind
     const Numbers numbers = type.isCxp ? cxpNumbers(port, type, format) : cameraLinkNumbers(format);
     const std::span<const Field> fields =
         type.isCxp ? std::span<const Field>(kCxpFields) : std::span<const Field>(kCameraLinkFields);
-    const auto descriptor = requireHandle(
+    auto descriptor = requireHandle(
         DataDescriptor::Factory::create(type.isCxp ? kCxpDescriptor : kCameraLinkDescriptor),
         "DataDescriptor::Factory::create");
     descriptor->setCustom(true);

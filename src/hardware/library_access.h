@@ -10,7 +10,6 @@
 
 namespace tavu {
 
-/// The recorder has no drive set.
 struct NoDriveSet : std::runtime_error
 {
     using std::runtime_error::runtime_error;

@@ -26,8 +26,9 @@ void selectPixelFormat(Quillon::Port &port)
 std::string LiveView::start(Quillon::Port &port, uint16_t width, uint16_t height)
 {
     selectPixelFormat(port);
+    const uint32_t size = uint32_t(width) * height * 2;
     SharedRegion region;
-    if (!region.createUnique("orek_tavu", uint32_t(width) * height * 2, false))
+    if (!region.createUnique("orek_tavu", size, false))
         throw std::runtime_error("Failed to create shared memory mapping.");
     port.startGrab(kGrabOptions, 0);
     replaceRegion(std::move(region));

@@ -11,7 +11,6 @@
 
 namespace tavu {
 
-/// A drive file that is held open.
 struct DriveFileHandle
 {
     explicit DriveFileHandle(boost::shared_ptr<Quillon::DriveFile> opened) : file(std::move(opened))

@@ -15,7 +15,8 @@ QuillonFileStream::QuillonFileStream(boost::shared_ptr<Quillon::DriveFile> file,
     const auto set = requireHandle(file_->driveSet(false), "DriveFile::driveSet");
     const auto driveCount = static_cast<uint32_t>(set->drives().size());
     const uint32_t clusterBytes = requireHandle(file_->info(), "DriveFile::info")->clusterBytes;
-    blockBytes_ = static_cast<uint32_t>(requireBlocks(driveCount * clusterBytes));
+    blockBytes_ = driveCount * clusterBytes;
+    requireBlocks(blockBytes_);
     position_ = forWriting ? 0 : blockBytes_;
     buffer_ = createBuffer(blockBytes_);
 }

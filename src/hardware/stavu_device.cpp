@@ -88,7 +88,7 @@ void STavuDevice::fileInfo(uint32_t openFileId, uint16_t &width, uint16_t &heigh
 std::string STavuDevice::setFileInfo(uint32_t fileId, uint32_t streamId, const FileUpdate &update)
 {
     std::lock_guard guard(lock_);
-    const std::string finalName = unusedRecordingName(catalogue_.list(), update.name);
+    std::string finalName = unusedRecordingName(catalogue_.list(), update.name);
     catalogue_.edit(fileId, streamId, [&](FileRecord &record) {
         record.name = finalName;
         update.applyTo(record);

@@ -67,7 +67,7 @@ void requireEnabled(Quillon::SerialPort &serial)
 
 boost::shared_ptr<Common::Buffer> bufferOf(const void *data, uint32_t size)
 {
-    const auto buffer = allocateBuffer(size);
+    auto buffer = allocateBuffer(size);
     if (size > 0)
         std::memcpy(buffer->data(), data, size);
     return buffer;

@@ -38,6 +38,7 @@ struct RecordValue
     }
 };
 
+/// Names the record that a member belongs to; never called.
 template <typename Record, typename Value>
 Record recordOf(Value Record::*);
 
