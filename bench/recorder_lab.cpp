@@ -18,7 +18,7 @@ RecorderLab::RecorderLab()
 
 fs::path RecorderLab::add(const std::string &name, const std::string &description)
 {
-    const fs::path folder = workplace_.folder() / "lab" / name;
+    fs::path folder = workplace_.folder() / "lab" / name;
     fs::create_directories(folder);
     writeText(folder / "recorder.conf", description);
     return folder;

@@ -74,7 +74,7 @@ Recorded record(Client &client, clockid_t clock)
     params.mapAppend("usePretrigger", ObjectValue::boolean(false));
 
     const double before = processorTime(clock);
-    client.call(42, std::move(params));
+    client.call(42, params);
     Recorded result;
     result.behind = watchRecording(client);
     client.call(43);

@@ -73,7 +73,6 @@ std::filesystem::path Workplace::emulator() const
 pid_t startProgram(const std::vector<std::string> &arguments)
 {
     std::vector<char *> pointers;
-    pointers.reserve(arguments.size() + 1);
     for (const std::string &argument : arguments)
         pointers.push_back(const_cast<char *>(argument.c_str()));
     pointers.push_back(nullptr);

@@ -1,6 +1,7 @@
 #include "encoding/message_reader.h"
 
 #include "encoding/bytes.h"
+#include "encoding/message_sources.h"
 
 #include <algorithm>
 #include <bit>
@@ -73,179 +74,15 @@ uint32_t firstCapacity(uint32_t announced, uint64_t depth)
 
 } // namespace
 
-// Where bytes come from. Both sources say what a read of the stream would: each call is one read of
-// just what is due, and false is a read that came short.
-
-// Any stream.
-class MessageReader::AnyStream
-{
-public:
-    explicit AnyStream(MessageReader &reader) : reader_(reader) {}
-    AnyStream(const AnyStream &) = default;
-    AnyStream &operator=(const AnyStream &) { return *this; }
-
-    bool lead(uint8_t &byte) { return reader_.readRaw(&byte, 1); }
-    bool number(unsigned width, uint64_t &number)
-    {
-        unsigned char bytes[8] = {};
-        if (!reader_.readRaw(bytes + sizeof bytes - width, width))
-            return false;
-        number = loadBigEndian(bytes);
-        return true;
-    }
-    // Long text grows as its bytes arrive.
-    bool text(uint32_t length)
-    {
-        constexpr uint32_t kPiece = 1u << 20;
-        uint32_t done = 0;
-        do {
-            const uint32_t piece = std::min(length - done, kPiece);
-            reader_.text_.resize(size_t(done) + piece);
-            if (!reader_.readRaw(reader_.text_.data() + done, piece))
-                return false;
-            done += piece;
-        } while (done < length);
-        return true;
-    }
-    bool body(void *buffer, uint32_t length) { return reader_.readRaw(buffer, length); }
-    bool skip(uint32_t length)
-    {
-        unsigned char piece[4096];
-        uint32_t done = 0;
-        do {
-            const uint32_t count = std::min<uint32_t>(length - done, sizeof piece);
-            if (!reader_.readRaw(piece, count))
-                return false;
-            done += count;
-        } while (done < length);
-        return true;
-    }
-
-    bool shortKey(ObjectValue &) { return false; }
-    std::string_view lastText() const { return reader_.text_; }
-    // Bytes that may be read from where the last text begins.
-    uint64_t readable() const { return reader_.text_.size(); }
-    void keepText() {}
-
-private:
-    MessageReader &reader_;
-};
-
-// The bytes of a MemStream, where they lie. The stream follows at the end.
-class MessageReader::InPlace
-{
-public:
-    explicit InPlace(MessageReader &reader)
-        : reader_(reader), at_(reader.memory_->position()), end_(at_ + reader.memory_->remaining())
-    {
-    }
-    InPlace(const InPlace &) = default;
-    InPlace &operator=(const InPlace &other)
-    {
-        at_ = other.at_;
-        text_ = other.text_;
-        return *this;
-    }
-    ~InPlace()
-    {
-        // A copy may have got further before it raised.
-        MemStream &stream = *reader_.memory_;
-        if (at_ > stream.position())
-            stream.advance(static_cast<uint64_t>(at_ - stream.position()));
-    }
-
-    bool lead(uint8_t &byte)
-    {
-        if (at_ == end_)
-            MemStream::throwEnd();
-        byte = *at_++;
-        return true;
-    }
-    bool number(unsigned width, uint64_t &number)
-    {
-        if (left() >= sizeof number) {
-            number = loadBigEndian(at_) >> (64 - 8 * width);
-            at_ += width;
-            return true;
-        }
-        unsigned char bytes[8] = {};
-        if (!body(bytes + sizeof bytes - width, width))
-            return false;
-        number = loadBigEndian(bytes);
-        return true;
-    }
-    bool text(uint32_t length)
-    {
-        const unsigned char *bytes = take(length);
-        text_ = std::string_view(reinterpret_cast<const char *>(bytes), bytes ? length : 0);
-        return bytes;
-    }
-    bool body(void *buffer, uint32_t length)
-    {
-        const unsigned char *bytes = take(length);
-        if (bytes)
-            copyBytes(buffer, bytes, length);
-        return bytes;
-    }
-    bool skip(uint32_t length) { return take(length); }
-
-    bool shortKey(ObjectValue &slot)
-    {
-        if (left() <= 1 + ObjectValue::kMaxShortText)
-            return false;
-        const uint32_t length = at_[0] - 0xA0u;
-        if (length > kLongestCut)
-            return false;
-        const auto *text = reinterpret_cast<const char *>(at_ + 1);
-        slot.setShortText(text, lengthToNul(text, length));
-        text_ = std::string_view(text, length);
-        at_ += 1 + length;
-        return reader_.accept(ObjectType::String);
-    }
-
-    std::string_view lastText() const { return text_; }
-    uint64_t readable() const
-    {
-        return static_cast<uint64_t>(end_ - reinterpret_cast<const unsigned char *>(text_.data()));
-    }
-    // The text in place is good only until the caller goes on.
-    void keepText()
-    {
-        if (text_.data())
-            reader_.text_ = text_;
-    }
-
-private:
-    uint64_t left() const { return static_cast<uint64_t>(end_ - at_); }
-    // Null when fewer bytes are left, which are gone then as with a read that came short.
-    const unsigned char *take(uint64_t byteCount)
-    {
-        const unsigned char *bytes = at_;
-        if (byteCount < left()) [[likely]] {
-            at_ += byteCount;
-            return bytes;
-        }
-        if (at_ == end_)
-            MemStream::throwEnd();
-        at_ = end_;
-        return byteCount == static_cast<uint64_t>(end_ - bytes) ? bytes : nullptr;
-    }
-
-    MessageReader &reader_;
-    const unsigned char *at_;
-    const unsigned char *end_;
-    std::string_view text_;
-};
-
 // Calls \a work with the source that the stream makes.
 template <typename Work>
 auto MessageReader::withSource(const Work &work)
 {
     if (memory_) {
-        InPlace source(*this);
+        InPlace source(*memory_);
         return work(source);
     }
-    AnyStream source(*this);
+    AnyStream source(stream_, text_);
     return work(source);
 }
 
@@ -364,7 +201,7 @@ bool MessageReader::next()
 {
     return withSource([this](auto &source) {
         const bool found = decode(source, nullptr);
-        source.keepText();
+        source.keepText(text_);
         return found;
     });
 }
@@ -465,7 +302,7 @@ void MessageReader::skipValue()
                 inside = lastLength_;
             pending = inside > ~pending ? ~uint64_t(0) : pending + inside;
         }
-        source.keepText();
+        source.keepText(text_);
     });
 }
 
@@ -519,9 +356,9 @@ NEVER_INLINE void MessageReader::readKey(Source &source, ObjectValue &slot)
 }
 
 template <typename Source>
-void MessageReader::readTree(ObjectValue &root)
+void MessageReader::readTree(const Source &start, ObjectValue &root)
 {
-    Source source(*this);
+    Source source(start);        // nobody else knows it, so it can lie in registers
     ObjectValue *slot = &root;   // the one that the next value goes into
     ObjectValue *open = nullptr; // the innermost container that lacks entries
     uint64_t depth = 0;
@@ -539,10 +376,15 @@ void MessageReader::readTree(ObjectValue &root)
             --depth;
         }
         if (!open)
-            return source.keepText();
+            return source.keepText(text_);
         slot = openEntry(*open);
         if (open->type() == ObjectType::Map) {
-            if (!source.shortKey(*slot)) {
+            if (source.shortText(kLongestCut, 1 + ObjectValue::kMaxShortText)) {
+                const std::string_view text = source.lastText();
+                slot->setShortText(text.data(),
+                                   lengthToNul(text.data(), static_cast<uint32_t>(text.size())));
+                accept(ObjectType::String);
+            } else {
                 Source apart(source);
                 readKey(apart, *slot);
                 source = apart;
@@ -556,10 +398,7 @@ void MessageReader::readTree(ObjectValue &root)
 void MessageReader::readObject(ObjectValue &target)
 {
     ObjectValue root;
-    if (memory_)
-        readTree<InPlace>(root);
-    else
-        readTree<AnyStream>(root);
+    withSource([&](const auto &source) { readTree(source, root); });
     target = std::move(root);
 }
 
@@ -567,7 +406,9 @@ void MessageReader::readObject(ObjectValue &target)
 // is incomplete now, so that the slots may move.
 inline ObjectValue *MessageReader::openEntry(ObjectValue &container)
 {
-    const uint64_t announced = container.size_ + container.block()->pending--;
+    // The analyzer doesn't see through the bytes that hold a value's pointer to its block.
+    const uint64_t announced =
+        container.size_ + container.block()->pending--; // NOLINT(clang-analyzer-core.*)
     if (container.size_ == container.block()->capacity)
         container.setCapacity(
             static_cast<uint32_t>(std::min(2 * uint64_t(container.size_), announced)));

@@ -60,9 +60,6 @@ public:
     double floatValue() const { return float_; }
 
 private:
-    class AnyStream;
-    class InPlace;
-
     template <typename Work>
     auto withSource(const Work &work);
     template <typename Source>
@@ -78,7 +75,7 @@ private:
     template <typename Source>
     void readKey(Source &source, ObjectValue &slot);
     template <typename Source>
-    void readTree(ObjectValue &root);
+    void readTree(const Source &start, ObjectValue &root);
     bool accept(ObjectType type);
     bool acceptInteger(ObjectType type, uint64_t value, ObjectValue *slot);
     bool acceptContainer(ObjectType type, uint64_t length, ObjectValue *slot);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -137,18 +139,21 @@ private:
         set(tag, size, payload);
     }
 
+    using PayloadBytes = std::array<char, 8>;
+
     // The eight bytes behind tag_ hold a number or a pointer, and are part of short text too.
     template <typename Payload>
     Payload payload() const
     {
         Payload result;
-        std::memcpy(&result, storage_ + kPayloadOffset, sizeof(Payload));
+        std::memcpy(&result, storage_ + kPayloadOffset, sizeof(PayloadBytes));
         return result;
     }
     template <typename Payload>
     void setPayload(Payload payload)
     {
-        std::memcpy(storage_ + kPayloadOffset, &payload, sizeof(Payload));
+        const auto bytes = std::bit_cast<PayloadBytes>(payload);
+        std::memcpy(storage_ + kPayloadOffset, bytes.data(), sizeof bytes);
     }
 
     bool isContainer() const { return tag_ >= static_cast<uint8_t>(ObjectType::Map); }
