@@ -2,6 +2,7 @@
 
 #include "emulator/frame_geometry.h"
 #include "emulator/frame_ramp.h"
+#include "wire/names.h"
 
 #include <algorithm>
 
@@ -11,7 +12,7 @@ namespace {
 
 void createRegion(SharedRegion &region, uint32_t size)
 {
-    if (!region.createUnique("orek_tavu", size, false))
+    if (!region.createUnique(kRegionBaseName, size, false))
         throw std::runtime_error("Failed to create memory mapping");
 }
 

@@ -4,6 +4,7 @@
 #include "emulator/frame_geometry.h"
 #include "platform/clock.h"
 #include "platform/files.h"
+#include "wire/values.h"
 
 #include <algorithm>
 #include <functional>
@@ -15,7 +16,7 @@ namespace tavu {
 namespace {
 
 constexpr uint32_t kOnlyPortMask = 1;
-constexpr uint8_t kExternalTriggerBits = 3;
+constexpr uint8_t kExternalTriggerBits = trigger::kStart | trigger::kStop;
 
 } // namespace
 

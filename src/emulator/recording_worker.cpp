@@ -4,6 +4,8 @@
 #include "emulator/frame_ramp.h"
 #include "platform/clock.h"
 #include "platform/files.h"
+#include "platform/thread_name.h"
+#include "wire/values.h"
 
 #include <algorithm>
 #include <cstring>
@@ -19,9 +21,6 @@ constexpr uint64_t kFrameClockStart = 86'400'000;
 
 /// Larger frames are made and written in pieces: a geometry alone mustn't take all memory.
 constexpr uint32_t kMostPixelsAtOnce = 1u << 27;
-
-constexpr uint8_t kLimitFrames = 1;
-constexpr uint8_t kLimitTime = 2;
 
 class FrameWriter
 {
@@ -95,9 +94,10 @@ private:
 
     bool limitReached(uint64_t schedule, uint64_t end) const
     {
-        if (job_.type == kLimitFrames)
+        const auto condition = static_cast<StopCondition>(job_.type);
+        if (condition == StopCondition::FrameCount)
             return state_.frames.load() >= job_.count;
-        return job_.type == kLimitTime && schedule >= end;
+        return condition == StopCondition::Time && schedule >= end;
     }
 
     const RecordingJob &job_;
@@ -114,6 +114,7 @@ private:
 
 void recordFrames(RecordingJob job, RecordingState &state) noexcept
 {
+    nameThisThread("tavu-record");
     const size_t count = std::min(job.pixelsPerFrame, kMostPixelsAtOnce);
     const std::unique_ptr<uint16_t[]> pixels(new (std::nothrow) uint16_t[count]);
     if (pixels)

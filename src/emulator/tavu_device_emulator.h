@@ -8,6 +8,7 @@
 #include "records/record_file.h"
 #include "registry/tavu_device.h"
 #include "service/transport/shared_region.h"
+#include "wire/values.h"
 
 #include <mutex>
 #include <stdexcept>
@@ -91,7 +92,7 @@ public:
     std::string setFileInfo(uint32_t fileId, uint32_t streamId, const FileUpdate &update) override;
 
     uint8_t percentUsed() override { return 5; }
-    uint8_t hardwareType() override { return 1; }
+    uint8_t hardwareType() override { return kEmulatedDevice; }
 
     std::string startLive(uint8_t port) override;
     void stopLive(uint8_t port) override;

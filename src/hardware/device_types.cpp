@@ -1,12 +1,13 @@
 #include "hardware/device_types.h"
 
 #include "hardware/binding/handles.h"
+#include "wire/values.h"
 
 namespace tavu {
 
 namespace {
 
-constexpr DeviceType kUnknown = {0, 0, 0, false};
+constexpr DeviceType kUnknown = {0, 0, kUnknownDevice, false};
 constexpr DeviceType kDeviceTypes[] = {
     {1, 14, 2, false}, {15, 17, 2, true},  {20, 20, 2, false},   {64, 67, 3, false},
     {70, 71, 3, true}, {72, 72, 3, false}, {150, 151, 2, false},

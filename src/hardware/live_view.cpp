@@ -1,6 +1,7 @@
 #include "hardware/live_view.h"
 
 #include "encoding/bytes.h"
+#include "wire/names.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -28,7 +29,7 @@ std::string LiveView::start(Quillon::Port &port, uint16_t width, uint16_t height
     selectPixelFormat(port);
     const uint32_t size = uint32_t(width) * height * 2;
     SharedRegion region;
-    if (!region.createUnique("orek_tavu", size, false))
+    if (!region.createUnique(kRegionBaseName, size, false))
         throw std::runtime_error("Failed to create shared memory mapping.");
     port.startGrab(kGrabOptions, 0);
     replaceRegion(std::move(region));

@@ -1,6 +1,7 @@
 #include "hardware/open_files.h"
 
 #include "hardware/binding/handles.h"
+#include "wire/names.h"
 
 #include <algorithm>
 #include <cstring>
@@ -49,7 +50,7 @@ void OpenFiles::open(uint32_t &openFileId, std::string &mapping, uint32_t fileId
     slot.numFrames = stream->frames->frameCount();
     slot.imageSize = uint32_t(slot.height) * slot.width * 2;
     slot.size = slot.numFrames * slot.imageSize;
-    if (!slot.region.createUnique("orek_tavu", slot.imageSize, false))
+    if (!slot.region.createUnique(kRegionBaseName, slot.imageSize, false))
         throw std::runtime_error("Failed to create shared memory mapping");
     slot.stream = std::move(stream);
     mapping = slot.region.mappingName();

@@ -36,6 +36,16 @@ struct PortState
 class PortTable
 {
 public:
+    PortTable() = default;
+    PortTable(const PortTable &) = delete;
+    PortTable &operator=(const PortTable &) = delete;
+    /// The last port's serial channel is given up first.
+    ~PortTable()
+    {
+        while (!ports_.empty())
+            ports_.pop_back();
+    }
+
     /// Built whole or not at all: a port without its name would lose what is stored under it.
     void build(Quillon::Device &recorder)
     {

@@ -1,6 +1,7 @@
 #include "hardware/record_trigger.h"
 
 #include "hardware/binding/handles.h"
+#include "wire/values.h"
 
 namespace tavu {
 
@@ -16,15 +17,6 @@ constexpr uint32_t kSoftwareSource = 0;
 
 constexpr uint32_t kStartInput = 0;
 constexpr uint32_t kStopInput = 1;
-
-// Bits of the external trigger's flags.
-constexpr uint8_t kExternalStart = 1 << 0;
-constexpr uint8_t kExternalStop = 1 << 1;
-constexpr uint8_t kStartVariant = 1 << 4;
-constexpr uint8_t kStopVariant = 1 << 5;
-
-constexpr uint8_t kStopByCount = 1;
-constexpr uint8_t kStopByTime = 2;
 
 boost::shared_ptr<TriggerElement> element(TriggerBank &bank, uint32_t kind)
 {
@@ -49,10 +41,10 @@ void RecordTrigger::programStart(const RecordProgram &program)
 {
     if (const uint8_t flags = program.externalTrigger; flags != 0) {
         const auto external = element(*bank_, kExternalInput);
-        programInput(external, kStartInput, "Start Enable", flags & kExternalStart,
-                     flags & kStartVariant);
-        programInput(external, kStopInput, "Stop Enable", flags & kExternalStop,
-                     flags & kStopVariant);
+        programInput(external, kStartInput, "Start Enable", flags & trigger::kStart,
+                     flags & trigger::kStartVariant);
+        programInput(external, kStopInput, "Stop Enable", flags & trigger::kStop,
+                     flags & trigger::kStopVariant);
         setFlag("Pretrigger Enable", program.usePretrigger);
         setNumber("Pretrigger Loop Time Value", program.pretriggerCount);
     } else if (program.usePretrigger) {
@@ -71,15 +63,16 @@ void RecordTrigger::programStart(const RecordProgram &program)
 
 void RecordTrigger::programStop(const RecordProgram &program)
 {
-    if (program.type == kStopByCount) {
+    const auto condition = static_cast<StopCondition>(program.type);
+    if (condition == StopCondition::FrameCount) {
         setFlag("Stop Time Enable", false);
         setFlag("Stop Frame Count Enable", true);
         set("Stop Frame Count Value", ParameterValue::uint32(static_cast<uint32_t>(program.count)));
         return;
     }
     setFlag("Stop Frame Count Enable", false);
-    setFlag("Stop Time Enable", program.type == kStopByTime);
-    if (program.type == kStopByTime)
+    setFlag("Stop Time Enable", condition == StopCondition::Time);
+    if (condition == StopCondition::Time)
         setNumber("Stop Time Value", program.count);
 }
 

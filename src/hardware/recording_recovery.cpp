@@ -10,16 +10,6 @@
 
 namespace tavu {
 
-namespace {
-
-// The job's last known state, as clients see it.
-constexpr uint32_t kRunning = 1;
-constexpr uint32_t kFailed = 2;
-constexpr uint32_t kDone = 3;
-constexpr uint32_t kCancelled = 4;
-
-} // namespace
-
 void RecordingRecovery::discardIncompleteFile()
 {
     const auto set = library_.firstDriveSet();
@@ -42,22 +32,22 @@ void RecordingRecovery::cancel()
     recovery_->cancel();
 }
 
-uint32_t RecordingRecovery::status()
+RecoveryStatus RecordingRecovery::status()
 {
     if (!recovery_)
-        return recoveryStatusValue_;
+        return lastStatus_;
     if (recovery_->isCancelled()) {
-        recoveryStatusValue_ = kCancelled;
+        lastStatus_ = RecoveryStatus::Cancelled;
     } else if (!recovery_->isFinished()) {
-        return recoveryStatusValue_ = kRunning;
+        return lastStatus_ = RecoveryStatus::Running;
     } else if (recovery_->isSuccessful()) {
-        recoveryStatusValue_ = kDone;
+        lastStatus_ = RecoveryStatus::Done;
     } else {
-        recoveryStatusValue_ = kFailed;
+        lastStatus_ = RecoveryStatus::Failed;
         recoveryErrorText_ = textOf(recovery_->errorText());
     }
     recovery_.reset();
-    return recoveryStatusValue_;
+    return lastStatus_;
 }
 
 void RecordingRecovery::finish()

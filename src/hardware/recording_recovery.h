@@ -2,6 +2,7 @@
 
 #include "hardware/catalogue.h"
 #include "hardware/port_table.h"
+#include "wire/values.h"
 
 #include <cstdint>
 #include <string>
@@ -18,7 +19,7 @@ public:
     {
     }
 
-    void forgetStatus() { recoveryStatusValue_ = 0; }
+    void forgetStatus() { lastStatus_ = RecoveryStatus::None; }
     bool hasIncompleteFile() { return library_.firstDriveSet()->incompleteFileId() != 0; }
     /// Asks the library even when there is none, and doesn't look at a running job.
     void discardIncompleteFile();
@@ -27,7 +28,7 @@ public:
     /// Only asks the job. Raises "Recovery not in progress.".
     void cancel();
     /// Only a poll makes an ended job known: until then it counts as being in progress.
-    uint32_t status();
+    RecoveryStatus status();
     const std::string &error() const { return recoveryErrorText_; }
     /// Builds the metadata that no stop has written. Whether a job ran, and how it ended, is the
     /// client's concern. Raises "no incomplete file.", and "eof" when the metadata doesn't fit.
@@ -39,8 +40,8 @@ private:
     const LibraryAccess &library_;
     PortTable &ports_;
     Catalogue &catalogue_;
-    boost::shared_ptr<Quillon::Recovery> recovery_; ///< empty when no job is known
-    uint32_t recoveryStatusValue_ = 0;
+    boost::shared_ptr<Quillon::Recovery> recovery_;    ///< empty when no job is known
+    RecoveryStatus lastStatus_ = RecoveryStatus::None; ///< of the last job, as clients see it
     std::string recoveryErrorText_;
     uint32_t incompleteFileId_ = 0; ///< taken in hand by the last start()
 };

@@ -47,7 +47,10 @@ public:
     void startRecovery() override { locked(recovery_)->start(); }
     void finishRecovery() override { locked(recovery_)->finish(); }
     void cancelRecovery() override { locked(recovery_)->cancel(); }
-    uint32_t recoveryStatus() override { return locked(recovery_)->status(); }
+    uint32_t recoveryStatus() override
+    {
+        return static_cast<uint32_t>(locked(recovery_)->status());
+    }
     std::string recoveryError() override { return locked(recovery_)->error(); }
 
     void serialOpen(uint8_t port, uint32_t baudRate, uint8_t parity, uint8_t stopBits) override;
