@@ -10,8 +10,8 @@
 
 namespace tavu {
 
-/// One request for a command: its parameters, what it works on, and its answer. What goes over the
-/// pipe by which key, and which event follows, is the table's business.
+/// One request for a command: its parameters, what it works on, and its answer. Keys, types and the
+/// event that follows come from the table in wire/commands.h.
 template <Command command>
 class Call
 {

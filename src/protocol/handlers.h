@@ -69,7 +69,7 @@ constexpr Command commandOf(Reply (*)(const Call<command> &))
     return command;
 }
 
-/// The row of a command with a function of its own, which says by its argument whose it is.
+/// The row of a command with a function of its own. Its argument tells which command.
 template <auto function>
 constexpr Handler handle()
 {

@@ -43,7 +43,7 @@ using ParameterType = decltype(readParameter<type>(std::declval<const ObjectValu
 template <Command command, size_t index>
 inline constexpr Field kParameter = commandInfo(command).params[index];
 
-/// The position of a command's parameter in its list. Only for parameters that there are.
+/// The position of a command's parameter in its list; an unknown key doesn't compile.
 template <Command command>
 consteval size_t parameterIndex(std::string_view key)
 {

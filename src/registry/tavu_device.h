@@ -26,7 +26,7 @@ public:
     virtual void startRecovery() = 0;
     virtual void finishRecovery() = 0;
     virtual void cancelRecovery() = 0;
-    /// 0 none has run, 1 running, 2 failed, 3 done, 4 cancelled.
+    /// A RecoveryStatus as a number.
     virtual uint32_t recoveryStatus() = 0;
     virtual std::string recoveryError() = 0;
 
@@ -73,7 +73,8 @@ public:
                                uint32_t tapGeometry) = 0;
     virtual void setup() = 0;
 
-    /// Bit n of \a portMask selects port n. \a type says what \a count limits: 1 frames, 2 time.
+    /// Bit n of \a portMask selects port n. \a externalTrigger has the bits of namespace trigger;
+    /// \a type is a StopCondition as a number, and tells what \a count limits.
     virtual void startRecording(uint32_t portMask, uint8_t externalTrigger, uint8_t type,
                                 uint64_t count, bool usePretrigger, uint64_t pretriggerCount) = 0;
     virtual void stopRecording() = 0;
