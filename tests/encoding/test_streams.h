@@ -81,7 +81,7 @@ inline Bytes encoded(const std::function<void(MessageWriter &)> &write)
     MemorySink sink;
     MessageWriter sinkWriter(sink);
     write(sinkWriter);
-    const Bytes bytes = sink.take();
+    Bytes bytes = sink.take();
     Bytes memory(bytes.size() + 1, 0xEE);
     MemStream stream(memory.data(), memory.size());
     MessageWriter writer(stream);
