@@ -30,8 +30,8 @@ public:
     /// Bytes between the position and the end.
     uint64_t remaining() const { return size_ - position_; }
 
-    // For those who read or write in place what remaining() has room for. An access that leaves
-    // no byte over is not for them: whether it raises is for read() and write() to say.
+    // For reading or writing in place. Only while a byte is left behind what is taken: at the very
+    // end read() and write() decide whether to raise.
     unsigned char *position() { return data_ + position_; }
     void advance(uint64_t byteCount) { position_ += byteCount; }
 

@@ -20,6 +20,11 @@ ReadAhead::ReadAhead(Source source, std::span<uint8_t> buffer)
 uint64_t ReadAhead::read(void *buffer, uint64_t byteCount)
 {
     auto *target = static_cast<uint8_t *>(buffer);
+    // Every second read of a message is for one byte, the lead of a value.
+    if (byteCount == 1 && hasPending()) {
+        *target = buffer_[position_++];
+        return 1;
+    }
     uint64_t done = 0;
     while (done < byteCount && (hasPending() || refill())) {
         const auto count =

@@ -1,10 +1,9 @@
 #include "records/record_file.h"
 
 #include "encoding/file_stream.h"
+#include "encoding/read_ahead.h"
 #include "platform/files.h"
 
-#include <algorithm>
-#include <cstring>
 #include <optional>
 #include <stdexcept>
 
@@ -32,63 +31,6 @@ bool writeWhole(const std::string &path, const std::function<void(Stream &)> &wr
     return stream->close();
 }
 
-/// A record file being read, up to its end or an error.
-class RecordFileReader final : public Stream
-{
-public:
-    RecordFileReader(const InputFile &file, RecordBuffer &buffer) : file_(file), buffer_(buffer)
-    {
-        if (buffer_.empty())
-            buffer_.resize(kReadBufferSize);
-    }
-
-    uint64_t read(void *target, uint64_t byteCount) override;
-    uint64_t write(const void *, uint64_t) override { return 0; }
-
-    bool failed() const { return failed_; }
-
-private:
-    bool refill();
-
-    const InputFile &file_;
-    RecordBuffer &buffer_;
-    uint64_t offset_ = 0; ///< of the bytes behind the buffered ones
-    size_t position_ = 0;
-    size_t end_ = 0;
-    bool atEnd_ = false;
-    bool failed_ = false;
-};
-
-bool RecordFileReader::refill()
-{
-    if (atEnd_)
-        return false;
-    position_ = 0;
-    end_ = static_cast<size_t>(file_.readAt(offset_, buffer_.data(), buffer_.size(), &failed_));
-    offset_ += end_;
-    atEnd_ = end_ < buffer_.size();
-    return end_ > 0;
-}
-
-uint64_t RecordFileReader::read(void *target, uint64_t byteCount)
-{
-    auto *bytes = static_cast<unsigned char *>(target);
-    // Every second read of a record is for one byte, the lead of a value.
-    if (byteCount == 1 && position_ < end_) {
-        *bytes = buffer_[position_++];
-        return 1;
-    }
-    uint64_t done = 0;
-    while (done < byteCount && (position_ < end_ || refill())) {
-        const size_t count =
-            static_cast<size_t>(std::min<uint64_t>(byteCount - done, end_ - position_));
-        std::memcpy(bytes + done, buffer_.data() + position_, count);
-        position_ += count;
-        done += count;
-    }
-    return done;
-}
-
 } // namespace
 
 void replaceRecordFile(const std::string &path, const std::function<void(Stream &)> &write)
@@ -114,11 +56,23 @@ void readRecordFile(const std::string &path, RecordBuffer &buffer,
         return;
     if (!file.isOpen())
         throwFailed(path);
-    RecordFileReader stream(file, buffer);
+    if (buffer.empty())
+        buffer.resize(kReadBufferSize);
+    uint64_t offset = 0;
+    bool atEnd = false; // a short count tells, so that a small file costs one read
+    bool failed = false;
+    ReadAhead stream(
+        [&](void *target, uint64_t byteCount) {
+            const uint64_t count = atEnd ? 0 : file.readAt(offset, target, byteCount, &failed);
+            atEnd = count < byteCount;
+            offset += count;
+            return count;
+        },
+        buffer);
     try {
         read(stream);
     } catch (const std::runtime_error &) {
-        if (stream.failed())
+        if (failed)
             throwFailed(path);
     }
 }

@@ -21,6 +21,10 @@ std::string cellText(const Json &fields, const char *none)
     for (const Json &field : fields) {
         const std::string name = field["name"];
         const std::string type = field["type"];
+        if (type == "event" || type == "files") {
+            text += text.empty() ? name : ", and " + name;
+            continue;
+        }
         text += text.empty() ? name : ", " + name;
         if (name != "deviceId" && name != "port")
             text += " " + type;

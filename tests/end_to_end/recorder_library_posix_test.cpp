@@ -1,6 +1,9 @@
 // What the service says about a recorder library that it has found and that lacks something.
 
-#include "harness/lab.h"
+#include "harness/client.h"
+#include "harness/service.h"
+#include "support/environment.h"
+#include "support/lab.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +33,7 @@ TEST(RecorderLibrary, IsToldWhatItLacks)
         service.kill();
         setVariable("QUILLON_PATH_X64", concat(LIBRARIES_FOLDER, "/", each.folder));
         service.start();
-        EXPECT_EQ(Client().result(4)["count"].number, each.recorders) << each.folder;
+        EXPECT_EQ(Client().result("deviceCount")["count"].number, each.recorders) << each.folder;
         EXPECT_EQ(service.errors(), each.errors);
     }
 }
