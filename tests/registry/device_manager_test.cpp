@@ -57,7 +57,7 @@ protected:
     DeviceManager manager{{std::make_unique<EmptyLibrary>(script), {}}};
 };
 
-TEST_F(DeviceManagerTest, queueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLastEvent)
+TEST_F(DeviceManagerTest, QueueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLastEvent)
 {
     for (const uint32_t id : {0u, 1u, 2u})
         EXPECT_EQ(manager.createQueue(), id);
@@ -81,7 +81,7 @@ TEST_F(DeviceManagerTest, queueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLa
     }
 }
 
-TEST_F(DeviceManagerTest, stopLetsGoOfTheLibraryOnce)
+TEST_F(DeviceManagerTest, StopLetsGoOfTheLibraryOnce)
 {
     manager.start();
     manager.stop();
@@ -90,7 +90,7 @@ TEST_F(DeviceManagerTest, stopLetsGoOfTheLibraryOnce)
     EXPECT_EQ(script.unregistrations, 1);
 }
 
-TEST_F(DeviceManagerTest, updateThreadCannotStopItself)
+TEST_F(DeviceManagerTest, UpdateThreadCannotStopItself)
 {
     manager.start();
     std::string complaint;
