@@ -67,32 +67,5 @@ TEST_F(EmulatorTest, AnOpenFileSurvivesAnotherGeometry)
     EXPECT_EQ(bytesOf(region, 180000), file("Emu/1"));
 }
 
-TEST_F(EmulatorTest, LiveRampGoesOnAndStartsAnew)
-{
-    EXPECT_EQ(errorOf([&] { device_->startLive(0); }), "Failed to create memory mapping");
-    device_->setPortConfig(0, 4, 4, 0, 0);
-    uint16_t width, height;
-    uint32_t imageSize;
-    const auto frameError = [&] {
-        return errorOf([&] { device_->liveFrame(0, width, height, imageSize); });
-    };
-    EXPECT_EQ(frameError(), "Live not started");
-    EXPECT_EQ(errorOf([&] { device_->stopLive(0); }), "Live not started");
-    for (int run = 0; run < 2; ++run) {
-        SharedRegion region;
-        ASSERT_TRUE(region.open(device_->startLive(0)));
-        EXPECT_EQ(errorOf([&] { device_->startLive(0); }), "Live alrady started");
-        const auto *pixels = static_cast<const uint8_t *>(region.view());
-        for (int frame = 0; frame < 3; ++frame) {
-            EXPECT_EQ(frameError(), "");
-            EXPECT_EQ(imageSize, 32u);
-            EXPECT_EQ(pixels[0], 16 * frame);
-            EXPECT_EQ(pixels[30], 16 * frame + 15);
-            EXPECT_EQ(pixels[32], 0);
-        }
-        device_->stopLive(0);
-    }
-}
-
 } // namespace
 } // namespace tavu

@@ -27,10 +27,9 @@ TEST_F(EmulatorTest, KeepsConfigurationAndPairing)
         ByteBlock block;
         device_->getPortConfig(0, width, height, pixelFormat, tapGeometry);
         device_->portIdentity(0, block);
-        return std::to_string(width) + "x" + std::to_string(height) + " " +
-               std::to_string(pixelFormat) + " " + std::to_string(tapGeometry) + " " +
-               device_->pairedTo(0) + " " + std::to_string(device_->framesPerPacket(0)) + " " +
-               std::string(block.begin(), block.end());
+        return concat(width, 'x', height, ' ', pixelFormat, ' ', tapGeometry, ' ',
+                      device_->pairedTo(0), ' ', device_->framesPerPacket(0), ' ',
+                      std::string(block.begin(), block.end()));
     };
     EXPECT_EQ(port(), "0x0 0 0  0 ");
     prepare(640, 480);

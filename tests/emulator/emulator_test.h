@@ -2,16 +2,16 @@
 
 #include "emulator/tavu_device_emulator.h"
 #include "support/error_of.h"
-#include "support/files.h"
+#include "support/lab.h"
+#include "support/wait.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <memory>
-#include <thread>
 
 namespace tavu {
 
-using test::errorOf, test::readFile, test::TemporaryFolder, test::writeFile;
+using test::concat, test::errorOf, test::expectedFrame, test::fromHex, test::readFile,
+    test::TemporaryFolder, test::waitUntil, test::writeFile;
 
 /// Makes \a folder the per-user data folder and returns the emulated device's folder in it.
 std::filesystem::path useDataFolder(const std::filesystem::path &folder);
@@ -52,20 +52,11 @@ protected:
         return frames;
     }
 
-    template <typename Condition>
-    void waitFor(Condition condition)
-    {
-        const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!condition() && std::chrono::steady_clock::now() < limit)
-            std::this_thread::yield();
-        ASSERT_TRUE(condition());
-    }
-
     /// Makes a recording and returns its file id.
     uint32_t record(uint64_t count, uint8_t type = 1)
     {
         start(type, count);
-        waitFor([this] { return device_->isRecordingDone(); });
+        EXPECT_TRUE(waitUntil([this] { return device_->isRecordingDone(); }));
         device_->stopRecording();
         uint32_t fileId, streamId;
         device_->recordingFile(0, fileId, streamId);
@@ -86,7 +77,7 @@ protected:
     {
         std::string text;
         for (const FileRecord &file : device_->listFiles())
-            text += std::to_string(file.fileId) + ":" + file.name + " ";
+            text += concat(file.fileId, ':', file.name, ' ');
         return text;
     }
 

@@ -91,9 +91,14 @@ TEST(Regions, AreNeverWrittenPastTheFrameTheyWereMadeFor)
 {
     Service service;
     Script script;
-    script.play("A configures 4 4");
+    script.play(R"(
+        A startLive P -> !Failed to create memory mapping
+        A configures 4 4
+        A liveFrame P -> !Live not started
+    )");
     const Region live(script["A"].result("startLive", "P"));
     script.play(R"(
+        A startLive P -> !Live alrady started
         A liveFrame P -> {"width":4,"height":4,"imageSize":32}
         A configures 1000 1000
         A liveFrame P -> {"width":1000,"height":1000,"imageSize":2000000}

@@ -4,6 +4,7 @@
 //     describe NAME               the recorder.conf of a recorder
 //     faults NAME                 the faults.conf of the recorder that is device 0
 //     file NAME                   another file of the lab
+//     variable NAME VALUE         sets a variable for the next start; without a value it is none
 //     only Port::|Record::        from now on calls that hold none of these words are left out
 //     said TEXT                   expects this line in what the service has printed
 //     start, kill                 starts or kills the service
@@ -19,6 +20,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <map>
 #include <optional>
 
 namespace tavu::test {
@@ -100,6 +102,12 @@ private:
             newCalls();
         } else if (word == "only") {
             counted_ = rest.empty() ? " " : rest;
+        } else if (word == "variable") {
+            std::istringstream words(rest);
+            std::string name, value;
+            const bool isSet = bool(words >> name >> value);
+            variables_.erase(name);
+            variables_.try_emplace(name, name, isSet ? std::optional(value) : std::nullopt);
         } else if (word == "said") {
             EXPECT_TRUE(hasSaid(rest));
         } else {
@@ -142,6 +150,7 @@ private:
     }
 
     Lab lab_;
+    std::map<std::string, ScopedVariable> variables_;
     std::optional<Service> service_;
     Script script_;
     std::string counted_ = " ";

@@ -4,7 +4,6 @@
 #include "harness/recording.h"
 #include "harness/scenario.h"
 #include "harness/service.h"
-#include "harness/surroundings.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
@@ -88,7 +87,7 @@ protected:
 
 TEST_P(RecorderFailingCalls, LoseNothing)
 {
-    const uint32_t calls = transfersAreSlow() ? 1 : 3;
+    const uint32_t calls = onWine() ? 1 : 3;
     std::istringstream operations(kOperations);
     uint32_t number = 0;
     for (std::string operation; operations >> operation; number++) {
@@ -108,7 +107,7 @@ TEST_P(RecorderFailingCalls, LoseNothing)
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, RecorderFailingCalls,
-                         testing::Range(0u, transfersAreSlow() ? 1 : kShares));
+                         testing::Range(0u, onWine() ? 1 : kShares));
 
 } // namespace
 } // namespace tavu::test

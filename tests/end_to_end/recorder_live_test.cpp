@@ -164,13 +164,13 @@ TEST(RecorderLive, AllWhoWaitForASilentPortHearOfIt)
 TEST(RecorderCamera, ASlowTransferHoldsUpItsPortAlone)
 {
     Lab lab;
-    lab.describe("bench", "ports = 2");
+    lab.describe("bench", "ports = 2\ndrive sets = 1");
     Service service({}, lab.path());
     Client client;
     setFaults(lab, client, "bench", "Port::readMemory 1 take 1500");
     const auto begin = std::chrono::steady_clock::now();
-    Background slow("registerRead", "P addr=0 size=4"),
-        behind("registerWrite", "P addr=0 data=#01");
+    Background slow("registerRead", "P addr=0 size=4");
+    Background behind("registerWrite", "P addr=0 data=#01");
     for (int i = 0; i < 20; i++)
         EXPECT_EQ(client.result("deviceName", "D")["name"].string, "bench");
     client.does("registerWrite", "D port=1 addr=0 data=#02");
@@ -178,6 +178,15 @@ TEST(RecorderCamera, ASlowTransferHoldsUpItsPortAlone)
     EXPECT_FALSE(slow.isDone() && behind.isDone());
     slow.reply();
     EXPECT_EQ(behind.reply(), "{}");
+
+    // Nobody is told of a change before it is made.
+    client.result("createEventQueue");
+    setFaults(lab, client, "bench", "DriveSet::findFile 1 take 500");
+    const auto start = std::chrono::steady_clock::now();
+    Background pairing("pairPort", "P identity='Cam' info=# numFramesPerPacket=1");
+    EXPECT_TRUE(
+        waitUntil([&] { return client.result("tryReadEvent", "queueId=0")["ok"].text == "true"; }));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(500));
 }
 
 } // namespace

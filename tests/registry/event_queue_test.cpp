@@ -9,7 +9,7 @@
 namespace tavu {
 namespace {
 
-TEST(EventQueueTest, handsEventsOutInOrderAndLeavesTheTargetAloneWhenEmpty)
+TEST(EventQueueTest, HandsEventsOutInOrderAndLeavesTheTargetAloneWhenEmpty)
 {
     EventQueue queue;
     DeviceEvent event{EventType::PairingChanged, 8, 9};
@@ -30,7 +30,7 @@ TEST(EventQueueTest, handsEventsOutInOrderAndLeavesTheTargetAloneWhenEmpty)
 
 // An event that is gone again before the reader gets it wakes the reader, but its wait must end at
 // the same time as without.
-TEST(EventQueueTest, timedReadEndsAtTheDeadlineSetAtEntry)
+TEST(EventQueueTest, TimedReadEndsAtTheDeadlineSetAtEntry)
 {
     using namespace std::chrono;
     EventQueue queue;

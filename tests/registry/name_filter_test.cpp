@@ -7,7 +7,7 @@
 namespace tavu {
 namespace {
 
-TEST(NameFilterTest, matches)
+TEST(NameFilterTest, Matches)
 {
     // Behind a slash a filter, and then names that match it (+) or don't (-).
     std::istringstream words("/ABC*|x?z +abcdef +XYZ -xz -xyzz /abc -abcd /abcd -abc "
@@ -25,13 +25,13 @@ TEST(NameFilterTest, matches)
     }
 }
 
-TEST(NameFilterTest, nameThatHoldsTheEndMarkerStaysWithinThePattern)
+TEST(NameFilterTest, NameThatHoldsTheEndMarkerStaysWithinThePattern)
 {
     EXPECT_FALSE(matchesFilter("a", std::string("a\0", 2)));
 }
 
 // A matcher that tries all ways to split the name between the stars would take years.
-TEST(NameFilterTest, manyStarsCostNoMoreThanTheLengths)
+TEST(NameFilterTest, ManyStarsCostNoMoreThanTheLengths)
 {
     std::string pattern;
     for (int i = 0; i < 200; ++i)

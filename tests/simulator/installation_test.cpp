@@ -1,5 +1,6 @@
 #include "lab.h"
 
+#include <array>
 #include <atomic>
 #include <future>
 
@@ -102,20 +103,7 @@ TEST(InstallationTest, RefusesWhatItDoesNotUnderstandAndSaysWhere)
     EXPECT_EQ(lab.device(0)->portCount(), 1u);
 }
 
-TEST(InstallationTest, TellsTheVersionOfItsFile)
-{
-    Lab lab;
-    lab.start();
-    const auto version = [&] {
-        const Quillon::VersionInfo info = lab.instance->version();
-        return std::vector{info.majorNumber, info.minorNumber, info.thirdNumber, info.fourthNumber};
-    };
-    EXPECT_EQ(version(), (std::vector<uint32_t>{2, 1, 0, 38}));
-    lab.write("", "library.conf", "version = 3.0.12.1");
-    EXPECT_TRUE(eventually([&] { return version() == std::vector<uint32_t>{3, 0, 12, 1}; }));
-}
-
-TEST(InstallationTest, CallsAreLoggedAsLongAsAFileIsNamed)
+TEST(InstallationTest, LibraryConfTakesEffectAsItChanges)
 {
     Lab lab;
     lab.describe("a", "");
@@ -124,8 +112,12 @@ TEST(InstallationTest, CallsAreLoggedAsLongAsAFileIsNamed)
     const auto device = lab.device(0);
     const auto log = [&] { return readFile(lab.folder.path / "calls.log"); };
     const auto call = [&] { return libraryErrorOf([&] { device->altName(); }); };
-    lab.write("", "library.conf", "call log = calls.log");
+    lab.write("", "library.conf", "call log = calls.log\nversion = 3.0.12.1");
     EXPECT_TRUE(eventually([&] { return call() == "x" && !log().empty(); }));
+    const Quillon::VersionInfo version = lab.instance->version();
+    EXPECT_EQ((std::array{version.majorNumber, version.minorNumber, version.thirdNumber,
+                          version.fourthNumber}),
+              (std::array<uint32_t, 4>{3, 0, 12, 1}));
     const size_t before = log().size();
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i)
@@ -179,16 +171,6 @@ TEST(InstallationTest, FaultsHitTheCallsTheyName)
     EXPECT_NE(testing::internal::GetCapturedStderr().find(":1: there is no operation"),
               std::string::npos);
     EXPECT_FALSE(lab.recorders->device(0));
-}
-
-TEST(InstallationTest, AStartCanFail)
-{
-    Lab lab;
-    lab.write("", "faults.conf", "Instance::initialize 1 raise No licence.");
-    EXPECT_EQ(libraryErrorOf([&] { lab.start(); }), "No licence.");
-    lab.write("", "faults.conf", "Instance::deviceCollection 1 empty");
-    lab.start();
-    EXPECT_FALSE(lab.recorders);
 }
 
 TEST(InstallationTest, RecordersComeAndGoAndProgramsHearOfIt)

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "support/files.h"
-
-#include <cstdint>
+#include "support/wire.h"
 
 namespace tavu::test {
 
@@ -22,6 +21,10 @@ public:
 };
 
 /// The bytes of a simulated recorder's frame; \a port counts from 0.
-std::string simulatedFrame(uint32_t port, uint64_t number, uint32_t width, uint32_t height);
+Bytes simulatedFrame(uint32_t port, uint64_t number, uint32_t width, uint32_t height);
+/// The frame with this number of an emulated recording.
+Bytes expectedFrame(uint64_t number, uint32_t width, uint32_t height);
+/// So many 16-bit values that count up from \a first on, as bytes.
+Bytes expectedRamp(uint64_t first, uint64_t count);
 
 } // namespace tavu::test

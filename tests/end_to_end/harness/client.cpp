@@ -1,8 +1,8 @@
 #include "client.h"
 
 #include "recording.h"
+#include "support/environment.h"
 #include "support/wait.h"
-#include "surroundings.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -153,7 +153,7 @@ Bytes Region::bytes(uint64_t count, uint64_t offset) const
 
 bool Region::isReachable()
 {
-    if (regionsStayForTheirUsers()) {
+    if (onWindows()) { // a name leads to its region for as long as anybody has it mapped
         region_.close();
         return region_.open(name);
     }

@@ -21,11 +21,6 @@ void startRecording(Client &client, uint32_t portMask = 1, uint64_t frameCount =
 /// Records so many frames and returns the id of port 0's file.
 uint64_t record(Client &client, uint64_t frameCount, uint32_t portMask = 1);
 
-/// The frame with this number of an emulated recording.
-Bytes expectedFrame(uint64_t number, uint32_t width, uint32_t height);
-/// So many 16-bit values that count up from \a first on, as bytes.
-Bytes expectedRamp(uint64_t first, uint64_t count);
-
 /// Sets the faults of a simulated recorder that is device 0. By the end the faults hold, and the
 /// service has called DeviceCollection::device once, and nothing else of the library.
 void setFaults(const Lab &lab, Client &client, const std::string &recorder, std::string_view text);
