@@ -52,7 +52,7 @@ LocalSocket::LocalSocket(LocalSocket &&other) noexcept : handle_(other.handle_.e
 LocalSocket &LocalSocket::operator=(LocalSocket &&other) noexcept
 {
     if (this != &other) {
-        close();
+        LocalSocket::close();
         handle_ = other.handle_.exchange(kNoHandle);
         uses_ = 0;
     }
@@ -61,7 +61,7 @@ LocalSocket &LocalSocket::operator=(LocalSocket &&other) noexcept
 
 LocalSocket::~LocalSocket()
 {
-    close();
+    LocalSocket::close();
 }
 
 uint64_t LocalSocket::read(void *buffer, uint64_t byteCount)

@@ -14,7 +14,7 @@ namespace tavu {
 /// One connected end of the local pipe. read() and write() belong to one thread; close() may come
 /// from any other: it ends a blocked read or write, and the native handle is released only when no
 /// call is inside the system with it, so that a reused handle number can't be hit.
-class LocalSocket final : public Channel
+class LocalSocket : public Channel
 {
 public:
     /// A file descriptor or a Windows HANDLE; all bits set means none.
