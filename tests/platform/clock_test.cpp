@@ -7,7 +7,7 @@
 namespace tavu {
 namespace {
 
-TEST(ClockTest, timestampsCountFrom1601)
+TEST(ClockTest, TimeStampsCountFrom1601)
 {
     const auto seconds = static_cast<uint64_t>(std::time(nullptr));
     // 134774 days lie between the epoch of time() and that of our time stamps.
@@ -16,7 +16,7 @@ TEST(ClockTest, timestampsCountFrom1601)
     EXPECT_LE(stamp, seconds + 60);
 }
 
-TEST(ClockTest, sleepNeverEndsEarly)
+TEST(ClockTest, SleepNeverEndsEarly)
 {
     for (const uint64_t nanoseconds : {1ull, 50'000ull, 3'000'000ull}) {
         const uint64_t deadline = monotonicNanoseconds() + nanoseconds;

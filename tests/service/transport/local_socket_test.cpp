@@ -41,16 +41,6 @@ protected:
                           [&socket, bytes] { return socket.write(bytes.data(), bytes.size()); });
     }
 
-    void connectTo(LocalSocketServer &server)
-    {
-        ASSERT_TRUE(client_.connect(name_));
-        peer_ = server.accept();
-        auto writing = send(client_, "x");
-        char byte = 0;
-        EXPECT_EQ(1u, peer_.read(&byte, 1));
-        EXPECT_EQ(1u, writing.get());
-    }
-
     const test::TemporaryFolder folder_;
     // A path longer than an address can hold makes no difference.
     const std::filesystem::path address_ = folder_.path / std::string(120, 'd');
@@ -104,20 +94,19 @@ TEST_F(LocalSocketTest, UnreadBytesDontSpoilTheEndThatThePeerSees)
 
 TEST_F(LocalSocketTest, CloseFromAnotherThreadEndsBlockedCalls)
 {
-    ASSERT_TRUE(server_.listen(name_, false));
-    for (const bool reading : {true, false}) {
-        LocalSocket client;
-        ASSERT_TRUE(client.connect(name_));
-        LocalSocket peer = server_.accept();
-        std::vector<char> buffer(8'000'000);
-        auto blocked = std::async(std::launch::async, [&] {
-            return reading ? peer.read(buffer.data(), buffer.size())
-                           : peer.write(buffer.data(), buffer.size());
-        });
-        EXPECT_EQ(std::future_status::timeout, blocked.wait_for(std::chrono::milliseconds(20)));
-        peer.close();
-        ASSERT_EQ(std::future_status::ready, blocked.wait_for(std::chrono::seconds(30)));
-        EXPECT_LT(blocked.get(), buffer.size());
+    connectPair();
+    LocalSocket secondClient;
+    ASSERT_TRUE(secondClient.connect(name_));
+    LocalSocket secondPeer = server_.accept();
+    std::string bytes(8'000'000, 'x');
+    auto reading =
+        std::async(std::launch::async, [&] { return peer_.read(bytes.data(), bytes.size()); });
+    auto writing = send(secondPeer, bytes);
+    for (auto [socket, blocked] : {std::pair(&peer_, &reading), {&secondPeer, &writing}}) {
+        EXPECT_EQ(std::future_status::timeout, blocked->wait_for(std::chrono::milliseconds(20)));
+        socket->close();
+        ASSERT_EQ(std::future_status::ready, blocked->wait_for(std::chrono::seconds(30)));
+        EXPECT_LT(blocked->get(), bytes.size());
     }
 }
 
@@ -164,20 +153,14 @@ TEST_F(LocalSocketTest, AbortEndsAcceptForGood)
     EXPECT_FALSE(client_.connect(name_));
 }
 
-TEST_F(LocalSocketTest, NameIsFreeOnceTheListenerIsGone)
+TEST_F(LocalSocketTest, AClientThatLeftBeforeItsAcceptIsHandedOutAllTheSame)
 {
-    auto first = std::make_unique<LocalSocketServer>();
-    ASSERT_TRUE(first->listen(name_, false));
-    // A client that came, and left, before the first accept is handed out all the same.
+    ASSERT_TRUE(server_.listen(name_, false));
     ASSERT_TRUE(client_.connect(name_));
     client_.close();
-    peer_ = first->accept();
+    peer_ = server_.accept();
     char byte = 0;
     EXPECT_EQ(0u, peer_.read(&byte, 1));
-    connectTo(*first);
-    peer_.close();
-    first.reset();
-    EXPECT_TRUE(server_.listen(name_, false));
 }
 
 TEST_F(LocalSocketTest, ListsWhatListens)
