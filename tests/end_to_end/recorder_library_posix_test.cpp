@@ -1,6 +1,7 @@
 // What the service says about a recorder library that it has found and that lacks something.
 
-#include "harness/lab.h"
+#include "harness/recording.h"
+#include "harness/service.h"
 
 #include <gtest/gtest.h>
 
@@ -30,7 +31,7 @@ TEST(RecorderLibrary, IsToldWhatItLacks)
         service.kill();
         setVariable("QUILLON_PATH_X64", concat(LIBRARIES_FOLDER, "/", each.folder));
         service.start();
-        EXPECT_EQ(Client().result(4)["count"].number, each.recorders) << each.folder;
+        EXPECT_EQ(Client().result("deviceCount")["count"].number, each.recorders) << each.folder;
         EXPECT_EQ(service.errors(), each.errors);
     }
 }
