@@ -31,18 +31,15 @@ double framesPerSecond(const std::function<void(int)> &frame)
 
 void benchPlayback(Client &client, const Workplace &workplace)
 {
-    const uint64_t fileId = recordFrames(client, kFrames).first;
-    const uint64_t openFileId =
-        client.call(27, {{"deviceId", 0}, {"fileId", fileId}, {"streamId", 0}})
-            .mapAt("openFileId")
-            .asPositive();
+    const uint32_t fileId = recordFrames(client, kFrames).fileId;
+    const uint32_t openFileId = client.openFile(0, fileId, 0).openFileId;
     SharedRegion region;
     const int file = ::open((workplace.recordings() / std::to_string(fileId)).c_str(), O_RDONLY);
     if (file < 0 || !region.createUnique("tavu_bench", kFrameBytes, false))
         throw std::runtime_error("the peer of readFrame lacks its file or its region");
 
     const auto readFrame = [&](int frame) {
-        client.call(30, {{"deviceId", 0}, {"openFileId", openFileId}, {"frame", uint64_t(frame)}});
+        client.readFrame(0, openFileId, static_cast<uint64_t>(frame));
     };
     const auto bareRead = [&](int frame) {
         const auto offset = static_cast<off_t>(frame) * static_cast<off_t>(kFrameBytes);
@@ -60,8 +57,7 @@ void benchPlayback(Client &client, const Workplace &workplace)
 void benchLive(Client &client)
 {
     SharedRegion region;
-    const ObjectValue started = client.call(52, {{"deviceId", 0}, {"port", 0}});
-    if (!region.open(started.mapAt("mapping").asString()))
+    if (!region.open(client.startLive(0, 0)))
         throw std::runtime_error("the live region can't be mapped");
     auto *pixels = static_cast<uint16_t *>(region.view());
 
@@ -69,12 +65,7 @@ void benchLive(Client &client)
     const auto fill = [&](int) { next = fillRamp(pixels, kPixels, next); };
     printRow("liveFrame 2560x1600",
              compare(
-                 kRounds,
-                 [&] {
-                     return framesPerSecond([&](int) {
-                         client.call(54, {{"deviceId", 0}, {"port", 0}});
-                     });
-                 },
+                 kRounds, [&] { return framesPerSecond([&](int) { client.liveFrame(0, 0); }); },
                  [&] { return framesPerSecond(fill); }),
              1, "frames/s", ">= 0.80");
 }

@@ -17,7 +17,6 @@ namespace {
 
 constexpr int kBroadcasts = 51;
 constexpr int kWakes = 9;
-constexpr uint64_t kReadEvent = 2, kTryReadEvent = 3, kNotifyFilesChanged = 50;
 
 double residentKiB(pid_t pid)
 {
@@ -36,18 +35,17 @@ struct Listeners
     {
         for (size_t i = 0; i < count; ++i) {
             clients.push_back(std::make_unique<Client>());
-            queues.push_back(clients.back()->call(0, {}).mapAt("queueId").asPositive());
+            queues.push_back(clients.back()->createEventQueue());
         }
     }
 
     std::vector<std::unique_ptr<Client>> clients;
-    std::vector<uint64_t> queues;
+    std::vector<uint32_t> queues;
 };
 
-void requireEvent(const ObjectValue &result, uint64_t device)
+void requireEvent(const client::Event &event, uint32_t device)
 {
-    const ObjectValue &event = result.mapAt("event");
-    if (event.mapAt("type").asPositive() != 4 || event.mapAt("device").asPositive() != device)
+    if (event.type != EventType::FilesChanged || event.device != device)
         throw std::runtime_error("a queue has another event than the one that was posted");
 }
 
@@ -55,32 +53,44 @@ void requireEvent(const ObjectValue &result, uint64_t device)
 double broadcastSeconds(Client &poster, Listeners &listeners)
 {
     std::vector<double> times;
-    for (uint64_t number = 0; number < kBroadcasts; ++number) {
-        times.push_back(secondsOf([&] {
-            poster.call(kNotifyFilesChanged, {{"deviceId", number}});
-        }));
+    for (uint32_t number = 0; number < kBroadcasts; ++number) {
+        times.push_back(secondsOf([&] { poster.notifyFilesChanged(number); }));
         for (size_t i = 0; i < listeners.clients.size(); ++i)
             requireEvent(
-                listeners.clients[i]->call(kTryReadEvent, {{"queueId", listeners.queues[i]}}),
+                listeners.clients[i]->tryReadEvent(listeners.queues[i]).value_or(client::Event()),
                 number);
     }
     return median(std::move(times));
+}
+
+void askForEvent(Client &client, uint32_t queue)
+{
+    const std::vector<uint8_t> request =
+        client::encodeRequest(static_cast<uint32_t>(Command::ReadEvent), {{"queueId", queue}});
+    if (client.socket().write(request.data(), request.size()) != request.size())
+        throw std::runtime_error("the service has gone");
+}
+
+client::Event awaitEvent(Client &client)
+{
+    ObjectValue reply;
+    MessageReader(client.socket()).readObject(reply);
+    return client::Reply("readEvent", std::move(reply.mapAt("result"))).event("event");
 }
 
 /// The same with a reader waiting at each queue, until the last of them has the event in hand.
 double wakeSeconds(Client &poster, Listeners &listeners)
 {
     std::vector<double> times;
-    for (uint64_t number = 0; number < kWakes; ++number) {
+    for (uint32_t number = 0; number < kWakes; ++number) {
         for (size_t i = 0; i < listeners.clients.size(); ++i)
-            listeners.clients[i]->send(
-                encodeRequest(kReadEvent, {{"queueId", listeners.queues[i]}}));
+            askForEvent(*listeners.clients[i], listeners.queues[i]);
         // Long enough for all of them to wait, well short of the half second that they wait for.
         std::this_thread::sleep_for(std::chrono::milliseconds(150));
         times.push_back(secondsOf([&] {
-            poster.call(kNotifyFilesChanged, {{"deviceId", number}});
+            poster.notifyFilesChanged(number);
             for (const auto &client : listeners.clients)
-                requireEvent(client->receive(), number);
+                requireEvent(awaitEvent(*client), number);
         }));
     }
     return median(std::move(times));
@@ -91,7 +101,7 @@ void benchListeners(size_t count)
     Workplace workplace;
     ServiceProcess service;
     Client poster;
-    poster.call(4);
+    poster.deviceCount();
     const double before = residentKiB(service.pid());
     Listeners listeners(count);
     const double each = (residentKiB(service.pid()) - before) / static_cast<double>(count);

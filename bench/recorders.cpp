@@ -32,15 +32,12 @@ void benchRecorderPlayback()
     lab.add("bench", "drives = 3\n");
     ServiceProcess service;
     Client client;
-    client.call(33);
+    client.setup(0);
     configure(client, kWidth, kHeight);
     const auto [fileId, streamId] = recordFrames(client, kFrames);
-    const uint64_t openFileId =
-        client.call(27, {{"deviceId", 0}, {"fileId", fileId}, {"streamId", streamId}})
-            .mapAt("openFileId")
-            .asPositive();
+    const uint32_t openFileId = client.openFile(0, fileId, streamId).openFileId;
     RecorderLoop loop;
-    loop.openStream(static_cast<uint32_t>(fileId), static_cast<uint32_t>(streamId));
+    loop.openStream(fileId, streamId);
     SharedRegion region;
     if (!region.createUnique("tavu_bench", kFrameBytes, false))
         throw std::runtime_error("the peer of readFrame lacks its region");
@@ -51,9 +48,7 @@ void benchRecorderPlayback()
                        readFrame(i);
                });
     };
-    const auto ours = [&](uint64_t i) {
-        client.call(30, {{"deviceId", 0}, {"openFileId", openFileId}, {"frame", i}});
-    };
+    const auto ours = [&](uint64_t i) { client.readFrame(0, openFileId, i); };
     const auto bare = [&](uint64_t i) { loop.readFrame(i, region.view(), kFrameBytes); };
     printRow("recorder: readFrame 2560x1600, warm",
              compare(
@@ -66,17 +61,16 @@ void benchRecorderPlayback()
 constexpr int kLiveFrames = 60;
 
 /// Frames per second of a port that a client of its own watches.
-double watchPort(uint64_t port)
+double watchPort(uint8_t port)
 {
     Client client;
-    client.call(52, {{"deviceId", 0}, {"port", port}});
-    const auto frame = [&] { client.call(54, {{"deviceId", 0}, {"port", port}}); };
-    frame();
+    client.startLive(0, port);
+    client.liveFrame(0, port);
     const double seconds = secondsOf([&] {
         for (int i = 0; i < kLiveFrames; ++i)
-            frame();
+            client.liveFrame(0, port);
     });
-    client.call(53, {{"deviceId", 0}, {"port", port}});
+    client.stopLive(0, port);
     return kLiveFrames / seconds;
 }
 
@@ -86,7 +80,7 @@ void benchRecorderLive()
     lab.add("bench", "ports = 2\n[ports]\nframe rate = 60\n");
     ServiceProcess service;
     Client client;
-    client.call(33);
+    client.setup(0);
     for (const uint8_t port : {0, 1})
         configure(client, 1280, 1024, port);
 
@@ -101,8 +95,8 @@ void benchRecorderLive()
 
 // Connection.
 
-/// A recorder whose drives hold \a count recordings without a frame. A further read of metadata
-/// than one a file would fail.
+/// A recorder whose drives hold \a count recordings without a frame. Reading more metadata
+/// than once a file would fail.
 void describeFullRecorder(RecorderLab &lab, uint32_t count)
 {
     const fs::path folder = lab.add("bench", "drives = 2\n");
@@ -144,7 +138,7 @@ void benchConnection(uint32_t count)
     {
         ServiceProcess service;
         Client client;
-        if (client.call(26).mapAt("files").size() != count)
+        if (client.listFiles(0).size() != count)
             throw std::runtime_error("the service doesn't list all files of the recorder");
     }
     printRow("recorder: connection with " + std::to_string(count) + " drive files",
@@ -158,7 +152,7 @@ double deviceNameTime(Client &client)
 {
     std::vector<double> times;
     for (int i = 0; i < 1000; ++i)
-        times.push_back(secondsOf([&] { client.call(5, {{"deviceId", 1}}); }));
+        times.push_back(secondsOf([&] { client.deviceName(1); }));
     return median(std::move(times));
 }
 
@@ -170,11 +164,9 @@ void benchSlowNeighbour()
     ServiceProcess service;
     Client client;
     Client patient;
-    client.call(57, {{"deviceId", 1}});
+    client.hardwareType(1);
     writeText(slow / "faults.conf", "Device::hardwareInfo * take 200\n");
-    const auto slowCall = [&patient] {
-        return secondsOf([&] { patient.call(57, {{"deviceId", 0}}); });
-    };
+    const auto slowCall = [&patient] { return secondsOf([&] { patient.hardwareType(0); }); };
     while (slowCall() < 0.2) {
     }
 

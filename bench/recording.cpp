@@ -55,8 +55,7 @@ int64_t watchRecording(Client &client)
     for (;;) {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
         const int64_t due = framesDue(begin);
-        const auto progress = client.call(47, {{"deviceId", 0}, {"port", 0}});
-        const auto written = static_cast<int64_t>(progress.mapAt("numFrames").asPositive());
+        const auto written = static_cast<int64_t>(client.recordingProgress(0, 0).numFrames);
         worst = std::max(worst, due - written);
         if (due + 1 >= kFrames)
             return worst;
@@ -65,26 +64,14 @@ int64_t watchRecording(Client &client)
 
 Recorded record(Client &client, clockid_t clock)
 {
-    ObjectValue params = ObjectValue::map();
-    const std::pair<const char *, uint64_t> numbers[] = {
-        {"deviceId", 0}, {"portMask", 1}, {"externalTrigger", 0},
-        {"type", 0},     {"count", 0},    {"pretriggerCount", 0}};
-    for (const auto &[key, value] : numbers)
-        params.mapAppend(key, ObjectValue::positive(value));
-    params.mapAppend("usePretrigger", ObjectValue::boolean(false));
-
     const double before = processorTime(clock);
-    client.call(42, params);
+    client.startRecording(0, {});
     Recorded result;
     result.behind = watchRecording(client);
-    client.call(43);
+    client.stopRecording(0);
     const double used = processorTime(clock) - before;
-    const Params port = {{"deviceId", 0}, {"port", 0}};
-    const auto frames = client.call(47, port).mapAt("numFrames").asPositive();
-    result.processorSeconds = used / static_cast<double>(frames);
-    client.call(31, {{"deviceId", 0},
-                     {"fileId", client.call(46, port).mapAt("fileId").asPositive()},
-                     {"streamId", 0}});
+    result.processorSeconds = used / static_cast<double>(client.recordingProgress(0, 0).numFrames);
+    client.removeFile(0, client.recordingFile(0, 0).fileId, 0);
     return result;
 }
 

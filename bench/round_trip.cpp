@@ -16,8 +16,8 @@ namespace {
 constexpr int kRounds = 31;
 constexpr int kTripsPerRound = 1000;
 
-// The pieces in which the service takes a deviceCount request in and gives its reply out: each head
-// and each body is a call of its own.
+// The pieces in which the peer reads a deviceCount request and writes its reply: each head and each
+// body with a call of its own.
 constexpr size_t kReads[] = {1, 1, 3, 1, 4, 1, 3, 1, 1, 6, 1};
 constexpr size_t kWrites[] = {1, 1, 6, 1, 1, 5, 1};
 
@@ -127,7 +127,8 @@ void benchTrips(int clientProcessor, int serverProcessor, const std::string &whe
     // Before we connect, since a thread inherits the place of the one that starts it.
     pin(service.pid(), serverProcessor);
     Client client;
-    const std::vector<uint8_t> request = encodeRequest(4, {});
+    const std::vector<uint8_t> request =
+        client::encodeRequest(static_cast<uint32_t>(Command::DeviceCount), {});
     const size_t replySize = sum(std::begin(kWrites), std::end(kWrites));
     if (request.size() != sum(std::begin(kReads), std::end(kReads)))
         throw std::runtime_error("the peer reads another request than the service");

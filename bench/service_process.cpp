@@ -1,14 +1,12 @@
 #include "service_process.h"
 
-#include "encoding/memory_sink.h"
-#include "encoding/message_reader.h"
-#include "encoding/message_writer.h"
 #include "measure.h"
 
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <memory>
 #include <optional>
 #include <spawn.h>
 #include <stdexcept>
@@ -20,29 +18,17 @@ namespace tavu::bench {
 
 namespace {
 
-std::vector<uint8_t> encode(const char *action, const char *numberKey, uint64_t number,
-                            const ObjectValue *params)
+/// A socket that is connected to the service, which may still have to come up.
+LocalSocket *connectedSocket()
 {
-    MemorySink sink;
-    MessageWriter writer(sink);
-    writer.writeMapHeader(params ? 3 : 2);
-    writer.writeString("act");
-    writer.writeString(action);
-    writer.writeString(numberKey);
-    writer.writeUint(number);
-    if (params) {
-        writer.writeString("params");
-        writer.writeObject(*params);
+    auto socket = std::make_unique<LocalSocket>();
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!socket->connect(kPipeName)) {
+        if (std::chrono::steady_clock::now() > limit)
+            throw std::runtime_error("the service doesn't come up");
+        std::this_thread::sleep_for(std::chrono::microseconds(100));
     }
-    return sink.take();
-}
-
-ObjectValue toMap(Params params)
-{
-    ObjectValue map = ObjectValue::map();
-    for (const auto &[key, value] : params)
-        map.mapAppend(key, ObjectValue::positive(value));
-    return map;
+    return socket.release();
 }
 
 } // namespace
@@ -110,80 +96,28 @@ double startService()
     });
 }
 
-std::vector<uint8_t> encodeRequest(uint64_t ordinal, Params params)
-{
-    const ObjectValue map = toMap(params);
-    return encode("exec", "ord", ordinal, &map);
-}
+Client::Client() : Client(connectedSocket()) {}
 
-Client::Client()
+Client::Client(LocalSocket *socket) : Connection(std::unique_ptr<Channel>(socket)), socket_(*socket)
 {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!socket_.connect("tavusrv")) {
-        if (std::chrono::steady_clock::now() > limit)
-            throw std::runtime_error("the service doesn't come up");
-        std::this_thread::sleep_for(std::chrono::microseconds(100));
-    }
-    send(encode("verCheck", "ver", 0, nullptr));
-    receive();
-}
-
-void Client::send(const std::vector<uint8_t> &request)
-{
-    if (socket_.write(request.data(), request.size()) != request.size())
-        throw std::runtime_error("the service has gone");
-}
-
-ObjectValue Client::receive()
-{
-    ObjectValue reply;
-    MessageReader(socket_).readObject(reply);
-    if (reply.mapContains("error"))
-        throw std::runtime_error(reply.mapAt("error").asString());
-    return reply.mapContains("result") ? std::move(reply.mapAt("result")) : ObjectValue();
-}
-
-ObjectValue Client::call(uint64_t ordinal, Params params)
-{
-    send(encodeRequest(ordinal, params));
-    return receive();
-}
-
-ObjectValue Client::call(uint64_t ordinal, const ObjectValue &params)
-{
-    send(encode("exec", "ord", ordinal, &params));
-    return receive();
 }
 
 void configure(Client &client, uint16_t width, uint16_t height, uint8_t port)
 {
-    ObjectValue pairing = toMap({{"deviceId", 0}, {"port", port}, {"numFramesPerPacket", 1}});
-    pairing.mapAppend("identity", ObjectValue::string("bench"));
-    pairing.mapAppend("info", ObjectValue::blob("", 0));
-    client.call(34, pairing);
-    client.call(41, {{"deviceId", 0},
-                     {"port", port},
-                     {"width", width},
-                     {"height", height},
-                     {"pixelFormat", 0},
-                     {"tapGeometry", 0}});
+    client.pairPort(0, port, {"bench", {}, 1});
+    client.setPortConfig(0, port, {width, height, 0, 0});
 }
 
-std::pair<uint64_t, uint64_t> recordFrames(Client &client, int frames)
+client::RecordingTarget recordFrames(Client &client, int frames)
 {
-    ObjectValue params = toMap({{"deviceId", 0},
-                                {"portMask", 1},
-                                {"externalTrigger", 0},
-                                {"type", 1},
-                                {"count", static_cast<uint64_t>(frames)},
-                                {"pretriggerCount", 0}});
-    params.mapAppend("usePretrigger", ObjectValue::boolean(false));
-    client.call(42, params);
-    while (!client.call(45).mapAt("done").asBool())
+    client::RecordingSettings settings;
+    settings.stopCondition = StopCondition::FrameCount;
+    settings.count = static_cast<uint64_t>(frames);
+    client.startRecording(0, settings);
+    while (!client.isRecordingDone(0))
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    client.call(43);
-    const ObjectValue file = client.call(46, {{"deviceId", 0}, {"port", 0}});
-    return {file.mapAt("fileId").asPositive(), file.mapAt("streamId").asPositive()};
+    client.stopRecording(0);
+    return client.recordingFile(0, 0);
 }
 
 } // namespace tavu::bench

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "encoding/object_value.h"
+#include "client/connection.h"
 #include "service/transport/local_socket.h"
 
 #include <cstdint>
 #include <filesystem>
-#include <initializer_list>
 #include <string>
 #include <sys/types.h>
-#include <utility>
 #include <vector>
 
 namespace tavu::bench {
@@ -57,32 +55,25 @@ private:
 /// Seconds from the start of a service's process to its first answer.
 double startService();
 
-using Params = std::initializer_list<std::pair<const char *, uint64_t>>;
-
-/// A request with integer parameters, whole, as it goes over the pipe.
-std::vector<uint8_t> encodeRequest(uint64_t ordinal, Params params);
-
-/// A connection that has shaken hands. Waits for the service to come up.
-class Client
+/// A connection to the service; waits for it to come up.
+class Client : public client::Connection
 {
 public:
     Client();
 
-    /// The result of a command; nil when it has none. Raises std::runtime_error with the text of an
-    /// error reply.
-    ObjectValue call(uint64_t ordinal, Params params = {{"deviceId", 0}});
-    ObjectValue call(uint64_t ordinal, const ObjectValue &params);
-    void send(const std::vector<uint8_t> &request);
-    ObjectValue receive();
+    /// For requests and replies that are sent and taken by hand.
     LocalSocket &socket() { return socket_; }
 
 private:
-    LocalSocket socket_;
+    /// Takes the socket over.
+    explicit Client(LocalSocket *socket);
+
+    LocalSocket &socket_;
 };
 
 /// Pairs a port of device 0 and gives it a frame size.
 void configure(Client &client, uint16_t width, uint16_t height, uint8_t port = 0);
-/// Records frames on the first port of device 0; returns the file's id and its stream's.
-std::pair<uint64_t, uint64_t> recordFrames(Client &client, int frames);
+/// Records frames on the first port of device 0.
+client::RecordingTarget recordFrames(Client &client, int frames);
 
 } // namespace tavu::bench

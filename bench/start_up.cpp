@@ -56,7 +56,7 @@ void benchCatalogue(uint32_t count)
     {
         ServiceProcess service;
         Client client;
-        if (client.call(26).mapAt("files").size() != count)
+        if (client.listFiles(0).size() != count)
             throw std::runtime_error("the service doesn't list all recordings");
     }
     printRow(

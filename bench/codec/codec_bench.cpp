@@ -82,13 +82,6 @@ Message encoded(const std::function<void(MessageWriter &)> &write, size_t room)
     return message;
 }
 
-void decode(const Message &message)
-{
-    MemStream stream(const_cast<unsigned char *>(message.data()), message.size());
-    ObjectValue value;
-    MessageReader(stream).readObject(value);
-}
-
 ObjectValue decoded(const Message &message)
 {
     MemStream stream(const_cast<unsigned char *>(message.data()), message.size());
@@ -129,7 +122,7 @@ void compareDecoding(const char *name, const Message &message, int times, double
                      const char *unit)
 {
     const Comparison result = compare(
-        kRounds, [&] { return secondsEach(times, [&] { decode(message); }); },
+        kRounds, [&] { return secondsEach(times, [&] { decoded(message); }); },
         [&] { return secondsEach(times, [&] { unpackWithMsgpack(message); }); });
     printRow(name, result, scale, unit, "<= 1.00");
 }

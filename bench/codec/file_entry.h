@@ -1,18 +1,10 @@
 #pragma once
 
-#include <cstdint>
-#include <string>
+#include "client/values.h"
 
 namespace tavu::bench {
 
-/// A file as the reply to listFiles shows it.
-struct FileEntry
-{
-    std::string name, port, camera;
-    uint32_t fileId, streamId;
-    uint16_t width, height;
-    uint64_t numFrames, numDroppedFrames, size, timestamp, duration, startTime, endTime;
-};
+using client::FileEntry;
 
 /// Calls back with each key and value in the order of the wire, so that all who write an entry
 /// write the same.

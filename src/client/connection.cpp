@@ -8,12 +8,6 @@ namespace tavu::client {
 
 namespace {
 
-std::string nameForMessages(uint32_t ordinal)
-{
-    const CommandInfo *info = findCommand(ordinal);
-    return info ? info->name : "command " + std::to_string(ordinal);
-}
-
 std::unique_ptr<LocalSocket> connectedSocket(const std::string &name)
 {
     auto socket = std::make_unique<LocalSocket>();
@@ -68,14 +62,15 @@ void Connection::close()
 
 ObjectValue Connection::call(uint32_t ordinal, const ObjectValue &params)
 {
-    return exchange(nameForMessages(ordinal), encodeRequest(ordinal, params));
+    const CommandInfo *info = findCommand(ordinal);
+    const std::string name = info ? info->name : "command " + std::to_string(ordinal);
+    return exchange(name, encodeRequest(ordinal, params));
 }
 
 Reply Connection::execute(Command command, std::initializer_list<Param> params)
 {
-    const auto ordinal = static_cast<uint32_t>(command);
-    const std::string name = nameForMessages(ordinal);
-    return Reply(name, exchange(name, encodeRequest(ordinal, params)));
+    const std::string name = commandInfo(command).name;
+    return Reply(name, exchange(name, encodeRequest(static_cast<uint32_t>(command), params)));
 }
 
 ObjectValue Connection::exchange(const std::string &command, const std::vector<uint8_t> &request)

@@ -147,11 +147,12 @@ public:
 private:
     using Decoder = std::function<void(MessageReader &)>;
 
-    /// Sends a request and reads its reply: \a decode reads the command's values, if it has any.
+    /// Sends a request and reads its reply: \a decode reads the values, and isn't called when there
+    /// are none.
     void exchange(const std::string &command, const std::vector<uint8_t> &request,
                   const Decoder &decode);
     ObjectValue exchange(const std::string &command, const std::vector<uint8_t> &request);
-    /// Any command that the table has; see connection_ask.h.
+    /// Any command of the table, with its results; see connection_ask.h.
     template <Command command, typename... Arguments>
     auto ask(const Arguments &...arguments);
     Reply execute(Command command, std::initializer_list<Param> params);
@@ -160,7 +161,7 @@ private:
     [[noreturn]] void failReading(const std::string &command, const char *reason);
 
     std::unique_ptr<Channel> channel_;
-    ReadAhead replies_; ///< safe, since a service never sends more than the reply to a request
+    ReadAhead replies_; ///< a service sends nothing but one reply to each request
 };
 
 } // namespace tavu::client

@@ -10,9 +10,11 @@
 
 namespace tavu::client {
 
-// How the operations of Connection take the keys and types of their commands from the table.
+// Connection::ask<Command>(arguments...) sends any command of the table in wire/commands.h. The
+// table gives the keys and types: one argument per parameter, and the results come back as one
+// value, as a tuple of several, or not at all.
 
-/// A value that a reply carries.
+/// The value of a result.
 template <FieldType type>
 auto readValue(const Reply &reply, const char *key)
 {
@@ -34,7 +36,7 @@ auto readValue(const Reply &reply, const char *key)
         return reply.event(key);
 }
 
-/// The same where the table may say that it can miss.
+/// The value of a result; a std::optional where the table lets the result be missing.
 template <FieldType type, bool optional>
 auto readResult(const Reply &reply, const char *key)
 {
@@ -44,7 +46,7 @@ auto readResult(const Reply &reply, const char *key)
         return readValue<type>(reply, key);
 }
 
-/// A parameter as it is encoded, from an argument that is just as wide.
+/// A parameter for encodeRequest(). A number must be given in exactly the width of the table.
 template <FieldType type, typename Argument>
 Param makeParam(const char *key, const Argument &argument)
 {
@@ -88,7 +90,7 @@ auto Connection::ask(const Arguments &...arguments)
     (std::make_index_sequence<info.results.size()>());
 }
 
-/// A struct of just these members.
+/// Makes the results of ask() a struct whose members are in the order of the table.
 template <typename Struct, typename... Members>
 Struct gather(std::tuple<Members...> members)
 {

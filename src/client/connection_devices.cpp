@@ -21,7 +21,7 @@ std::optional<Event> Connection::tryReadEvent(uint32_t queueId)
 {
     const auto [ok, event] = ask<Command::TryReadEvent>(queueId);
     if (ok && !event)
-        throw ProtocolError("unexpected reply to tryReadEvent: \"event\" is missing");
+        throw ProtocolError::unexpectedReply("tryReadEvent", "\"event\" is missing");
     return ok ? event : std::nullopt;
 }
 

@@ -12,24 +12,29 @@ namespace {
 
 constexpr int kArray16 = 0xDC;
 
-/// Reads the head of a list of files. The service writes a count above 65535 behind the head of the
-/// 16-bit form, as four bytes. It also writes every count in its shortest form, which tells the two
-/// apart: as a 16-bit count, the upper half of a longer one would be below 16. (A list of a million
-/// entries is ambiguous, and read as the shorter one.)
+/// Reads a number of \a byteCount bytes, the highest first.
+uint32_t readBigEndian(MessageReader &reader, size_t byteCount)
+{
+    uint8_t bytes[4];
+    if (!reader.readRaw(bytes, byteCount))
+        throw std::runtime_error("the list of files is cut off");
+    uint32_t number = 0;
+    for (size_t i = 0; i < byteCount; ++i)
+        number = number << 8 | bytes[i];
+    return number;
+}
+
+/// Reads the head of a list of files. The head byte of the 16-bit form stands before counts of two
+/// bytes, and before those of four when there are more than 65535 files. Fewer than 16 have a
+/// shorter form, so two bytes that make less than 16 are the upper half of four. (From a million
+/// files on, that half is 16 or more, and the count is misread.)
 uint32_t readListHeader(MessageReader &reader, ReadAhead &stream)
 {
     if (stream.peek() != kArray16)
         return reader.readArrayHeader();
-    uint8_t head[3];
-    uint8_t rest[2];
-    if (!reader.readRaw(head, sizeof(head)))
-        throw std::runtime_error("the list of files is cut off");
-    const uint32_t count = head[1] * 256u + head[2];
-    if (count >= 16)
-        return count;
-    if (!reader.readRaw(rest, sizeof(rest)))
-        throw std::runtime_error("the list of files is cut off");
-    return count * 65536u + rest[0] * 256u + rest[1];
+    readBigEndian(reader, 1);
+    const uint32_t count = readBigEndian(reader, 2);
+    return count >= 16 ? count : count << 16 | readBigEndian(reader, 2);
 }
 
 using FileMember = std::variant<std::string FileEntry::*, uint16_t FileEntry::*,
@@ -45,7 +50,7 @@ constexpr FileMember kFileMembers[] = {
 };
 static_assert(std::size(kFileMembers) == kFileFields.size());
 
-/// Reads one value into the member that a field stands for.
+/// Reads a value of an entry into its member.
 struct FieldReader
 {
     MessageReader &reader;
@@ -84,6 +89,19 @@ FileEntry readFileEntry(MessageReader &reader, std::string &key)
     return entry;
 }
 
+std::vector<FileEntry> readFileList(MessageReader &reader, ReadAhead &stream, const char *listKey)
+{
+    std::string key;
+    if (reader.readMapHeader() == 1)
+        reader.readString(key);
+    if (key != listKey)
+        throw std::runtime_error("it has no list of files");
+    std::vector<FileEntry> files;
+    for (uint32_t count = readListHeader(reader, stream); count > 0; --count)
+        files.push_back(readFileEntry(reader, key));
+    return files;
+}
+
 } // namespace
 
 std::vector<FileEntry> Connection::listFiles(uint32_t device)
@@ -93,16 +111,10 @@ std::vector<FileEntry> Connection::listFiles(uint32_t device)
     exchange(info.name,
              encodeRequest(static_cast<uint32_t>(info.command), {{info.params[0].key, device}}),
              [this, &files](MessageReader &reader) {
-                 std::string key;
-                 if (reader.readMapHeader() != 1 ||
-                     (reader.readString(key), key != info.results[0].key))
-                     throw std::runtime_error("it has no list of files");
-                 files.emplace();
-                 for (uint32_t count = readListHeader(reader, replies_); count > 0; --count)
-                     files->push_back(readFileEntry(reader, key));
+                 files = readFileList(reader, replies_, info.results[0].key);
              });
     if (!files)
-        throw ProtocolError("unexpected reply to listFiles: it is empty");
+        throw ProtocolError::unexpectedReply(info.name, "it is empty");
     return std::move(*files);
 }
 

@@ -18,4 +18,9 @@ ConnectionError ConnectionError::strangersService(const std::string &address, ui
                            "service and for its clients");
 }
 
+ProtocolError ProtocolError::unexpectedReply(const std::string &command, const std::string &fault)
+{
+    return ProtocolError("unexpected reply to " + command + ": " + fault);
+}
+
 } // namespace tavu::client

@@ -40,6 +40,9 @@ class ProtocolError : public Error
 {
 public:
     using Error::Error;
+
+    /// The reply to \a command was read, and \a fault is what is wrong with it.
+    static ProtocolError unexpectedReply(const std::string &command, const std::string &fault);
 };
 
 } // namespace tavu::client

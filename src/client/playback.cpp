@@ -4,8 +4,8 @@ namespace tavu::client {
 
 namespace {
 
-/// What an object does at its end must not raise; the service takes care of the rest when the
-/// connection goes.
+/// For what a destructor does, which must not raise. What fails here the service cleans up when the
+/// connection ends.
 template <typename Action>
 void quietly(Action action)
 {

@@ -30,7 +30,7 @@ public:
     /// Maps the region that a reply calls \a mapping. Raises Error when there is none.
     explicit Region(const std::string &mapping);
 
-    /// All pixels; possibly more than a frame has, since a view ends with a page.
+    /// All pixels; may be more than a frame has, since whole pages are mapped.
     std::span<const uint16_t> pixels() const;
 
     /// A frame from the start of the region. Raises ProtocolError when the region is too small.

@@ -8,12 +8,12 @@ namespace tavu::client {
 const ObjectValue &Reply::value(const char *key, ObjectType type) const
 {
     const char *fault = nullptr;
-    if (values_.type() != ObjectType::Map || !values_.mapContains(key))
+    if (!has(key))
         fault = "is missing";
     else if (values_.mapAt(key).type() != type)
         fault = "has the wrong type";
     if (fault)
-        throw ProtocolError("unexpected reply to " + command_ + ": \"" + key + "\" " + fault);
+        throw ProtocolError::unexpectedReply(command_, std::string("\"") + key + "\" " + fault);
     return values_.mapAt(key);
 }
 
@@ -21,8 +21,9 @@ uint64_t Reply::number(const char *key, uint64_t limit) const
 {
     const uint64_t result = value(key, ObjectType::PositiveInteger).asPositive();
     if (result > limit)
-        throw ProtocolError("unexpected reply to " + command_ + ": \"" + key + "\" is " +
-                            std::to_string(result) + ", which is too large");
+        throw ProtocolError::unexpectedReply(command_, std::string("\"") + key + "\" is " +
+                                                           std::to_string(result) +
+                                                           ", which is too large");
     return result;
 }
 

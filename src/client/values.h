@@ -11,7 +11,7 @@ namespace tavu::client {
 
 using Bytes = std::vector<uint8_t>;
 
-// What the protocol itself names.
+// Names of the protocol that its clients use.
 using tavu::EventType;
 using tavu::kEmulatedDevice;
 using tavu::RecoveryStatus;
@@ -35,7 +35,7 @@ struct FileEntry
     uint64_t numDroppedFrames = 0;
     uint64_t size = 0;      ///< bytes
     uint64_t timestamp = 0; ///< 100 ns since 1601-01-01 UTC
-    uint64_t duration = 0;  ///< this and the next two are as clients stored them
+    uint64_t duration = 0;  ///< this, startTime and endTime are as clients stored them
     uint64_t startTime = 0;
     uint64_t endTime = 0;
 };
@@ -77,13 +77,15 @@ struct FrameGeometry
     uint32_t imageSize = 0; ///< bytes
 };
 
-/// What a port records. Width and height of 0 mean that it isn't configured.
+/// What a port records. It is configured once it has a frame size.
 struct PortConfig
 {
     uint16_t width = 0;  ///< pixels
     uint16_t height = 0; ///< pixels
     uint32_t pixelFormat = 0;
     uint32_t tapGeometry = 0;
+
+    bool hasFrameSize() const { return width != 0 && height != 0; }
 };
 
 /// A camera to bind to a port.

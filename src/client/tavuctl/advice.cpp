@@ -105,13 +105,13 @@ std::string adviceForUnreadyPort(Session &session, uint8_t port)
 {
     client::Connection &service = session.service();
     const std::string number = std::to_string(port);
-    const std::string place = session.deviceOption() + (port == 0 ? "" : " --port " + number);
+    const std::string place = session.deviceOption() + optionText("--port", port);
     const client::PortConfig config = service.getPortConfig(session.device, port);
     std::string text;
     if (service.pairedTo(session.device, port).empty())
         text +=
             "port " + number + " isn't paired with a camera: `tavuctl pair CAMERA" + place + "`\n";
-    if (config.width == 0 || config.height == 0)
+    if (!config.hasFrameSize())
         text +=
             "port " + number + " has no frame size: `tavuctl configure 1280x1024" + place + "`\n";
     if (!text.empty())

@@ -12,27 +12,12 @@ namespace tavu::ctl {
 
 namespace {
 
-template <typename Number>
-std::optional<Number> parseNumber(std::string_view text)
-{
-    Number value{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || end != text.data() + text.size())
-        return std::nullopt;
-    return value;
-}
-
-std::string quoted(std::string_view text)
-{
-    return "\"" + printable(text) + "\"";
-}
-
 /// One frame of a list of ranges.
 uint64_t parseFrame(std::string_view text, uint64_t frameCount)
 {
     const std::optional<uint64_t> number = parseNumber<uint64_t>(text);
     if (!number && text != "first" && text != "last")
-        throw UsageError(quoted(text) + " is no frame: give a number, \"first\" or \"last\"");
+        throw UsageError(inQuotes(text) + " is no frame: give a number, \"first\" or \"last\"");
     const uint64_t frame = number ? *number : text == "first" ? 0 : frameCount - 1;
     if (frame >= frameCount)
         throw Failure("there is no frame " + std::to_string(frame) +
@@ -49,11 +34,11 @@ std::pair<uint64_t, uint64_t> parseRange(std::string_view text, uint64_t frameCo
     const std::string_view end = text.substr(dash + 1);
     const uint64_t last = end.empty() ? frameCount - 1 : parseFrame(end, frameCount);
     if (last < first)
-        throw UsageError(quoted(text) + " ends before it begins");
+        throw UsageError(inQuotes(text) + " ends before it begins");
     return {first, last};
 }
 
-/// Tells whether \a text is the number of \a file: the stream may be left out.
+/// Tells whether \a text is the number of \a file, with or without its stream.
 bool isNumberOf(std::string_view text, const client::FileEntry &file)
 {
     const size_t colon = text.find(':');
@@ -97,7 +82,7 @@ uint64_t parseDuration(std::string_view text)
         parseNumber<double>(text.substr(0, text.size() - unit->suffix.size()));
     // 1e18 is past any recording and well inside 64 bits.
     if (!value || !(*value >= 0) || *value * unit->microseconds > 1e18)
-        throw UsageError(quoted(text) + " is no duration: give one like 10s, 500ms or 2m");
+        throw UsageError(inQuotes(text) + " is no duration: give one like 10s, 500ms or 2m");
     return static_cast<uint64_t>(std::llround(*value * unit->microseconds));
 }
 
@@ -114,7 +99,7 @@ client::Bytes parseHex(std::string_view text)
         const char *const end = rest.data() + std::min<size_t>(rest.size(), 2);
         const auto parsed = std::from_chars(rest.data(), end, byte, 16);
         if (parsed.ec != std::errc() || parsed.ptr != rest.data() + 2)
-            throw UsageError(quoted(text) + " isn't hexadecimal: give pairs of digits like 0d0a");
+            throw UsageError(inQuotes(text) + " isn't hexadecimal: give pairs of digits like 0d0a");
         bytes.push_back(byte);
         rest.remove_prefix(2);
     }
@@ -130,8 +115,9 @@ std::pair<uint16_t, uint16_t> parseFrameSize(std::string_view text)
         if (width && height)
             return {*width, *height};
     }
-    throw UsageError(quoted(text) + " is no frame size: give width and height like 1280x1024, each "
-                                    "up to 65535");
+    throw UsageError(inQuotes(text) +
+                     " is no frame size: give width and height like 1280x1024, each "
+                     "up to 65535");
 }
 
 FrameRanges parseFrames(std::string_view text, uint64_t frameCount)
@@ -166,12 +152,26 @@ client::FileEntry findFile(Session &session, std::string_view text)
     if (meant.size() == 1)
         return meant[0];
     if (meant.empty())
-        throw Failure("there is no recording " + quoted(text) + ": `tavuctl files" +
+        throw Failure("there is no recording " + inQuotes(text) + ": `tavuctl files" +
                       session.deviceOption() + "` lists what there is");
     std::string numbers;
     for (const client::FileEntry &file : meant)
         numbers += (numbers.empty() ? "" : ", ") + fileNumber(file);
-    throw Failure(quoted(text) + " is more than one recording: give the number, one of " + numbers);
+    throw Failure(inQuotes(text) + " is more than one recording: give the number, one of " +
+                  numbers);
+}
+
+void setAction(CLI::App &command, Session &session, std::function<int()> action)
+{
+    command.callback([&session, action = std::move(action)] { session.action = action; });
+}
+
+void addFileArgument(CLI::App &command, std::string &file)
+{
+    command
+        .add_option("FILE", file,
+                    "Number of a recording as in `files`, its name, or \"last\" for the latest")
+        ->required();
 }
 
 void addDeviceOption(CLI::App &command, Session &session)

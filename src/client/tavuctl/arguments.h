@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,12 +14,12 @@
 
 namespace tavu::ctl {
 
-// What the parse functions can't make sense of raises UsageError.
+// The parse functions raise UsageError for text that isn't what they expect.
 
 /// "10s", "1.5s", "500ms", "2m", "1h", or a bare number of seconds; microseconds.
 uint64_t parseDuration(std::string_view text);
 
-/// Pairs of hexadecimal digits, blanks and colons between them at will, "0x" in front at will.
+/// Pairs of hexadecimal digits. "0x" may stand in front, blanks and colons between them.
 client::Bytes parseHex(std::string_view text);
 
 /// "1280x1024".
@@ -36,14 +37,19 @@ uint64_t frameCountOf(const FrameRanges &ranges);
 /// name, or "last" for the latest. Raises Failure when there is none or more than one.
 client::FileEntry findFile(Session &session, std::string_view text);
 
-/// A check of a number that keeps quiet in the help.
+/// A range check that adds nothing to the help.
 template <typename Number>
 CLI::Validator numberIn(Number least, Number most)
 {
     return CLI::Range(least, most).description("");
 }
 
-// Options that many commands share. The objects must live as long as the command.
+/// Sets what the run does when \a command is the one on the command line.
+void setAction(CLI::App &command, Session &session, std::function<int()> action);
+
+// Arguments that many commands share. The objects must live as long as the command.
+/// A recording, for findFile().
+void addFileArgument(CLI::App &command, std::string &file);
 void addDeviceOption(CLI::App &command, Session &session);
 void addPortOption(CLI::App &command, Session &session);
 void addJsonOption(CLI::App &command, Session &session);

@@ -3,8 +3,6 @@
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/text.h"
 
-#include <charconv>
-
 namespace tavu::ctl {
 
 namespace {
@@ -17,18 +15,14 @@ struct CallOptions
 
 const CommandInfo &commandOf(const std::string &text)
 {
-    if (const CommandInfo *named = findCommand(std::string_view(text)))
-        return *named;
-    uint32_t ordinal = 0;
-    const char *const end = text.data() + text.size();
-    const auto parsed = std::from_chars(text.data(), end, ordinal);
-    const CommandInfo *const numbered =
-        parsed.ec == std::errc() && parsed.ptr == end ? findCommand(ordinal) : nullptr;
-    if (!numbered)
-        throw UsageError("\"" + printable(text) +
-                         "\" is neither the number of a command nor the name of one; `tavuctl "
+    const CommandInfo *info = findCommand(std::string_view(text));
+    if (const auto ordinal = parseNumber<uint64_t>(text); ordinal && !info)
+        info = findCommand(*ordinal);
+    if (!info)
+        throw UsageError(inQuotes(text) +
+                         " is neither the number of a command nor the name of one; `tavuctl "
                          "protocol` lists them");
-    return *numbered;
+    return *info;
 }
 
 int call(Session &session, const CallOptions &options)
@@ -60,9 +54,7 @@ void addCallCommand(CLI::App &app, Session &session)
                 {"call 4", "call deviceName deviceId=0", "call deviceName '{\"deviceId\": 0}'",
                  "call pairPort deviceId=0 port=0 identity=cam info=00ff "
                  "numFramesPerPacket=1"});
-    command->callback([&session, options] {
-        session.action = [&session, options] { return call(session, *options); };
-    });
+    setAction(*command, session, [&session, options] { return call(session, *options); });
 }
 
 } // namespace tavu::ctl

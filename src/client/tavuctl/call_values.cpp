@@ -4,7 +4,6 @@
 #include "client/tavuctl/text.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace tavu::ctl {
 
@@ -89,12 +88,10 @@ Json parseParam(const CommandInfo &info, const Field &field, const std::string &
     }
     if (field.type == FieldType::Bool && (text == "true" || text == "false"))
         return text == "true";
-    uint64_t number = 0;
-    const char *const end = text.data() + text.size();
-    const auto parsed = std::from_chars(text.data(), end, number);
-    if (field.type == FieldType::Bool || parsed.ec != std::errc() || parsed.ptr != end)
+    const auto number = parseNumber<uint64_t>(text);
+    if (field.type == FieldType::Bool || !number)
         complain(info, std::string(field.key) + " isn't " + typeInfo(field.type).form);
-    return number;
+    return *number;
 }
 
 } // namespace
@@ -126,7 +123,7 @@ Json parseCallParams(const CommandInfo &info, const std::vector<std::string> &ar
         const std::string key = argument.substr(0, equals);
         const Field *const field = findParam(info, key);
         if (!field || equals == std::string::npos)
-            complain(info, "\"" + printable(argument) + "\" is no parameter of it");
+            complain(info, inQuotes(argument) + " is no parameter of it");
         params[key] = parseParam(info, *field, argument.substr(equals + 1));
     }
     return params;
@@ -141,7 +138,7 @@ void checkCallParams(const CommandInfo &info, const Json &params)
     for (const auto &[key, value] : params.items()) {
         const Field *const field = findParam(info, key);
         if (!field)
-            complain(info, "\"" + printable(key) + "\" is no parameter of it");
+            complain(info, inQuotes(key) + " is no parameter of it");
         checkParam(info, *field, value);
     }
     for (const Field &field : info.params) {

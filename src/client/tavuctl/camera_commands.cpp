@@ -34,7 +34,7 @@ client::Bytes dataOf(const CameraOptions &options)
 void showBytes(const Session &session, const CameraOptions &options, const client::Bytes &bytes)
 {
     if (session.json)
-        printJson({{"data", {{"$bin", hexText(bytes)}}}});
+        printJson({{"data", blobJson(bytes)}});
     else if (options.text)
         print({reinterpret_cast<const char *>(bytes.data()), bytes.size()});
     else
@@ -62,8 +62,8 @@ int baudRate(Session &session, const CameraOptions &options)
     return kSuccess;
 }
 
-/// Reads \a size bytes. The service waits for them a tenth of a second, and takes none when they
-/// don't all come; so it is asked again until \a deadline.
+/// Reads \a size bytes. The service waits a tenth of a second for all of them and takes none if
+/// some are missing, so it is asked again until \a deadline.
 client::Bytes receive(Session &session, uint32_t size, Clock::time_point deadline)
 {
     while (true) {
@@ -85,7 +85,7 @@ int readSerial(Session &session, const CameraOptions &options)
     return kSuccess;
 }
 
-/// Opens a port's channel if nobody did, and closes it in the end if it did.
+/// Opens a port's channel unless it is open already, and then closes it at the end.
 class OpenChannel
 {
 public:
@@ -116,7 +116,7 @@ private:
     bool own_ = false;
 };
 
-/// A line of the camera's, without its end. Nobody knows how long it will be.
+/// A line from the camera, without its end. It is read byte by byte, as its length isn't known.
 std::string receiveLine(Session &session, Clock::time_point deadline)
 {
     std::string line;
@@ -182,9 +182,7 @@ CLI::App *addTraffic(CLI::App &parent, Session &session, const std::string &name
     CLI::App *command = parent.add_subcommand(name, help);
     addDeviceOption(*command, session);
     addPortOption(*command, session);
-    command->callback([&session, options, action] {
-        session.action = [&session, options, action] { return action(session, *options); };
-    });
+    setAction(*command, session, [&session, options, action] { return action(session, *options); });
     return command;
 }
 

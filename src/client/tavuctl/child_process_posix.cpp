@@ -14,7 +14,7 @@ namespace tavu::ctl {
 
 namespace {
 
-/// Signals that a terminal sends to the whole job: the program decides what they mean.
+/// Leaves the signals that a terminal sends to the whole job to the program that we run.
 class TerminalSignalsIgnored
 {
 public:

@@ -14,7 +14,7 @@ BOOL WINAPI leaveToProgram(DWORD event)
     return event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
 }
 
-/// What the console sends to all of its programs: the one that we run decides what it means.
+/// Leaves what the console sends to all of its programs to the one that we run.
 class ConsoleEventsIgnored
 {
 public:

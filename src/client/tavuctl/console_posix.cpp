@@ -35,9 +35,8 @@ ConsoleSize consoleSize(std::FILE *stream)
 
 void prepareStandardStreams()
 {
-    // Where we were started without a stream, its number must not go to the next thing that we
-    // open: our output would end up in the connection. Opened the wrong way round, the streams
-    // still fail when they are used.
+    // If we were started with a stream closed, the connection would get its number and our output
+    // with it. So /dev/null takes the number, opened the wrong way round: using it still fails.
     for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(fd, F_GETFD) < 0)
             ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);

@@ -13,7 +13,7 @@ namespace {
 
 std::atomic<bool> interruptSeen{false};
 
-/// The console belongs to whoever started us, too: it is given back as it was.
+/// Restored at the end, since the console also belongs to whoever started us.
 UINT formerCodePage = 0;
 DWORD formerMode = 0;
 
@@ -25,8 +25,8 @@ HANDLE streamHandle(std::FILE *stream)
 BOOL WINAPI rememberInterrupt(DWORD event)
 {
     interruptSeen.store(true);
-    // After the other events the process ends as soon as this returns; what it has begun may end
-    // well in the seconds that the system gives it.
+    // After the other events the system ends the process once this returns, or after some seconds.
+    // Waiting here leaves the main thread those seconds to finish.
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
         Sleep(INFINITE);
     return TRUE;

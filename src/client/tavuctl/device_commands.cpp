@@ -99,11 +99,6 @@ std::string typeText(uint8_t type)
     return type < kTypes.size() ? kTypes[type] : "recorder of family " + std::to_string(type);
 }
 
-std::string deviceOption(const DeviceStatus &status)
-{
-    return status.number == 0 ? "" : " --device " + std::to_string(status.number);
-}
-
 /// What an incomplete file means, and what to do about it. Nothing when there is none.
 std::string incompleteText(const DeviceStatus &status)
 {
@@ -111,7 +106,7 @@ std::string incompleteText(const DeviceStatus &status)
         return {};
     if (!status.recordingDone.value.value_or(true))
         return "a recording is under way";
-    const std::string device = deviceOption(status);
+    const std::string device = optionText("--device", status.number);
     const bool emulated = status.hardwareType.value == client::kEmulatedDevice;
     return std::string("a recording was cut off (`tavuctl recover ") +
            (emulated ? "discard" : "start") + device + "`), or has come to its end (`tavuctl stop" +
@@ -126,12 +121,12 @@ std::string yesNo(bool value)
 std::string portText(const PortStatus &port)
 {
     const std::string pairing = port.pairedTo.text([](const std::string &camera) {
-        return camera.empty() ? "unpaired" : "paired with \"" + printable(camera) + "\"";
+        return camera.empty() ? "unpaired" : "paired with " + inQuotes(camera);
     });
     const std::string config = port.config.text([](const client::PortConfig &c) {
-        if (c.width == 0 || c.height == 0)
+        if (!c.hasFrameSize())
             return std::string("not configured");
-        return std::to_string(c.width) + "x" + std::to_string(c.height) + ", pixel format " +
+        return frameSizeText(c.width, c.height) + ", pixel format " +
                std::to_string(c.pixelFormat) + ", tap geometry " + std::to_string(c.tapGeometry);
     });
     return port.name.text(printable) + ": " + pairing + "; " + config;
@@ -148,9 +143,9 @@ std::string deviceText(const DeviceStatus &status)
     rows.push_back({"  connected", yesNo(status.connected)});
     const bool prepared = status.percentUsed.error != "No drive set.";
     rows.push_back(
-        {"  storage", prepared
-                          ? status.percentUsed.text(percent) + ", " + status.fileCount.text(files)
-                          : "not prepared (`tavuctl setup" + deviceOption(status) + "`)"});
+        {"  storage",
+         prepared ? status.percentUsed.text(percent) + ", " + status.fileCount.text(files)
+                  : "not prepared (`tavuctl setup" + optionText("--device", status.number) + "`)"});
     if (const std::string incomplete = incompleteText(status); !incomplete.empty())
         rows.push_back({"  incomplete", incomplete});
     for (const PortStatus &port : status.ports)
@@ -209,8 +204,9 @@ int showStatus(Session &session, std::optional<uint32_t> only)
     return kSuccess;
 }
 
-/// A recorder's ports lose their drives with the old drive set, and get the new one when they are
-/// configured; the same configuration again would change nothing, so it takes a detour.
+/// A recorder's ports lose their drives with the old drive set, and get the new ones when they are
+/// configured. The recorder ignores a configuration that it already has, so another one comes
+/// first.
 void attachPorts(Session &session)
 {
     client::Connection &service = session.service();
@@ -219,7 +215,7 @@ void attachPorts(Session &session)
     const uint8_t count = service.portCount(session.device);
     for (uint8_t port = 0; port < count; ++port) {
         const client::PortConfig config = service.getPortConfig(session.device, port);
-        if (config.width == 0 || config.height == 0)
+        if (!config.hasFrameSize())
             continue;
         client::PortConfig detour = config;
         detour.pixelFormat ^= 1;
@@ -257,9 +253,7 @@ void addDeviceCommands(CLI::App &app, Session &session)
     status->add_option("-d,--device", *only, "Show only this device")->type_name("N");
     addJsonOption(*status, session);
     addExamples(*status, {"status", "status --json"});
-    status->callback([&session, only] {
-        session.action = [&session, only] { return showStatus(session, *only); };
-    });
+    setAction(*status, session, [&session, only] { return showStatus(session, *only); });
 
     CLI::App *setup =
         app.add_subcommand("setup", "Prepare a device's storage; its recordings are lost");
@@ -267,9 +261,7 @@ void addDeviceCommands(CLI::App &app, Session &session)
     addDeviceOption(*setup, session);
     setup->add_flag("-y,--yes", *yes, "Don't ask");
     addExamples(*setup, {"setup", "setup --device 1 --yes"});
-    setup->callback([&session, yes] {
-        session.action = [&session, yes] { return prepareStorage(session, *yes); };
-    });
+    setAction(*setup, session, [&session, yes] { return prepareStorage(session, *yes); });
 }
 
 } // namespace tavu::ctl

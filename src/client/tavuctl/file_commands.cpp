@@ -10,19 +10,11 @@ namespace tavu::ctl {
 
 namespace {
 
-std::string geometryText(const client::FileEntry &file)
-{
-    return std::to_string(file.width) + "x" + std::to_string(file.height);
-}
-
 int listFiles(Session &session)
 {
     const std::vector<client::FileEntry> files = session.service().listFiles(session.device);
     if (session.json) {
-        Json list = Json::array();
-        for (const client::FileEntry &file : files)
-            list.push_back(toJson(file));
-        printJson(list);
+        printJson(toJson(files));
         return kSuccess;
     }
     if (files.empty()) {
@@ -33,8 +25,8 @@ int listFiles(Session &session)
         {"FILE", "NAME", "PORT", "FRAMES", "FRAME SIZE", "SIZE", "CAMERA", "RECORDED"}};
     for (const client::FileEntry &file : files)
         rows.push_back({fileNumber(file), printable(file.name), printable(file.port),
-                        std::to_string(file.numFrames), geometryText(file), sizeText(file.size),
-                        printable(file.camera), timeText(file.timestamp)});
+                        std::to_string(file.numFrames), frameSizeText(file.width, file.height),
+                        sizeText(file.size), printable(file.camera), timeText(file.timestamp)});
     print(table(rows));
     return kSuccess;
 }
@@ -60,7 +52,7 @@ int showInfo(Session &session, const FileOptions &options)
     }
     if (session.json) {
         Json json = toJson(file);
-        json["identity"]["$bin"] = hexText(identity);
+        json["identity"] = blobJson(identity);
         printJson(json);
         return kSuccess;
     }
@@ -72,7 +64,7 @@ int showInfo(Session &session, const FileOptions &options)
                  {"camera's block", counted(identity.size(), "byte")},
                  {"frames", std::to_string(file.numFrames)},
                  {"dropped frames", std::to_string(file.numDroppedFrames)},
-                 {"frame size", geometryText(file)},
+                 {"frame size", frameSizeText(file.width, file.height)},
                  {"size", sizeText(file.size) + " (" + counted(file.size, "byte") + ")"},
                  {"start time", std::to_string(file.startTime)},
                  {"end time", std::to_string(file.endTime)},
@@ -92,14 +84,14 @@ int rename(Session &session, const FileOptions &options)
     } else {
         session.service().renameFile(session.device, file.fileId, file.streamId, name);
     }
-    printLine("file " + fileNumber(file) + " is called \"" + printable(name) + "\"");
+    printLine("file " + fileNumber(file) + " is called " + inQuotes(name));
     return kSuccess;
 }
 
 int remove(Session &session, const FileOptions &options)
 {
     const client::FileEntry file = findFile(session, options.file);
-    const std::string which = "file " + fileNumber(file) + " (\"" + printable(file.name) + "\", " +
+    const std::string which = "file " + fileNumber(file) + " (" + inQuotes(file.name) + ", " +
                               counted(file.numFrames, "frame") + ")";
     if (!options.yes)
         confirm("This removes " + which + " for good.");
@@ -108,26 +100,14 @@ int remove(Session &session, const FileOptions &options)
     return kSuccess;
 }
 
-void addFileArgument(CLI::App &command, const std::shared_ptr<FileOptions> &options)
-{
-    command
-        .add_option("FILE", options->file,
-                    "Number of a recording as in `files`, its name, or \"last\" for the latest")
-        ->required();
-}
-
-using FileAction = int (*)(Session &, const FileOptions &);
-
 CLI::App *addFileCommand(CLI::App &app, Session &session, const std::string &name,
                          const std::string &help, const std::shared_ptr<FileOptions> &options,
-                         FileAction action)
+                         int (*action)(Session &, const FileOptions &))
 {
     CLI::App *command = app.add_subcommand(name, help);
-    addFileArgument(*command, options);
+    addFileArgument(*command, options->file);
     addDeviceOption(*command, session);
-    command->callback([&session, options, action] {
-        session.action = [&session, options, action] { return action(session, *options); };
-    });
+    setAction(*command, session, [&session, options, action] { return action(session, *options); });
     return command;
 }
 
@@ -139,7 +119,7 @@ void addFileCommands(CLI::App &app, Session &session)
     addDeviceOption(*files, session);
     addJsonOption(*files, session);
     addExamples(*files, {"files", "files --json"});
-    files->callback([&session] { session.action = [&session] { return listFiles(session); }; });
+    setAction(*files, session, [&session] { return listFiles(session); });
 
     auto options = std::make_shared<FileOptions>();
     CLI::App *info =

@@ -16,8 +16,7 @@ std::string fileSummary(const client::FileEntry &file)
     const std::string dropped =
         file.numDroppedFrames ? ", " + std::to_string(file.numDroppedFrames) + " dropped," : "";
     return "file " + fileNumber(file) + port + ": " + counted(file.numFrames, "frame") + dropped +
-           " of " + std::to_string(file.width) + "x" + std::to_string(file.height) + ", " +
-           sizeText(file.size);
+           " of " + frameSizeText(file.width, file.height) + ", " + sizeText(file.size);
 }
 
 } // namespace tavu::ctl

@@ -4,7 +4,6 @@
 #include "client/tavuctl/text.h"
 
 #include <algorithm>
-#include <array>
 
 namespace tavu::ctl {
 
@@ -59,7 +58,7 @@ std::string faultOfSimulatedFrame(uint64_t number, uint32_t port, const client::
         const size_t start = std::min(skipped, row.size());
         skipped -= start;
         auto expected = static_cast<uint16_t>(first + y + start);
-        // No early end: compilers make vector instructions of this one.
+        // Without an early exit compilers make vector instructions of this loop.
         uint16_t difference = 0;
         for (size_t x = start; x < row.size(); ++x)
             difference |= static_cast<uint16_t>(row[x] ^ expected++);

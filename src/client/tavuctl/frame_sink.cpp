@@ -2,6 +2,7 @@
 
 #include "client/tavuctl/output_file.h"
 #include "client/tavuctl/session.h"
+#include "client/tavuctl/text.h"
 
 #include <algorithm>
 #include <array>
@@ -89,14 +90,14 @@ Placeholder findPlaceholder(const std::string &path)
     return {};
 }
 
-} // namespace
-
 std::optional<FrameFormat> frameFormatNamed(std::string_view name)
 {
     const auto found = std::find_if(kFormats.begin(), kFormats.end(),
                                     [name](const FormatName &f) { return f.name == name; });
     return found == kFormats.end() ? std::nullopt : std::optional(found->format);
 }
+
+} // namespace
 
 std::optional<FrameFormat> frameFormatOf(std::string_view path)
 {
@@ -105,6 +106,16 @@ std::optional<FrameFormat> frameFormatOf(std::string_view path)
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return ending.empty() || ending == ".terminal" ? std::nullopt
                                                    : frameFormatNamed(ending.substr(1));
+}
+
+FrameFormat chooseFormat(std::string_view name, const std::string &path)
+{
+    const auto format = name.empty() ? frameFormatOf(path) : frameFormatNamed(name);
+    if (!format)
+        throw UsageError(inQuotes(path) +
+                         " doesn't tell the format: end it with .png, .pgm or .raw, "
+                         "or give --format");
+    return *format;
 }
 
 std::string picturePath(const std::string &path, uint64_t number)

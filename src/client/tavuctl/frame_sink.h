@@ -60,10 +60,11 @@ enum class FrameFormat
     Terminal,
 };
 
-/// The format of a name such as "png".
-std::optional<FrameFormat> frameFormatNamed(std::string_view name);
 /// The format that a path asks for by its ending.
 std::optional<FrameFormat> frameFormatOf(std::string_view path);
+/// The format called \a name, such as "png"; without a name the one that \a path ends with. Raises
+/// UsageError when there is none.
+FrameFormat chooseFormat(std::string_view name, const std::string &path);
 
 /// The path for one of many pictures: "%d", or "%06d" for leading zeros, stands for the number;
 /// where \a path has neither, "-<number>" comes before the ending.
@@ -72,9 +73,9 @@ std::string picturePath(const std::string &path, uint64_t number);
 /// The path for one of several ports: "%p" stands for the port.
 std::string portPath(const std::string &path, uint32_t port);
 
-/// A sink that makes one picture a frame, or, with raw, one file of all. \a severalFrames tells
-/// whether there will be more than one; \a levels is for pictures. Raises Failure when a file can't
-/// be made.
+/// A sink that makes one picture a frame or, with raw, one file of all. With \a severalFrames each
+/// picture's path gets the frame's number; \a levels is for pictures. Raises Failure when a file
+/// can't be made.
 std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
                                         bool severalFrames, LevelsOf levels = {});
 std::unique_ptr<FrameSink> makeRawSink(const std::string &path);

@@ -30,8 +30,7 @@ Json convert(const ObjectValue &value, unsigned depth)
     case ObjectType::Float:
         return value.asFloat();
     case ObjectType::Blob:
-        result[kBlobKey] = hexText({value.blobData(), value.blobSize()});
-        break;
+        return blobJson({value.blobData(), value.blobSize()});
     case ObjectType::Map:
         result = Json::object();
         for (uint32_t i = 0; i < value.size(); ++i)
@@ -86,6 +85,11 @@ bool isBlob(const Json &json)
            json[kBlobKey].is_string();
 }
 
+Json blobJson(std::span<const uint8_t> bytes)
+{
+    return {{kBlobKey, hexText(bytes)}};
+}
+
 Json toJson(const ObjectValue &value)
 {
     return convert(value, 0);
@@ -113,6 +117,14 @@ Json toJson(const client::FileEntry &file)
             {"startTime", file.startTime},
             {"endTime", file.endTime},
             {"duration", file.duration}};
+}
+
+Json toJson(const std::vector<client::FileEntry> &files)
+{
+    Json list = Json::array();
+    for (const client::FileEntry &file : files)
+        list.push_back(toJson(file));
+    return list;
 }
 
 Json toJson(const client::PortConfig &config)

@@ -4,6 +4,8 @@
 #include "encoding/object_value.h"
 
 #include <nlohmann/json.hpp>
+#include <span>
+#include <vector>
 
 namespace tavu::ctl {
 
@@ -13,6 +15,7 @@ using Json = nlohmann::ordered_json;
 /// The key of the object that stands for bytes.
 inline constexpr const char *kBlobKey = "$bin";
 bool isBlob(const Json &json);
+Json blobJson(std::span<const uint8_t> bytes);
 
 /// A value of the protocol as JSON. A blob becomes {"$bin": "<hexadecimal>"}. Raises
 /// client::ProtocolError for a value that is nested too deeply to be meant.
@@ -22,6 +25,7 @@ Json toJson(const ObjectValue &value);
 ObjectValue toObjectValue(const Json &json);
 
 Json toJson(const client::FileEntry &file);
+Json toJson(const std::vector<client::FileEntry> &files);
 Json toJson(const client::PortConfig &config);
 
 } // namespace tavu::ctl

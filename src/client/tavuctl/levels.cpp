@@ -4,21 +4,8 @@
 #include "client/tavuctl/text.h"
 
 #include <algorithm>
-#include <charconv>
 
 namespace tavu::ctl {
-
-namespace {
-
-std::optional<uint16_t> parsePixel(std::string_view text)
-{
-    uint16_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    const bool whole = error == std::errc() && end == text.data() + text.size();
-    return whole ? std::optional(value) : std::nullopt;
-}
-
-} // namespace
 
 Levels levelsOf(const client::FrameView &frame)
 {
@@ -37,12 +24,13 @@ LevelsOf parseLevels(std::string_view text)
     if (text == "auto")
         return levelsOf;
     const size_t dash = text.find('-');
-    const auto black = parsePixel(text.substr(0, dash));
-    const auto white =
-        dash == std::string_view::npos ? std::nullopt : parsePixel(text.substr(dash + 1));
+    const auto black = parseNumber<uint16_t>(text.substr(0, dash));
+    const auto white = dash == std::string_view::npos
+                           ? std::nullopt
+                           : parseNumber<uint16_t>(text.substr(dash + 1));
     if (!black || !white || *black >= *white)
-        throw UsageError("\"" + printable(text) +
-                         "\" are no levels: give the values of black and white like 4096-8191, or "
+        throw UsageError(inQuotes(text) +
+                         " are no levels: give the values of black and white like 4096-8191, or "
                          "auto");
     return [levels = Levels{*black, *white}](const client::FrameView &) { return levels; };
 }

@@ -8,10 +8,8 @@
 #include "client/tavuctl/progress.h"
 #include "client/tavuctl/text.h"
 
-#include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
 #include <deque>
 #include <thread>
 
@@ -33,29 +31,21 @@ struct LiveOptions
 /// What all ports of one command share.
 struct LivePlan
 {
-    /// Empty: the frames of several ports are only counted.
-    std::optional<FrameFormat> format;
-    uint64_t frames = 1; ///< of each port
-    unsigned pause = 0;  ///< milliseconds between frames
-    std::atomic<bool> ended = false;
+    std::optional<FrameFormat> format; ///< empty when frames are only counted
+    uint64_t frames = 1;               ///< of each port
+    unsigned pause = 0;                ///< milliseconds between frames
+    std::atomic<bool> ended = false;   ///< set by a port that fails, to end the others
 };
 
 std::optional<FrameFormat> formatOf(const LiveOptions &options)
 {
-    if (!options.format.empty())
-        return frameFormatNamed(options.format);
-    if (options.output.empty())
-        return options.ports.size() == 1 ? std::optional(FrameFormat::Terminal) : std::nullopt;
-    const std::optional<FrameFormat> format = frameFormatOf(options.output);
-    if (!format)
-        throw UsageError("\"" + printable(options.output) +
-                         "\" doesn't tell the format: end it with .png, .pgm or .raw, or give "
-                         "--format");
-    return format;
+    if (!options.format.empty() || !options.output.empty())
+        return chooseFormat(options.format, options.output);
+    return options.ports.size() == 1 ? std::optional(FrameFormat::Terminal) : std::nullopt;
 }
 
-/// Tells before anything is started what can't be meant.
-void requireSense(const LiveOptions &options, std::optional<FrameFormat> format)
+/// Refuses options that contradict each other, before anything is started.
+void checkOptions(const LiveOptions &options, std::optional<FrameFormat> format)
 {
     const bool several = options.ports.size() > 1;
     if (several && format == FrameFormat::Terminal)
@@ -64,8 +54,8 @@ void requireSense(const LiveOptions &options, std::optional<FrameFormat> format)
         throw UsageError("say with -o where the frames go");
     if (several && !options.output.empty() && portPath(options.output, 0) == options.output)
         throw UsageError("the ports would write over each other's files: put %p, which stands for "
-                         "the port, into \"" +
-                         printable(options.output) + "\"");
+                         "the port, into " +
+                         inQuotes(options.output));
     for (size_t i = 0; i < options.ports.size(); ++i) {
         if (std::find(options.ports.begin(), options.ports.begin() + i, options.ports[i]) !=
             options.ports.begin() + i)
@@ -94,7 +84,7 @@ public:
                 [this](uint64_t, const client::FrameView &frame) { return faultOf(frame); });
     }
 
-    /// Takes frames until there are enough or the plan has ended; keeps what goes wrong.
+    /// Takes frames until there are enough or the plan has ended. An error is kept for failure().
     void run()
     {
         try {
@@ -114,15 +104,10 @@ public:
     /// "30 frames of 640x480, 29.9 a second".
     std::string summary() const
     {
-        std::string text = counted(taken_, "frame") + " of " + std::to_string(width_) + "x" +
-                           std::to_string(height_);
+        std::string text = counted(taken_, "frame") + " of " + frameSizeText(width_, height_);
         const double seconds = std::chrono::duration<double>(last_ - first_).count();
-        if (taken_ > 1 && seconds > 0) {
-            std::array<char, 48> rate;
-            std::snprintf(rate.data(), rate.size(), ", %.1f a second",
-                          static_cast<double>(taken_ - 1) / seconds);
-            text += rate.data();
-        }
+        if (taken_ > 1 && seconds > 0)
+            text += ", " + rateText(taken_ - 1, seconds);
         return text + (check_ && check_->wrong() == 0 ? "; every frame is right" : "");
     }
 
@@ -190,14 +175,14 @@ void runAll(std::deque<LivePort> &ports, const LivePlan &plan, bool endless)
 {
     std::optional<Progress> progress;
     if (plan.format != FrameFormat::Terminal)
-        progress.emplace("taking", "frame",
+        progress.emplace("taking",
                          endless ? std::nullopt : std::optional(plan.frames * ports.size()));
     std::vector<std::jthread> threads;
     for (LivePort &port : ports)
         threads.emplace_back([&port] { port.run(); });
     const auto isRunning = [](const LivePort &port) { return port.isRunning(); };
     while (std::any_of(ports.begin(), ports.end(), isRunning)) {
-        // An interrupt has ended pauseFor() for good.
+        // Not pauseFor(), which no longer waits after an interrupt.
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
         uint64_t taken = 0;
         for (const LivePort &port : ports)
@@ -232,7 +217,7 @@ int showLive(Session &session, const LiveOptions &options)
 {
     LivePlan plan;
     plan.format = formatOf(options);
-    requireSense(options, plan.format);
+    checkOptions(options, plan.format);
     const bool several = options.ports.size() > 1;
     const bool drawing = plan.format == FrameFormat::Terminal;
     // A terminal shows what happens until one has seen enough; a file wants an end.
@@ -298,9 +283,7 @@ void addLiveCommand(CLI::App &app, Session &session)
     addExamples(*command, {"live", "live -o now.png", "live --frames 10 -o live-%02d.pgm --rate 2",
                            "live --port 0,1 --frames 50 --check",
                            "live --port 0,1 -o port-%p.png --levels auto"});
-    command->callback([&session, options] {
-        session.action = [&session, options] { return showLive(session, *options); };
-    });
+    setAction(*command, session, [&session, options] { return showLive(session, *options); });
 }
 
 } // namespace tavu::ctl

@@ -39,9 +39,7 @@ void addLockCommand(CLI::App &app, Session &session)
     command->add_option("PROGRAM", *program,
                         "Program and its arguments, behind a --; its exit status becomes ours");
     addExamples(*command, {"lock", "lock -- my-script --with options"});
-    command->callback([&session, program] {
-        session.action = [&session, program] { return holdLock(session, *program); };
-    });
+    setAction(*command, session, [&session, program] { return holdLock(session, *program); });
 }
 
 } // namespace tavu::ctl

@@ -80,11 +80,11 @@ int runProgram(int argc, char **argv, Session &session)
     CLI::App app("Drives the recorders of a running tavusvc: records, plays back, exports.",
                  "tavuctl");
     addCommands(app, session);
-    // The parser would only miss a command, not name what stands in its place.
+    // The parser's own complaint wouldn't name the word that is no command.
     const auto isNamed = [&](const CLI::App *command) { return command->check_name(argv[1]); };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty())
-        throw UsageError("there is no command \"" + printable(argv[1]) +
-                         "\"; `tavuctl --help` lists those that there are");
+        throw UsageError("there is no command " + inQuotes(argv[1]) +
+                         "; `tavuctl --help` lists those that there are");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &end) {

@@ -34,7 +34,7 @@ void playFrames(client::Playback &playback, const FrameRanges &ranges, const std
     catchInterrupts();
     std::optional<Progress> progress;
     if (!quiet)
-        progress.emplace(label, "frame", frameCountOf(ranges));
+        progress.emplace(label, frameCountOf(ranges));
     uint64_t done = 0;
     for (const auto &[first, last] : ranges) {
         for (uint64_t number = first; number <= last; ++number) {
@@ -107,20 +107,9 @@ int play(Session &session, const PlayOptions &options)
     return kSuccess;
 }
 
-FrameFormat formatOf(const PlayOptions &options)
-{
-    const std::optional<FrameFormat> format =
-        options.format.empty() ? frameFormatOf(options.output) : frameFormatNamed(options.format);
-    if (!format)
-        throw UsageError("\"" + printable(options.output) +
-                         "\" doesn't tell the format: end it with .png, .pgm or .raw, or give "
-                         "--format");
-    return *format;
-}
-
 int exportFrames(Session &session, const PlayOptions &options)
 {
-    const FrameFormat format = formatOf(options);
+    const FrameFormat format = chooseFormat(options.format, options.output);
     const client::FileEntry file = findFile(session, options.file);
     client::Playback playback(session.service(), session.device, file.fileId, file.streamId);
     const FrameRanges ranges = parseFrames(options.frames, playback.info().numFrames);
@@ -161,10 +150,7 @@ CLI::App *addPlayback(CLI::App &app, Session &session, const std::string &name,
                       int (*action)(Session &, const PlayOptions &))
 {
     CLI::App *command = app.add_subcommand(name, help);
-    command
-        ->add_option("FILE", options->file,
-                     "Number of a recording as in `files`, its name, or \"last\" for the latest")
-        ->required();
+    addFileArgument(*command, options->file);
     addDeviceOption(*command, session);
     command
         ->add_option("-f,--frames", options->frames,
@@ -174,9 +160,7 @@ CLI::App *addPlayback(CLI::App &app, Session &session, const std::string &name,
                       "Check that each frame is the right one: the numbers in the frames of the "
                       "emulated device, all pixels of those of a simulated recorder");
     addJsonOption(*command, session);
-    command->callback([&session, options, action] {
-        session.action = [&session, options, action] { return action(session, *options); };
-    });
+    setAction(*command, session, [&session, options, action] { return action(session, *options); });
     return command;
 }
 

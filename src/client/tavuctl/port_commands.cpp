@@ -42,8 +42,8 @@ int pair(Session &session, const PairOptions &options)
         session.service().repairPort(session.device, session.portNumber(), pairing);
     else
         session.service().pairPort(session.device, session.portNumber(), pairing);
-    printLine("port " + std::to_string(session.port) + " is paired with \"" +
-              printable(options.camera) + "\"");
+    printLine("port " + std::to_string(session.port) + " is paired with " +
+              inQuotes(options.camera));
     return kSuccess;
 }
 
@@ -75,11 +75,10 @@ int configure(Session &session, const ConfigureOptions &options)
         printJson(toJson(config));
         return kSuccess;
     }
-    const bool hasSize = config.width != 0 && config.height != 0;
     printLine("port " + std::to_string(session.port) +
-              (hasSize ? " records frames of " + std::to_string(config.width) + "x" +
-                             std::to_string(config.height)
-                       : " isn't configured: give it a frame size like 1280x1024") +
+              (config.hasFrameSize()
+                   ? " records frames of " + frameSizeText(config.width, config.height)
+                   : " isn't configured: give it a frame size like 1280x1024") +
               ", pixel format " + std::to_string(config.pixelFormat) + ", tap geometry " +
               std::to_string(config.tapGeometry));
     return kSuccess;
@@ -105,9 +104,7 @@ void addPair(CLI::App &app, Session &session)
     command->add_flag("--update", options->update,
                       "Only replace the block of the camera that is paired already");
     addExamples(*command, {"pair \"My camera\"", "pair \"Side view\" --port 1 --info 0badcafe"});
-    command->callback([&session, options] {
-        session.action = [&session, options] { return pair(session, *options); };
-    });
+    setAction(*command, session, [&session, options] { return pair(session, *options); });
 }
 
 void addConfigure(CLI::App &app, Session &session)
@@ -126,9 +123,7 @@ void addConfigure(CLI::App &app, Session &session)
     addExamples(*command, {"configure", "configure 1280x1024",
                            "configure 2560x1600 --port 1 "
                            "--tap-geometry 10"});
-    command->callback([&session, options] {
-        session.action = [&session, options] { return configure(session, *options); };
-    });
+    setAction(*command, session, [&session, options] { return configure(session, *options); });
 }
 
 } // namespace
@@ -140,7 +135,7 @@ void addPortCommands(CLI::App &app, Session &session)
     addDeviceOption(*command, session);
     addPortOption(*command, session);
     addExamples(*command, {"unpair", "unpair --port 1"});
-    command->callback([&session] { session.action = [&session] { return unpair(session); }; });
+    setAction(*command, session, [&session] { return unpair(session); });
     addConfigure(app, session);
 }
 

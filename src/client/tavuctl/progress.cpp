@@ -5,7 +5,6 @@
 #include "client/tavuctl/text.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 
 namespace tavu::ctl {
@@ -25,18 +24,18 @@ std::string bar(double fraction)
 
 } // namespace
 
-Progress::Progress(std::string label, std::string noun, std::optional<uint64_t> total)
-    : label_(std::move(label)), noun_(std::move(noun)), total_(total), live_(isConsole(stderr)),
-      start_(Clock::now()), nextDraw_(start_)
+Progress::Progress(std::string label, std::optional<uint64_t> total)
+    : label_(std::move(label)), total_(total), onTerminal_(isConsole(stderr)), start_(Clock::now()),
+      nextDraw_(start_)
 {
     // Work that is over soon needs no plain line.
-    if (!live_)
+    if (!onTerminal_)
         nextDraw_ += std::chrono::seconds(2);
 }
 
 Progress::~Progress()
 {
-    if (!live_ || !drawn_)
+    if (!onTerminal_ || !drawn_)
         return;
     draw();
     note("");
@@ -55,7 +54,7 @@ void Progress::update(uint64_t count, const std::string &remark, std::optional<d
     fraction_ = fraction;
     if (now < nextDraw_)
         return;
-    nextDraw_ = now + std::chrono::milliseconds(live_ ? 100 : 2000);
+    nextDraw_ = now + std::chrono::milliseconds(onTerminal_ ? 100 : 2000);
     draw();
     drawn_ = true;
 }
@@ -66,24 +65,17 @@ void Progress::draw()
     std::optional<double> fraction = fraction_;
     if (!fraction && total_ && *total_ > 0)
         fraction = static_cast<double>(count_) / static_cast<double>(*total_);
-    if (live_ && fraction)
+    if (onTerminal_ && fraction)
         line += bar(*fraction);
     line += ' ';
-    line += std::to_string(count_);
-    if (total_)
-        line += " of " + counted(*total_, noun_);
-    else
-        line += count_ == 1 ? " " + noun_ : " " + noun_ + "s";
+    line += total_ ? std::to_string(count_) + " of " + counted(*total_, "frame")
+                   : counted(count_, "frame");
     const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
-    if (count_ > firstCount_ && seconds >= 0.5) {
-        std::array<char, 48> rate;
-        std::snprintf(rate.data(), rate.size(), ", %.1f a second",
-                      static_cast<double>(count_ - firstCount_) / seconds);
-        line += rate.data();
-    }
+    if (count_ > firstCount_ && seconds >= 0.5)
+        line += ", " + rateText(count_ - firstCount_, seconds);
     if (!remark_.empty())
         line += ", " + remark_;
-    if (!live_) {
+    if (!onTerminal_) {
         note(line);
         return;
     }

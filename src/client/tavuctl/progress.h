@@ -12,15 +12,15 @@ namespace tavu::ctl {
 class Progress
 {
 public:
-    /// \a label says what happens ("recording"), \a noun what is counted ("frame"). Without a
-    /// total there is a count and no bar.
-    Progress(std::string label, std::string noun, std::optional<uint64_t> total);
+    /// \a label says what happens ("recording"), \a total how many frames there will be: without it
+    /// there is no bar.
+    Progress(std::string label, std::optional<uint64_t> total);
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
     ~Progress();
 
-    /// May be called as often as one likes. \a remark goes behind the count. \a fraction is how
-    /// much of the work is done where the count doesn't tell.
+    /// May be called as often as one likes. \a remark goes behind the count of frames. \a fraction
+    /// is how much of the work is done where the count doesn't tell.
     void update(uint64_t count, const std::string &remark = {},
                 std::optional<double> fraction = std::nullopt);
 
@@ -30,9 +30,8 @@ private:
     void draw();
 
     std::string label_;
-    std::string noun_;
     std::optional<uint64_t> total_;
-    bool live_;
+    bool onTerminal_;
     Clock::time_point start_;
     Clock::time_point nextDraw_;
     uint64_t count_ = 0;

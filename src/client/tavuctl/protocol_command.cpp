@@ -118,8 +118,7 @@ void addProtocolCommand(CLI::App &app, Session &session)
     command->add_flag("--json", session.json,
                       "Print JSON, for writers of clients in other languages");
     addExamples(*command, {"protocol", "protocol --json | jq '.commands[4]'"});
-    command->callback(
-        [&session] { session.action = [&session] { return showProtocol(session); }; });
+    setAction(*command, session, [&session] { return showProtocol(session); });
 }
 
 } // namespace tavu::ctl

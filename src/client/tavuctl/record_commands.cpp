@@ -33,7 +33,6 @@ struct RecordOptions
 
 client::RecordingSettings settingsOf(const RecordOptions &options)
 {
-    namespace trigger = client::trigger;
     client::RecordingSettings settings;
     settings.portMask = 0;
     for (const uint32_t port : options.ports)
@@ -53,7 +52,7 @@ client::RecordingSettings settingsOf(const RecordOptions &options)
     return settings;
 }
 
-/// A recording under way, which is stopped whatever becomes of us.
+/// A recording under way. The object's end stops it, unless that was done or it was left.
 class RunningRecording
 {
 public:
@@ -98,7 +97,7 @@ bool watchRecording(Session &session, const RecordOptions &options)
     const auto port = static_cast<uint8_t>(options.ports[0]);
     const auto start = Clock::now();
     bool triggered = !options.triggerAfter;
-    Progress progress("recording", "frame", options.frames);
+    Progress progress("recording", options.frames);
     while (true) {
         const bool done = service.isRecordingDone(session.device);
         const client::RecordingProgress state = service.recordingProgress(session.device, port);
@@ -107,7 +106,7 @@ bool watchRecording(Session &session, const RecordOptions &options)
         std::optional<double> fraction;
         if (options.time)
             fraction = done ? 1.0 : double(passed) / double(std::max<uint64_t>(*options.time, 1));
-        // What is in the pre-trigger loop isn't recorded before the trigger.
+        // Before the trigger, what is in the pre-trigger loop doesn't count as recorded.
         if (state.inPretrigger)
             progress.update(0, "waiting for the trigger, " + counted(state.numFrames, "frame") +
                                    " in the loop");
@@ -154,19 +153,14 @@ std::vector<client::FileEntry> recordedFiles(Session &session, const RecordOptio
 
 void showRecorded(const Session &session, const std::vector<client::FileEntry> &files)
 {
-    if (session.json) {
-        Json list = Json::array();
-        for (const client::FileEntry &file : files)
-            list.push_back(toJson(file));
-        printJson(list);
-        return;
-    }
+    if (session.json)
+        return printJson(toJson(files));
     for (const client::FileEntry &file : files)
         printLine("recorded " + fileSummary(file));
 }
 
-/// False, after a word of it, when frames that were taken, or were to be taken by a recording that
-/// ended by itself, aren't there.
+/// False, after telling so, when fewer frames were stored than taken. A recording that ended by
+/// itself (\a complete) counts as having taken all that it was asked for.
 bool allStored(Session &session, const RecordOptions &options, bool complete,
                const std::vector<client::FileEntry> &files)
 {
@@ -306,9 +300,7 @@ void addRecord(CLI::App &app, Session &session)
     addExamples(*command, {"record --frames 90", "record --time 10s --name \"Second try\"",
                            "record --port 0,1 --pretrigger 2s --trigger-after 5s --frames 300",
                            "record --external-start --external-stop", "record --detach"});
-    command->callback([&session, options] {
-        session.action = [&session, options] { return record(session, *options); };
-    });
+    setAction(*command, session, [&session, options] { return record(session, *options); });
 }
 
 void addStop(CLI::App &app, Session &session)
@@ -317,12 +309,10 @@ void addStop(CLI::App &app, Session &session)
         app.add_subcommand("stop", "Stop a recording, also one that has ended by itself");
     addDeviceOption(*command, session);
     addExamples(*command, {"stop"});
-    command->callback([&session] {
-        session.action = [&session] {
-            session.service().stopRecording(session.device);
-            printLine("the recording is stopped and stored");
-            return kSuccess;
-        };
+    setAction(*command, session, [&session] {
+        session.service().stopRecording(session.device);
+        printLine("the recording is stopped and stored");
+        return kSuccess;
     });
 }
 
@@ -331,12 +321,10 @@ void addTrigger(CLI::App &app, Session &session)
     CLI::App *command = app.add_subcommand("trigger", "Fire the software trigger of a recording");
     addDeviceOption(*command, session);
     addExamples(*command, {"trigger"});
-    command->callback([&session] {
-        session.action = [&session] {
-            session.service().softwareTrigger(session.device);
-            printLine("the trigger is fired");
-            return kSuccess;
-        };
+    setAction(*command, session, [&session] {
+        session.service().softwareTrigger(session.device);
+        printLine("the trigger is fired");
+        return kSuccess;
     });
 }
 

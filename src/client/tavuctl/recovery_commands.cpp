@@ -15,8 +15,6 @@ namespace tavu::ctl {
 
 namespace {
 
-using client::RecoveryStatus;
-
 constexpr unsigned kPollMilliseconds = 200;
 
 std::string statusText(RecoveryStatus status)
@@ -57,26 +55,26 @@ int showStatus(Session &session)
     return kSuccess;
 }
 
-/// Tells on a terminal for how long the recovery runs; elsewhere that it does.
+/// Tells on standard error that a recovery runs, on a terminal also for how long.
 class ElapsedTime
 {
 public:
-    ElapsedTime() : live_(isConsole(stderr))
+    ElapsedTime() : onTerminal_(isConsole(stderr))
     {
-        if (!live_)
+        if (!onTerminal_)
             note("recovering");
     }
     ElapsedTime(const ElapsedTime &) = delete;
     ElapsedTime &operator=(const ElapsedTime &) = delete;
     ~ElapsedTime()
     {
-        if (live_)
+        if (onTerminal_)
             note("");
     }
 
     void update(bool cancelled)
     {
-        if (!live_)
+        if (!onTerminal_)
             return;
         const auto passed = std::chrono::steady_clock::now() - start_;
         std::fprintf(stderr, "\rrecovering, %.1f s; %s\033[K",
@@ -86,7 +84,7 @@ public:
     }
 
 private:
-    bool live_;
+    bool onTerminal_;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
 };
 
@@ -104,7 +102,7 @@ RecoveryStatus waitForRecovery(Session &session)
             cancelled = true;
         }
         time.update(cancelled);
-        // An interrupt has ended pauseFor() for good.
+        // Not pauseFor(), which no longer waits after an interrupt.
         std::this_thread::sleep_for(std::chrono::milliseconds(kPollMilliseconds));
         status = service.recoveryStatus(session.device);
     }
@@ -178,14 +176,14 @@ int start(Session &session, bool detach)
     throw Failure(statusText(status));
 }
 
-/// Refuses while the job runs, for its file would be closed under it.
+/// Refuses unless a recovery is done: finishing closes the file, which a running one still uses.
 int finishDetached(Session &session)
 {
     std::optional<RecoveryStatus> status;
     try {
         status = session.service().recoveryStatus(session.device);
     } catch (const client::ServiceError &) {
-        // The emulated device says at the next step what it can't do.
+        // The emulated device knows no recovery; finish() raises what it says.
     }
     if (status && *status != RecoveryStatus::Done)
         throw Failure("there is nothing to finish: " + statusText(*status));
@@ -211,7 +209,7 @@ CLI::App *addStep(CLI::App &parent, Session &session, const std::string &name,
 {
     CLI::App *command = parent.add_subcommand(name, help);
     addDeviceOption(*command, session);
-    command->callback([&session, action = std::move(action)] { session.action = action; });
+    setAction(*command, session, std::move(action));
     return command;
 }
 

@@ -34,21 +34,16 @@ void note(std::string_view text)
     std::fflush(stderr);
 }
 
+std::string optionText(const char *name, uint32_t number)
+{
+    return number == 0 ? "" : std::string(" ") + name + " " + std::to_string(number);
+}
+
 client::Connection &Session::service()
 {
     if (!connection_)
         connection_ = std::make_unique<client::Connection>();
     return *connection_;
-}
-
-std::string Session::deviceOption() const
-{
-    return device == 0 ? std::string() : " --device " + std::to_string(device);
-}
-
-std::string Session::portOption() const
-{
-    return port == 0 ? std::string() : " --port " + std::to_string(port);
 }
 
 } // namespace tavu::ctl

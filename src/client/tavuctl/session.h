@@ -44,11 +44,14 @@ void print(std::string_view text);
 void printLine(std::string_view text);
 void printJson(const nlohmann::ordered_json &value);
 
-/// A line for a person on standard error; failures are nobody's business.
+/// A line for a person on standard error; that it can't be written is no failure.
 void note(std::string_view text);
 
-/// One run of tavuctl: what the command line said that several places want to know, and the
-/// connection, made when first needed.
+/// An option of another command in an advice, such as " --port 1"; "" for 0, its default.
+std::string optionText(const char *name, uint32_t number);
+
+/// One run of tavuctl: the options that many commands share, and the connection, made when first
+/// needed.
 class Session
 {
 public:
@@ -60,9 +63,9 @@ public:
 
     client::Connection &service();
 
-    /// The options with which another command would reach the same device, or port: "" for 0.
-    std::string deviceOption() const;
-    std::string portOption() const;
+    /// The options with which another command reaches the same device, or port.
+    std::string deviceOption() const { return optionText("--device", device); }
+    std::string portOption() const { return optionText("--port", port); }
 
     /// What the chosen command does; returns the exit status.
     std::function<int()> action;

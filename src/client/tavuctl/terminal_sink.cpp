@@ -1,6 +1,7 @@
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/session.h"
+#include "client/tavuctl/text.h"
 
 #include <algorithm>
 
@@ -57,26 +58,25 @@ std::string colour(unsigned layer, unsigned grey)
 class TerminalSink final : public FrameSink
 {
 public:
-    TerminalSink() : live_(isConsole(stdout)) {}
+    TerminalSink() : onTerminal_(isConsole(stdout)) {}
 
     void put(uint64_t number, const client::FrameView &frame) override
     {
-        const ConsoleSize size = live_ ? consoleSize(stdout) : ConsoleSize();
+        const ConsoleSize size = onTerminal_ ? consoleSize(stdout) : ConsoleSize();
         // The last two lines belong to the caption and the cursor.
         const std::string picture =
             drawFrame(frame, size.columns, size.rows > 3 ? size.rows - 2 : 1);
-        const std::string caption = "frame " + std::to_string(number) + ", " +
-                                    std::to_string(frame.width) + "x" +
-                                    std::to_string(frame.height);
-        const bool again = live_ && lines_ > 0;
+        const std::string caption =
+            "frame " + std::to_string(number) + ", " + frameSizeText(frame.width, frame.height);
+        const bool again = onTerminal_ && lines_ > 0;
         std::string text = again ? "\033[" + std::to_string(lines_) + "A\r" : std::string();
-        text += picture + caption + (live_ ? "\033[K\n" : "\n");
+        text += picture + caption + (onTerminal_ ? "\033[K\n" : "\n");
         lines_ = static_cast<unsigned>(std::count(text.begin(), text.end(), '\n'));
         print(text);
     }
 
 private:
-    bool live_;
+    bool onTerminal_;
     unsigned lines_ = 0; ///< that the last frame took
 };
 

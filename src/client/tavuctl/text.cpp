@@ -11,7 +11,8 @@ namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-/// Takes the next character off \a text; kReplacement for a byte that starts none.
+/// Removes the next character from \a text and returns it; kReplacement stands for a byte that
+/// doesn't begin a valid one.
 char32_t takeCharacter(std::string_view &text)
 {
     const auto byte = [&text](size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -34,7 +35,7 @@ char32_t takeCharacter(std::string_view &text)
     return whole ? value : kReplacement;
 }
 
-/// Controls, and the characters that turn the direction of what follows.
+/// Control characters, and those that change the direction of writing.
 bool isDangerous(char32_t c)
 {
     return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x200E && c <= 0x200F) ||
@@ -90,6 +91,11 @@ std::string printable(std::string_view text)
     return result;
 }
 
+std::string inQuotes(std::string_view text)
+{
+    return "\"" + printable(text) + "\"";
+}
+
 unsigned displayWidth(std::string_view text)
 {
     unsigned width = 0;
@@ -118,6 +124,16 @@ std::string table(const std::vector<std::vector<std::string>> &rows)
         result += '\n';
     }
     return result;
+}
+
+std::string frameSizeText(uint32_t width, uint32_t height)
+{
+    return std::to_string(width) + "x" + std::to_string(height);
+}
+
+std::string rateText(uint64_t count, double seconds)
+{
+    return formatted("%.1f a second", static_cast<double>(count) / seconds);
 }
 
 std::string sizeText(uint64_t bytes)

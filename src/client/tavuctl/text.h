@@ -1,6 +1,8 @@
 #pragma once
 
+#include <charconv>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -12,11 +14,31 @@ namespace tavu::ctl {
 /// becomes the replacement character.
 std::string printable(std::string_view text);
 
+/// \a text fit for a terminal, in quotation marks.
+std::string inQuotes(std::string_view text);
+
+/// The number that the whole of \a text is, in decimal digits.
+template <typename Number>
+std::optional<Number> parseNumber(std::string_view text)
+{
+    Number value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size())
+        return std::nullopt;
+    return value;
+}
+
 /// Columns that \a text takes in a terminal; wide characters take two.
 unsigned displayWidth(std::string_view text);
 
 /// Lines up rows of cells in columns, two blanks apart, each row a line.
 std::string table(const std::vector<std::vector<std::string>> &rows);
+
+/// "1280x1024".
+std::string frameSizeText(uint32_t width, uint32_t height);
+
+/// "29.9 a second".
+std::string rateText(uint64_t count, double seconds);
 
 /// "235.9 MB".
 std::string sizeText(uint64_t bytes);

@@ -17,7 +17,7 @@ struct WatchOptions
     std::optional<uint64_t> timeout;
 };
 
-std::string typeName(client::EventType type)
+std::string typeName(EventType type)
 {
     const char *const name = eventTypeName(type);
     return name ? name : "Event" + std::to_string(static_cast<uint32_t>(type));
@@ -36,7 +36,6 @@ std::string portsText(uint32_t mask)
 
 std::string eventText(const client::Event &event)
 {
-    using client::EventType;
     std::string text = timeText(utcTimestamp()) + " " + typeName(event.type);
     if (event.type != EventType::DevicesChanged)
         text += " device " + std::to_string(event.device);
@@ -75,14 +74,14 @@ int watch(Session &session, const WatchOptions &options)
         if (options.timeout && Clock::now() - start >= std::chrono::microseconds(*options.timeout))
             break;
         const client::Event event = service.readEvent(queue);
-        if (event.type == client::EventType::NoEvent)
+        if (event.type == EventType::NoEvent)
             continue;
-        if (event.type == client::EventType::QueueClosed)
+        if (event.type == EventType::QueueClosed)
             throw Failure("another client closed our event queue");
         showEvent(session, event);
         ++seen;
     }
-    // Who names a count waits for that many.
+    // With a count, fewer events are a failure.
     return options.count && seen < *options.count ? kFailure : kSuccess;
 }
 
@@ -100,9 +99,7 @@ void addWatchCommand(CLI::App &app, Session &session)
                       "End after this time, to half a second");
     command->add_flag("--json", session.json, "Print a JSON object a line, for scripts");
     addExamples(*command, {"watch", "watch --count 1 --timeout 30s", "watch --json | jq .event"});
-    command->callback([&session, options] {
-        session.action = [&session, options] { return watch(session, *options); };
-    });
+    setAction(*command, session, [&session, options] { return watch(session, *options); });
 }
 
 } // namespace tavu::ctl
