@@ -70,6 +70,7 @@ public:
             script_ = {};
             service_->kill();
         } else if (step.head == "start") {
+            outputPosition_ = errorsPosition_ = 0;
             if (service_)
                 service_->start();
             else
@@ -116,10 +117,17 @@ private:
         return true;
     }
 
-    bool hasSaid(const std::string &line) const
+    /// Looks behind the line found before on the same stream: the order counts.
+    bool hasSaid(const std::string &line)
     {
-        const std::string text = '\n' + service_->output() + '\n' + service_->errors();
-        return text.find('\n' + line + '\n') != std::string::npos;
+        const auto follows = [&line](const std::string &printed, size_t &position) {
+            const size_t found = ('\n' + printed).find('\n' + line + '\n', position);
+            if (found != std::string::npos)
+                position = found + 1 + line.size();
+            return found != std::string::npos;
+        };
+        return follows(service_->output(), outputPosition_) ||
+               follows(service_->errors(), errorsPosition_);
     }
 
     /// Leaves out calls that only look an object up, and times.
@@ -155,6 +163,8 @@ private:
     Script script_;
     std::string counted_ = " ";
     size_t position_ = 0;
+    size_t outputPosition_ = 0; ///< behind the lines that were expected so far
+    size_t errorsPosition_ = 0;
 };
 
 class RecorderCalls : public testing::TestWithParam<std::string>

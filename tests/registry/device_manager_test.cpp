@@ -1,6 +1,7 @@
 #include "registry/device_manager.h"
 
-#include "support/error_of.h"
+#include "emulator/emulator_test.h"
+#include "support/environment.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@
 namespace tavu {
 namespace {
 
-using test::errorOf;
+using test::ScopedVariable;
 
 /// A library without recorders. The simulated one shows what is made of recorders.
 class EmptyLibrary : public RecorderLibrary
@@ -54,7 +55,8 @@ class DeviceManagerTest : public testing::Test
 {
 protected:
     EmptyLibrary::Script script;
-    DeviceManager manager{{std::make_unique<EmptyLibrary>(script), {}}};
+    DeviceManager manager{{std::make_unique<EmptyLibrary>(script),
+                           [] { return std::make_unique<TavuDeviceEmulator>(); }}};
 };
 
 TEST_F(DeviceManagerTest, QueueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLastEvent)
@@ -79,6 +81,36 @@ TEST_F(DeviceManagerTest, QueueIdsAreReusedLowestFirstExceptThoseThatHoldTheirLa
         ASSERT_TRUE(manager.tryReadEvent(2, event));
         EXPECT_EQ(event.device, device);
     }
+}
+
+TEST_F(DeviceManagerTest, CallTakesTheIndexFirstAndAnnouncesSuccessAlone)
+{
+    const TemporaryFolder folder;
+    const ScopedVariable data("XDG_DATA_HOME", folder.path.string());
+    const ScopedVariable enabled("TAVUSRV_ENABLE_EMULATOR", "1");
+    useDataFolder(folder.path);
+    manager.start();
+    const uint32_t queue = manager.createQueue();
+    const std::optional<DeviceEvent> announcement = DeviceEvent{EventType::FilesChanged, 5, 6};
+    DeviceEvent event;
+    int calls = 0;
+    const auto work = [&](ITavuDevice &device, uint8_t port) {
+        ++calls;
+        // No lock of the manager is held, and nobody is told before the device has succeeded.
+        EXPECT_EQ(manager.deviceCount(), 1u);
+        EXPECT_FALSE(manager.tryReadEvent(queue, event));
+        return device.pairedTo(port);
+    };
+    EXPECT_EQ(errorOf([&] { manager.call(1, announcement, work, uint8_t(0)); }),
+              "Invalid device index.");
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(errorOf([&] { manager.call(0, announcement, work, uint8_t(1)); }), "Invalid port");
+    EXPECT_FALSE(manager.tryReadEvent(queue, event));
+    EXPECT_EQ(manager.call(0, announcement, work, uint8_t(0)), "");
+    ASSERT_TRUE(manager.tryReadEvent(queue, event));
+    EXPECT_EQ(event.type, EventType::FilesChanged);
+    EXPECT_EQ(event.device, 5u);
+    EXPECT_EQ(event.port, 6u);
 }
 
 TEST_F(DeviceManagerTest, StopLetsGoOfTheLibraryOnce)
