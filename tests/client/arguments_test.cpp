@@ -41,8 +41,7 @@ TEST(Arguments, RangesOfFrames)
         {"0-89", {{0, 89}}},
         {"80-", {{80, 89}}},
         {"first,last", {{0, 0}, {89, 89}}},
-        {"3,1-2,85-last", {{3, 3}, {1, 2}, {85, 89}}},
-    };
+        {"3,1-2,85-last", {{3, 3}, {1, 2}, {85, 89}}}};
     for (const auto &[text, ranges] : good)
         EXPECT_EQ(parseFrames(text, 90), ranges) << text;
     EXPECT_EQ(frameCountOf(parseFrames("3,1-2,85-last", 90)), 8u);

@@ -43,7 +43,7 @@ protected:
         expectRequest(command, *scripted.script);
     }
 
-    size_t tested() const { return tested_.size(); }
+    std::set<uint64_t> tested_;
 
 private:
     void expectRequest(const char *command, const Script &script)
@@ -55,8 +55,6 @@ private:
         EXPECT_EQ(script.requests[1], encodeRequest(command, params)) << command;
         tested_.insert(ordinal);
     }
-
-    std::set<uint64_t> tested_;
 };
 
 TEST_F(CommandTest, IsSentInOneWriteAndItsReplyIsRead)
@@ -98,11 +96,10 @@ TEST_F(CommandTest, IsSentInOneWriteAndItsReplyIsRead)
         const OpenedFile file = c.openFile(0, kMost, 3);
         return concat(file.openFileId, ' ', file.mapping);
     });
-    brings("fileInfo", "{'width':3,'height':4,'imageSize':24,'numFrames':5,'size':120}",
-           "3 4 24 5 120", [](C &c) {
-               const OpenFileInfo info = c.fileInfo(0, 2);
-               return concat(info.width, ' ', info.height, ' ', info.imageSize, ' ', info.numFrames,
-                             ' ', info.size);
+    brings("fileInfo", "{'width':3,'height':4,'imageSize':5,'numFrames':6,'size':7}", "34567",
+           [](C &c) {
+               const auto [width, height, imageSize, numFrames, size] = c.fileInfo(0, 2);
+               return concat(width, height, imageSize, numFrames, size);
            });
     sends("closeFile", &C::closeFile, 0, 2);
     sends("readFrame", &C::readFrame, 0, 2, ~uint64_t(0));
@@ -117,8 +114,8 @@ TEST_F(CommandTest, IsSentInOneWriteAndItsReplyIsRead)
     brings("framesPerPacket", "{'numFramesPerPacket':8}", 8, &C::framesPerPacket, 0, 1);
     brings("getPortConfig", "{'width':3,'height':4,'pixelFormat':5,'tapGeometry':6}", "3456",
            [](C &c) {
-               const PortConfig config = c.getPortConfig(0, 1);
-               return concat(config.width, config.height, config.pixelFormat, config.tapGeometry);
+               const auto [width, height, pixelFormat, tapGeometry] = c.getPortConfig(0, 1);
+               return concat(width, height, pixelFormat, tapGeometry);
            });
     sends("setPortConfig", &C::setPortConfig, 0, 1, PortConfig{65535, 4, kMost, 6});
     sends("startRecording", &C::startRecording, 0,
@@ -149,28 +146,14 @@ TEST_F(CommandTest, IsSentInOneWriteAndItsReplyIsRead)
     sends("lockGlobal", &C::lockGlobal);
     sends("unlockGlobal", &C::unlockGlobal);
     brings("hardwareType", "{'hardwareType':1}", 1, &C::hardwareType, 0);
-    EXPECT_EQ(tested(), test::commands().size());
-}
-
-TEST(Commands, HaveTheNamesAndNumbersOfTheProtocol)
-{
-    ASSERT_EQ(allCommands().size(), test::commands().size());
-    uint64_t ordinal = 0;
-    for (const test::Command &command : test::commands()) {
-        EXPECT_EQ(findCommand(std::string_view(command.name)), findCommand(ordinal));
-        EXPECT_EQ(findCommand(ordinal++)->name, command.name);
-    }
-    EXPECT_EQ(findCommand(std::string_view("setUp")), nullptr);
-    EXPECT_EQ(findCommand(ordinal), nullptr);
+    EXPECT_EQ(tested_.size(), test::commands().size());
 }
 
 TEST(Connection, ShakesHands)
 {
     EXPECT_EQ(Scripted({}).script->requests[0], encodeMap("act='verCheck' ver=0"));
     const auto connect = [](const std::string &reply) {
-        const auto script = std::make_shared<Script>();
-        script->replies.push_back(reply);
-        Connection(std::make_unique<ScriptedService>(script));
+        Connection(std::make_unique<ScriptedService>(std::make_shared<Script>(Script{{reply}})));
     };
     EXPECT_THROW(connect(encode("{'error':'Unsupported version.'}")), ServiceError);
     EXPECT_THROW(connect(encode("{'result':{'ver':1}}")), ProtocolError);
@@ -212,13 +195,15 @@ TEST(Connection, ReadsListsOfAnyLengthInFewReads)
     }
 }
 
-TEST(Connection, PassesAnErrorOnUnchangedAndGoesOn)
+TEST(Connection, PassesAnErrorOnUnchangedAndGoesOnUntilItsEnd)
 {
     const std::string error = encode("{'error':'Not paried to this camera'}");
-    Scripted scripted({error, error, encode("{'result':{'count':1}}")});
+    Scripted scripted({error, error, encode("{'result':{'count':1}}"), encode("{}")});
     EXPECT_THROW(scripted.connection->pairedTo(0, 0), ServiceError);
     EXPECT_EQ(errorOf([&] { scripted.connection->pairedTo(0, 0); }), "Not paried to this camera");
     EXPECT_EQ(scripted.connection->deviceCount(), 1u);
+    scripted.connection->close();
+    EXPECT_THROW(scripted.connection->deviceCount(), ConnectionError);
 }
 
 TEST(Connection, CallsAnythingWithAnything)
@@ -232,21 +217,12 @@ TEST(Connection, CallsAnythingWithAnything)
               encodeRequest("4", encode("{'a':[true,!CB3FF8000000000000,'x']}")));
 }
 
-TEST(Connection, IsOfNoUseAfterItsEnd)
-{
-    Scripted scripted({encode("{}")});
-    scripted.connection->close();
-    EXPECT_THROW(scripted.connection->deviceCount(), ConnectionError);
-    EXPECT_THROW(scripted.connection->deviceCount(), ConnectionError);
-}
-
 TEST(Connection, SaysHowToStartTheServiceWhenThereIsNone)
 {
     const char *const name = "tavu_client_test_nobody";
     const std::string text = errorOf([&] { Connection connection{name}; });
     EXPECT_NE(text.find(localSocketAddress(name)), std::string::npos);
     EXPECT_NE(text.find("tavusvc noautoclose"), std::string::npos);
-    EXPECT_THROW(Connection connection{name}, ConnectionError);
 }
 
 } // namespace

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <tuple>
+
 namespace tavu::ctl {
 namespace {
 
@@ -13,23 +16,19 @@ std::vector<uint16_t> frameOf(uint32_t width, uint32_t height, uint32_t port, ui
 {
     const std::string bytes = test::simulatedFrame(port - 1, number, width, height);
     std::vector<uint16_t> pixels(bytes.size() / 2);
-    for (size_t i = 0; i < pixels.size(); ++i)
-        pixels[i] = static_cast<uint16_t>(uint8_t(bytes[2 * i]) | uint8_t(bytes[2 * i + 1]) << 8);
+    std::memcpy(pixels.data(), bytes.data(), bytes.size());
     return pixels;
 }
 
 TEST(FrameCheck, TakesSimulatedFramesOfEveryShape)
 {
-    struct Case
-    {
-        uint32_t width, height, port;
-        uint64_t number;
-    };
-    for (const Case &c : {Case{640, 3, 1, 0}, Case{7, 40, 4, 65536}, Case{2, 5, 255, 8191},
-                          Case{1, 9, 16, 0x123456789ABCull}, Case{3, 1, 2, 9}, Case{1, 1, 3, 7}}) {
-        const auto pixels = frameOf(c.width, c.height, c.port, c.number);
-        EXPECT_EQ(faultOfSimulatedFrame(c.number, c.port, {c.width, c.height, pixels}), "");
-        EXPECT_EQ(faultOfSimulatedFrame(c.number, 0, {c.width, c.height, pixels}), "");
+    const std::tuple<uint32_t, uint32_t, uint32_t, uint64_t> cases[] = {
+        {640, 3, 1, 0}, {7, 40, 4, 65536}, {2, 5, 255, 8191}, {1, 9, 16, 0x123456789ABCull},
+        {3, 1, 2, 9},   {1, 1, 3, 7}};
+    for (const auto &[width, height, port, number] : cases) {
+        const auto pixels = frameOf(width, height, port, number);
+        for (const uint32_t expected : {port, 0u})
+            EXPECT_EQ(faultOfSimulatedFrame(number, expected, {width, height, pixels}), "");
     }
 }
 

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+
 namespace tavu::ctl {
 namespace {
 
@@ -11,11 +14,8 @@ TEST(FrameSink, PgmIsBigEndian)
 {
     const std::vector<uint16_t> pixels = {0x0102, 0xFFFE, 0, 1, 2, 3};
     const std::vector<uint8_t> bytes = encodePgm({3, 2, pixels});
-    const std::string head = "P5\n3 2\n65535\n";
-    ASSERT_EQ(bytes.size(), head.size() + 12);
-    EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 13), head);
-    EXPECT_EQ(std::vector<uint8_t>(bytes.begin() + 13, bytes.begin() + 17),
-              (std::vector<uint8_t>{1, 2, 0xFF, 0xFE}));
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()),
+              std::string("P5\n3 2\n65535\n\1\2\xFF\xFE\0\0\0\1\0\2\0\3", 25));
 }
 
 TEST(FrameSink, PathsTakeTheNumberWhereTheySay)
@@ -47,25 +47,17 @@ TEST(FrameSink, FormatsGoByTheEnding)
 
 TEST(FrameSink, DrawingFitsAndUsesTheWholeScale)
 {
-    const auto count = [](const std::string &text, std::string_view what) {
-        size_t found = 0;
-        for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
-            ++found;
-        return found;
-    };
-    struct Case
-    {
-        uint32_t width, height, columns, lines;
-    };
-    // Into 80 columns and 20 lines of two pixels each.
-    for (const Case &c :
-         {Case{1, 1, 1, 1}, Case{2, 3, 2, 2}, Case{80, 40, 80, 20}, Case{1280, 1024, 50, 20},
-          Case{5000, 1, 80, 1}, Case{1, 5000, 1, 20}, Case{81, 40, 80, 20}}) {
-        std::vector<uint16_t> pixels(size_t(c.width) * c.height, 100);
+    // Width and height, and the columns and lines that they take of 80 and 20; a line shows two
+    // rows of pixels.
+    const std::array<uint32_t, 4> cases[] = {
+        {1, 1, 1, 1},     {2, 3, 2, 2},     {80, 40, 80, 20}, {1280, 1024, 50, 20},
+        {5000, 1, 80, 1}, {1, 5000, 1, 20}, {81, 40, 80, 20}};
+    for (const auto &[width, height, columns, lines] : cases) {
+        std::vector<uint16_t> pixels(size_t(width) * height, 100);
         pixels[0] = 90;
-        const std::string text = drawFrame({c.width, c.height, pixels}, 80, 20);
-        EXPECT_EQ(count(text, "\n"), c.lines) << c.width << "x" << c.height;
-        EXPECT_EQ(count(text, "\xE2\x96\x80"), size_t(c.lines) * c.columns);
+        const std::string text = drawFrame({width, height, pixels}, 80, 20);
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), lines) << width << "x" << height;
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\x96'), lines * columns); // of half blocks
     }
     const std::vector<uint16_t> two = {7, 8};
     EXPECT_EQ(drawFrame({1, 2, two}, 80, 20), "\033[38;5;232m\033[48;5;255m\xE2\x96\x80\033[0m\n");
@@ -78,11 +70,8 @@ TEST(FrameSink, LevelsSpreadAndClip)
     EXPECT_EQ(spread({5, 1, few}, parseLevels("100-200")({5, 1, few})),
               (std::vector<uint16_t>{0, 0, 32767, 65535, 65535}));
     std::vector<uint16_t> many(2000, 500);
-    many[0] = 0;
-    many[1] = 9;
-    many[7] = 65535;
-    many[8] = 700;
-    many[9] = 600;
+    const uint16_t outliers[] = {0, 9, 65535, 700, 600};
+    std::copy(std::begin(outliers), std::end(outliers), many.begin());
     const Levels levels = levelsOf({2000, 1, many});
     EXPECT_EQ(std::pair(levels.black, levels.white), std::pair(uint16_t(500), uint16_t(600)));
     EXPECT_EQ(spread({5, 1, few}, {7, 7}).back(), 0);

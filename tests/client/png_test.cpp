@@ -23,8 +23,7 @@ std::vector<uint16_t> decode(const std::vector<uint8_t> &bytes, uint32_t width, 
 
 TEST(Png, KeepsEveryBit)
 {
-    for (const auto &[width, height] :
-         {std::pair(1u, 1u), std::pair(3u, 2u), std::pair(640u, 5u)}) {
+    for (const auto &[width, height] : {std::pair(1u, 1u), {3u, 2u}, {640u, 5u}}) {
         std::vector<uint16_t> pixels(size_t(width) * height);
         for (size_t i = 0; i < pixels.size(); ++i)
             pixels[i] = static_cast<uint16_t>(i * 40503 + 1);

@@ -15,10 +15,10 @@ namespace tavu::client {
 /// What a test sees of both sides of a channel, also after the connection that owns it.
 struct Script
 {
-    std::deque<std::string> replies;   ///< one for each request to come
-    std::vector<std::string> requests; ///< each write as it came
-    uint64_t reads = 0;                ///< calls of readSome()
-    size_t pieceSize = 1 << 20;        ///< the most bytes that a read gets at a time
+    std::deque<std::string> replies;     ///< one for each request to come
+    std::vector<std::string> requests{}; ///< each write as it came
+    uint64_t reads = 0;                  ///< calls of readSome()
+    size_t pieceSize = 1 << 20;          ///< the most bytes that a read gets at a time
     bool closed = false;
 };
 

@@ -20,8 +20,7 @@ TEST(Text, ShowsNothingThatATerminalMightObey)
         {"\xED\xA0\x80", kMark + kMark + kMark}, // half of a surrogate pair
         {"\xF4\x90\x80\x80", kMark + kMark + kMark + kMark},
         {"a\xE2\x82", "a" + kMark + kMark}, // cut off
-        {"\xFF", kMark},
-    };
+        {"\xFF", kMark}};
     for (const auto &[text, shown] : cases)
         EXPECT_EQ(printable(text), shown);
 }

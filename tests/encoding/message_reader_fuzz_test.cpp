@@ -18,8 +18,7 @@ TEST(MessageReaderFuzz, HoldsForMutatedMessages)
         fromHex("dc0003 c40411223344 d90561 00 626300 da000161"),
         fromHex("de0002 b06e756d44726f707065644672616d6573 b4000102030405060708090a0b0c0d0e0f1011"
                 "1213 a0 dd00000002 80 90"),
-        Bytes(40, '\x91') + '\xC0',
-    };
+        Bytes(40, '\x91') + '\xC0'};
     const Bytes leads =
         fromHex("00 7f 80 81 90 a0 b1 bf c0 c1 c4 ca cb cc cf d0 d3 d9 db dc dd de df ff");
     std::mt19937 random(20240601);

@@ -89,8 +89,7 @@ TEST(MessageReader, TypedReadsNameWhatTheyExpected)
         {[](auto &r) { EXPECT_EQ(r.readPosInt(), 1u); }, "d0 01", "Expected pos integer."},
         {[](auto &r) { EXPECT_EQ(r.readNegInt(), -1); }, "ff", "Expected neg integer."},
         {[](auto &r) { EXPECT_EQ(r.readInt(), -1); }, "ff", "Expected integer."},
-        {[&](auto &r) { r.readString(text); }, "a1 61", "Expected string."},
-    };
+        {[&](auto &r) { r.readString(text); }, "a1 61", "Expected string."}};
     for (const auto &[read, good, complaint] : cases) {
         EXPECT_EQ(raisedOn(fromHex(good), read), "");
         EXPECT_EQ(raisedOn(fromHex("c0"), read), complaint);

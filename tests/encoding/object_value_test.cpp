@@ -37,8 +37,7 @@ TEST(ObjectValue, AccessorsTakeTheirTagOnly)
         {[](auto &v) { v.mapAppend("k", ObjectValue()); }, "7", noMap},
         {[](auto &v) { v.mapAt("k"); }, "7", noMap},
         {[](auto &v) { v.mapKeyAt(0); }, "7", noMap},
-        {[](auto &v) { v.mapValueAt(0); }, "7", noMap},
-    };
+        {[](auto &v) { v.mapValueAt(0); }, "7", noMap}};
     for (const auto &[access, tags, complaint] : cases) {
         for (ObjectValue &value : values) {
             const std::string tag = std::to_string(&value - values);
@@ -50,25 +49,25 @@ TEST(ObjectValue, AccessorsTakeTheirTagOnly)
     }
 }
 
-TEST(ObjectValue, AsInt64RangeIsInverted)
+TEST(ObjectValue, RangeIndexAndKeyFaultsHaveTextsOfTheirOwn)
 {
-    const char *outOfRange = "Integer value out of range, expected int64_t.";
-    EXPECT_EQ(errorOf([] { ObjectValue::negative(-1).asInt64(); }), outOfRange);
+    // asInt64() has its range the wrong way round.
     EXPECT_EQ(ObjectValue::negative(5).asInt64(), 5);
     EXPECT_EQ(ObjectValue::positive(~uint64_t(0)).asInt64(), -1);
-    EXPECT_EQ(errorOf([] { ObjectValue::boolean(true).asInt64(); }),
-              "Object type is not an integer, but an integer was expected.");
-}
-
-TEST(ObjectValue, IndexAndKeyFaultsHaveTextsOfTheirOwn)
-{
     ObjectValue array = ObjectValue::array(4), map = ObjectValue::map(4);
     EXPECT_THROW(array.arrayAt(0), std::out_of_range);
-    EXPECT_EQ(errorOf([&] { array.arrayAt(0); }), "Index out of array range.");
-    EXPECT_EQ(errorOf([&] { map.mapKeyAt(0); }), "Index out of map range.");
-    EXPECT_EQ(errorOf([&] { map.mapValueAt(0); }), "Index out of map range.");
-    EXPECT_EQ(errorOf([&] { map.mapAt("k"); }), "Key not found in map.");
     EXPECT_EQ(map.mapIndexOf("k"), -1);
+    const std::pair<std::function<void()>, const char *> cases[] = {
+        {[] { ObjectValue::negative(-1).asInt64(); },
+         "Integer value out of range, expected int64_t."},
+        {[] { ObjectValue::boolean(true).asInt64(); },
+         "Object type is not an integer, but an integer was expected."},
+        {[&] { array.arrayAt(0); }, "Index out of array range."},
+        {[&] { map.mapKeyAt(0); }, "Index out of map range."},
+        {[&] { map.mapValueAt(0); }, "Index out of map range."},
+        {[&] { map.mapAt("k"); }, "Key not found in map."}};
+    for (const auto &[operation, complaint] : cases)
+        EXPECT_EQ(errorOf(operation), complaint);
 }
 
 TEST(ObjectValue, MapFindsTheFirstOfItsExactKeys)

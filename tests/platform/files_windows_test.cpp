@@ -1,12 +1,12 @@
 #include "platform/command_line_windows.h"
 #include "platform/files.h"
 #include "platform/wide_text_windows.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
-#include <filesystem>
 #include <shellapi.h>
 #include <string>
 #include <thread>
@@ -20,16 +20,8 @@ class BusyFileTest : public testing::Test
 protected:
     BusyFileTest()
     {
-        for (const std::string &path : {fresh_, record_}) {
-            std::FILE *file = openStdFile(path, "wb");
-            std::fputs(path == fresh_ ? "new content" : "old", file);
-            std::fclose(file);
-        }
-    }
-    ~BusyFileTest() override
-    {
-        deleteFile(fresh_);
-        deleteFile(record_);
+        test::writeFile(fresh_, "new content");
+        test::writeFile(record_, "old");
     }
 
     /// A reader that lets nobody rename or delete the file.
@@ -39,9 +31,8 @@ protected:
                            OPEN_EXISTING, 0, nullptr);
     }
 
-    std::string record_ =
-        joinPath(testing::TempDir(), "tavu_busy_" + std::to_string(GetCurrentProcessId()));
-    std::string fresh_ = record_ + ".new";
+    const test::TemporaryFolder folder_;
+    const std::string record_ = (folder_.path / "record").string(), fresh_ = record_ + ".new";
 };
 
 TEST_F(BusyFileTest, ReplacementWaitsForAReaderToGo)

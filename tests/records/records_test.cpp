@@ -117,8 +117,7 @@ TEST(MetaRecord, Faults)
         {meta("{'width':'3'}"), "Expected pos integer."},
         // Announces 4 GiB, which must neither be believed nor touch as much memory.
         {meta("{'info':!C6FFFFFFFF3F}"), "Failed to read."},
-        {meta(kUsable + ",1"), "Expected map."},
-    };
+        {meta(kUsable + ",1"), "Expected map."}};
     std::vector<FileRecord> files;
     for (const auto &[bytes, fault] : cases)
         EXPECT_EQ(readMeta(files, bytes), fault);
