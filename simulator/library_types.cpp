@@ -57,6 +57,7 @@ String::~String()
     std::free(text_);
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the other operator copies first
 String &String::operator=(const String &other)
 {
     return *this = other.text_;
@@ -173,7 +174,8 @@ void Vector<T>::erase(const VectorIterator<T> &position)
 template <typename T>
 void Vector<T>::append(const T &element)
 {
-    const T copy = element; // before the elements move, as it may be one of them
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be one of our elements
+    const T copy = element; // and these move
     // The capacity is at least the size rounded up to a power of two.
     if (size_ == 0 || std::has_single_bit(size_)) {
         T *grown = new T[size_ ? 2 * size_ : 1]();

@@ -63,7 +63,7 @@ boost::shared_ptr<Quillon::HardwareInfo> Recorder::hardwareInfo(uint32_t flags)
 {
     if (!begin("Device::hardwareInfo", flags))
         return {};
-    const auto info = boost::make_shared<Quillon::HardwareInfo>();
+    auto info = boost::make_shared<Quillon::HardwareInfo>();
     info->deviceType = description()->deviceType;
     return info;
 }

@@ -134,7 +134,7 @@ void Recording::portChanged(Port &port)
 
 boost::shared_ptr<Port> Recording::portOf(const boost::shared_ptr<Quillon::Port> &port) const
 {
-    const auto own = boost::dynamic_pointer_cast<Port>(port);
+    auto own = boost::dynamic_pointer_cast<Port>(port);
     if (!own || recorder_.portAt(own->index()) != own)
         raiseError("That is no port of this recorder.");
     return own;

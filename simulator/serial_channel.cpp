@@ -141,7 +141,7 @@ std::string SerialChannel::answerTo(const std::string &line)
 {
     const size_t blank = std::min(line.find(' '), line.size());
     const std::string command = line.substr(0, blank);
-    const std::string rest = line.substr(std::min(blank + 1, line.size()));
+    std::string rest = line.substr(std::min(blank + 1, line.size()));
     if (line == "id")
         return "simulated camera on " + port_.description().name;
     if (command == "echo")

@@ -13,7 +13,7 @@ namespace simulator {
 
 boost::shared_ptr<Common::Buffer> FileTable::readMetadata(uint32_t fileId) const
 {
-    const auto block = Common::Buffer::create(nullptr, set_.metadataBytes);
+    auto block = Common::Buffer::create(nullptr, set_.metadataBytes);
     std::lock_guard guard(mutex_);
     uint64_t stored = 0;
     if (at(fileId).hasMetadata)
