@@ -8,7 +8,7 @@
 //     only Port::|Record::        from now on calls that hold none of these words are left out
 //     said TEXT                   expects this line in what the service has printed
 //     start, kill                 starts or kills the service
-//     A 42 D portMask=1 ...       a line as Script plays it, here with the numbers of commands
+//     A startRecording D ...      a line as Script plays it
 //
 // Below the last two kinds of step stand the calls that it must make, or "none". With nothing
 // below, its calls don't matter. With the variable TAVU_RECORD_CALLS set the test rewrites the
