@@ -20,7 +20,7 @@ protected:
 
 boost::shared_ptr<Common::Buffer> filled(uint64_t size, uint64_t first)
 {
-    const auto buffer = Common::Buffer::create(nullptr, size);
+    auto buffer = Common::Buffer::create(nullptr, size);
     auto *bytes = static_cast<uint8_t *>(buffer->data());
     for (uint64_t i = 0; i < size; ++i)
         bytes[i] = static_cast<uint8_t>(first + i + i / kCluster);

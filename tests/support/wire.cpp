@@ -76,7 +76,7 @@ Head readHead(const std::function<Bytes(uint64_t)> &take)
 std::string cut(std::string_view &text, std::string_view end)
 {
     const size_t size = std::min(text.find_first_of(end), text.size());
-    const std::string before(text.substr(0, size));
+    std::string before(text.substr(0, size));
     text.remove_prefix(size);
     return before;
 }
