@@ -14,7 +14,7 @@ void MemStream::throwEnd()
 
 uint64_t MemStream::clip(uint64_t byteCount) const
 {
-    if (position_ >= size_)
+    if (window_.left() == 0)
         throwEnd();
     return std::min(byteCount, remaining());
 }
@@ -22,16 +22,16 @@ uint64_t MemStream::clip(uint64_t byteCount) const
 uint64_t MemStream::read(void *buffer, uint64_t byteCount)
 {
     const uint64_t count = clip(byteCount);
-    copyBytes(buffer, data_ + position_, count);
-    position_ += count;
+    copyBytes(buffer, window_.at, count);
+    window_.at += count;
     return count;
 }
 
 uint64_t MemStream::write(const void *buffer, uint64_t byteCount)
 {
     const uint64_t count = clip(byteCount);
-    copyBytes(data_ + position_, buffer, count);
-    position_ += count;
+    copyBytes(window_.at, buffer, count);
+    window_.at += count;
     return count;
 }
 

@@ -1,17 +1,19 @@
 #pragma once
 
-#include "encoding/stream.h"
-
-#include <typeinfo>
+#include "encoding/windowed_stream.h"
 
 namespace tavu {
 
 /// A Stream over memory of the caller's, which must outlive it. Never grows: bytes that don't fit
 /// are cut off.
-class MemStream final : public Stream
+class MemStream final : public WindowedStream
 {
 public:
-    MemStream(void *data, uint64_t size) : data_(static_cast<unsigned char *>(data)), size_(size) {}
+    MemStream(void *data, uint64_t size)
+    {
+        window_.at = static_cast<unsigned char *>(data);
+        window_.end = window_.at + size;
+    }
 
     /// Both raise std::runtime_error "eof" when the position is at the end, also for 0 bytes, and
     /// otherwise move as much as there is room for.
@@ -21,26 +23,11 @@ public:
     /// Raises what read() and write() raise at the end.
     [[noreturn]] static void throwEnd();
 
-    /// The stream itself if it is a MemStream, otherwise null.
-    static MemStream *from(Stream &stream)
-    {
-        return typeid(stream) == typeid(MemStream) ? static_cast<MemStream *>(&stream) : nullptr;
-    }
-
     /// Bytes between the position and the end.
-    uint64_t remaining() const { return size_ - position_; }
-
-    // For reading or writing in place. Only while a byte is left behind what is taken: at the very
-    // end read() and write() decide whether to raise.
-    unsigned char *position() { return data_ + position_; }
-    void advance(uint64_t byteCount) { position_ += byteCount; }
+    uint64_t remaining() const { return window_.left(); }
 
 private:
     uint64_t clip(uint64_t byteCount) const;
-
-    unsigned char *data_;
-    uint64_t size_;
-    uint64_t position_ = 0;
 };
 
 } // namespace tavu

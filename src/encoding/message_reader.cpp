@@ -1,7 +1,7 @@
 #include "encoding/message_reader.h"
 
 #include "encoding/bytes.h"
-#include "encoding/message_sources.h"
+#include "encoding/message_source.h"
 
 #include <algorithm>
 #include <bit>
@@ -45,6 +45,8 @@ struct Head
     uint8_t width;
 };
 
+constexpr uint8_t kFalse = 0xC2;
+constexpr uint8_t kTrue = 0xC3;
 constexpr uint8_t kUnsigned = 0xCC;
 
 constexpr Head kHeads[32] = {
@@ -74,18 +76,6 @@ uint32_t firstCapacity(uint32_t announced, uint64_t depth)
 
 } // namespace
 
-// Calls \a work with the source that the stream makes.
-template <typename Work>
-auto MessageReader::withSource(const Work &work)
-{
-    if (memory_) {
-        InPlace source(*memory_);
-        return work(source);
-    }
-    AnyStream source(stream_, text_);
-    return work(source);
-}
-
 bool MessageReader::readRaw(void *buffer, uint64_t byteCount)
 {
     return stream_.read(buffer, byteCount) == byteCount;
@@ -113,8 +103,7 @@ inline bool MessageReader::acceptContainer(ObjectType type, uint64_t length, Obj
     return accept(type);
 }
 
-template <typename Source>
-inline bool MessageReader::readText(Source &source, uint64_t length, ObjectValue *slot)
+inline bool MessageReader::readText(MessageSource &source, uint64_t length, ObjectValue *slot)
 {
     if (!source.text(static_cast<uint32_t>(length)))
         return false;
@@ -125,8 +114,7 @@ inline bool MessageReader::readText(Source &source, uint64_t length, ObjectValue
 
 // One head, and the body of a string or number. With a slot, which is nil, also the body of a blob,
 // and all of that goes into the slot. This is what makes up nearly all of our messages.
-template <typename Source>
-inline bool MessageReader::decode(Source &source, ObjectValue *slot)
+inline bool MessageReader::decode(MessageSource &source, ObjectValue *slot)
 {
     uint8_t lead;
     if (!source.lead(lead))
@@ -144,14 +132,13 @@ inline bool MessageReader::decode(Source &source, ObjectValue *slot)
     if (lead < 0xC0)
         return readText(source, lead & 0x1F, slot);
     // The compiler can keep the source in registers as long as nobody else works on it.
-    Source apart(source);
+    MessageSource apart(source);
     const bool isWhole = decodeRest(apart, lead, slot);
     source = apart;
     return isWhole;
 }
 
-template <typename Source>
-NEVER_INLINE bool MessageReader::decodeRest(Source &source, uint8_t lead, ObjectValue *slot)
+NEVER_INLINE bool MessageReader::decodeRest(MessageSource &source, uint8_t lead, ObjectValue *slot)
 {
     if (lead >= 0xE0)
         return acceptInteger(ObjectType::NegativeInteger,
@@ -199,11 +186,10 @@ NEVER_INLINE bool MessageReader::decodeRest(Source &source, uint8_t lead, Object
 
 bool MessageReader::next()
 {
-    return withSource([this](auto &source) {
-        const bool found = decode(source, nullptr);
-        source.keepText(text_);
-        return found;
-    });
+    MessageSource source(stream_, window_, text_);
+    const bool found = decode(source, nullptr);
+    source.keepText();
+    return found;
 }
 
 // Typed reads
@@ -287,23 +273,22 @@ void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)
 
 void MessageReader::skipValue()
 {
-    withSource([this](auto &source) {
-        // Values still to come, at whatever depth. At its limit it stays: nobody sends that many.
-        uint64_t pending = 1;
-        while (pending > 0) {
-            requireRead(decode(source, nullptr));
-            --pending;
-            uint64_t inside = 0;
-            if (lastType_ == ObjectType::Blob)
-                requireRead(source.skip(lastLength_));
-            else if (lastType_ == ObjectType::Map)
-                inside = 2 * uint64_t(lastLength_);
-            else if (lastType_ == ObjectType::Array)
-                inside = lastLength_;
-            pending = inside > ~pending ? ~uint64_t(0) : pending + inside;
-        }
-        source.keepText(text_);
-    });
+    MessageSource source(stream_, window_, text_);
+    // Values still to come, at whatever depth. At its limit it stays: nobody sends that many.
+    uint64_t pending = 1;
+    while (pending > 0) {
+        requireRead(decode(source, nullptr));
+        --pending;
+        uint64_t inside = 0;
+        if (lastType_ == ObjectType::Blob)
+            requireRead(source.skip(lastLength_));
+        else if (lastType_ == ObjectType::Map)
+            inside = 2 * uint64_t(lastLength_);
+        else if (lastType_ == ObjectType::Array)
+            inside = lastLength_;
+        pending = inside > ~pending ? ~uint64_t(0) : pending + inside;
+    }
+    source.keepText();
 }
 
 void MessageReader::findField(uint32_t &remaining, const char *name)
@@ -321,8 +306,7 @@ void MessageReader::findField(uint32_t &remaining, const char *name)
 }
 
 // Makes a nil slot the source's last text, or as much of it as \a length says.
-template <typename Source>
-inline void MessageReader::setText(const Source &source, ObjectValue &slot, size_t length)
+inline void MessageReader::setText(const MessageSource &source, ObjectValue &slot, size_t length)
 {
     const char *text = source.lastText().data();
     if (length <= ObjectValue::kMaxShortText && source.readable() >= ObjectValue::kMaxShortText)
@@ -331,8 +315,7 @@ inline void MessageReader::setText(const Source &source, ObjectValue &slot, size
         slot.setText(text, static_cast<uint32_t>(length));
 }
 
-template <typename Source>
-bool MessageReader::readBody(Source &source, ObjectValue &slot)
+bool MessageReader::readBody(MessageSource &source, ObjectValue &slot)
 {
     OwnedBlob bytes = ObjectValue::allocateBlob(lastLength_);
     if (!source.body(bytes.get(), lastLength_))
@@ -342,8 +325,7 @@ bool MessageReader::readBody(Source &source, ObjectValue &slot)
 }
 
 // A key goes up to its first NUL.
-template <typename Source>
-NEVER_INLINE void MessageReader::readKey(Source &source, ObjectValue &slot)
+void MessageReader::readKey(MessageSource &source, ObjectValue &slot)
 {
     requireRead(decode(source, nullptr));
     if (lastType_ != ObjectType::String)
@@ -355,10 +337,81 @@ NEVER_INLINE void MessageReader::readKey(Source &source, ObjectValue &slot)
                     : std::min(text.find('\0'), text.size()));
 }
 
-template <typename Source>
-void MessageReader::readTree(const Source &start, ObjectValue &root)
+// Takes the entries that most messages are made of, as far as they lie in the window and there is
+// room for them: keys and text that lie in the value, booleans and numbers that aren't negative. At
+// the first other value it returns the slot for it, whose key is in place. Null when there is none:
+// the container is complete, or the next entry isn't so plain from its key on.
+//
+// Only the slots are written as it goes, the rest at the end, so that the rest can be in registers.
+inline ObjectValue *MessageReader::readPlainEntries(MessageSource &source, ObjectValue &container)
 {
-    Source source(start);        // nobody else knows it, so it can lie in registers
+    ObjectValue::Block *block = container.block();
+    ObjectValue *slot = block->slots() + container.slotCount();
+    const bool isMap = container.type() == ObjectType::Map;
+    const auto most = static_cast<uint32_t>(
+        std::min<uint64_t>(block->pending, block->capacity - container.size_));
+    const unsigned char *at = source.place();
+    const unsigned char *const end = source.end();
+    std::string_view lastText;
+    ObjectType lastType = lastType_;
+    uint64_t integer = integer_;
+    ObjectValue *open = nullptr;
+    uint32_t count = 0;
+    for (; count < most; ++count) {
+        if (isMap) {
+            if (end - at <= 1 + ObjectValue::kMaxShortText)
+                break;
+            const uint32_t length = *at - 0xA0u;
+            if (length > kLongestCut)
+                break;
+            lastText = std::string_view(reinterpret_cast<const char *>(at + 1), length);
+            new (slot++) ObjectValue(lastText.data(), lengthToNul(lastText.data(), length));
+            at += 1 + length;
+        } else if (at == end) {
+            break;
+        }
+        const uint8_t lead = *at;
+        const unsigned numberForm = lead - kUnsigned;
+        const uint32_t length = lead - 0xA0u;
+        if (lead < 0x80) {
+            integer = lead;
+            at += 1;
+            new (slot) ObjectValue(ObjectType::PositiveInteger, 0, integer);
+            lastType = ObjectType::PositiveInteger;
+        } else if (numberForm < 4 && end - at > 1 + 8) {
+            integer = loadBigEndian(at + 1) >> (64 - (8u << numberForm));
+            at += 1 + (1u << numberForm);
+            new (slot) ObjectValue(ObjectType::PositiveInteger, 0, integer);
+            lastType = ObjectType::PositiveInteger;
+        } else if (length <= ObjectValue::kMaxShortText &&
+                   end - at > 1 + ObjectValue::kMaxShortText) {
+            lastText = std::string_view(reinterpret_cast<const char *>(at + 1), length);
+            at += 1 + length;
+            new (slot) ObjectValue(lastText.data(), length);
+            lastType = ObjectType::String;
+        } else if (lead == kFalse || lead == kTrue) {
+            bool_ = lead == kTrue;
+            at += 1;
+            new (slot) ObjectValue(ObjectType::Bool, 0, uint64_t(bool_));
+            lastType = ObjectType::Bool;
+        } else {
+            open = new (slot) ObjectValue;
+            ++count;
+            break;
+        }
+        ++slot;
+    }
+    container.size_ += count;
+    block->pending -= count;
+    lastType_ = lastType;
+    integer_ = integer;
+    source.moveTo(at, lastText);
+    return open;
+}
+
+void MessageReader::readTree(ObjectValue &root)
+{
+    MessageSource source(stream_, window_, text_);
     ObjectValue *slot = &root;   // the one that the next value goes into
     ObjectValue *open = nullptr; // the innermost container that lacks entries
     uint64_t depth = 0;
@@ -371,25 +424,19 @@ void MessageReader::readTree(const Source &start, ObjectValue &root)
             slot->block()->parent = std::exchange(open, slot);
             slot->block()->pending = lastLength_;
         }
+        slot = open ? readPlainEntries(source, *open) : nullptr;
+        if (slot)
+            continue;
         while (open && open->block()->pending == 0) {
             open = open->block()->parent;
             --depth;
         }
         if (!open)
-            return source.keepText(text_);
+            return source.keepText();
         slot = openEntry(*open);
         if (open->type() == ObjectType::Map) {
-            if (source.shortText(kLongestCut, 1 + ObjectValue::kMaxShortText)) {
-                const std::string_view text = source.lastText();
-                slot->setShortText(text.data(),
-                                   lengthToNul(text.data(), static_cast<uint32_t>(text.size())));
-                accept(ObjectType::String);
-            } else {
-                Source apart(source);
-                readKey(apart, *slot);
-                source = apart;
-                open->block()->mayOwn |= slot->ownsMemory();
-            }
+            readKey(source, *slot);
+            open->block()->mayOwn |= slot->ownsMemory();
             ++slot;
         }
     }
@@ -398,8 +445,10 @@ void MessageReader::readTree(const Source &start, ObjectValue &root)
 void MessageReader::readObject(ObjectValue &target)
 {
     ObjectValue root;
-    withSource([&](const auto &source) { readTree(source, root); });
-    target = std::move(root);
+    readTree(root);
+    if (target.ownsMemory())
+        target.release();
+    target.steal(root);
 }
 
 // Adds an entry to a container that isn't complete, and returns its first slot. No container inside

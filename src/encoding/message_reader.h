@@ -1,25 +1,30 @@
 #pragma once
 
-#include "encoding/mem_stream.h"
 #include "encoding/object_value.h"
-#include "encoding/stream.h"
+#include "encoding/windowed_stream.h"
 
 #include <cstdint>
 #include <string>
 
 namespace tavu {
 
+class MessageSource;
+
 /// Decodes MessagePack from a Stream, forward only, with no look-ahead: each read of the stream
 /// asks for just the lead byte, the number or the body that is due, the body of an empty string
-/// included. Raises std::runtime_error; after an exception the stream stands wherever it stopped
-/// and the reader must not be used again. What the stream raises passes through.
+/// included. What the stream has in memory is read there. Raises std::runtime_error; after an
+/// exception the stream stands wherever it stopped and the reader must not be used again. What the
+/// stream raises passes through.
 ///
 /// Lengths are believed, but memory is taken only as entries and bytes arrive, and no operation
 /// recurses. Ext values are refused, and so is the lead byte 0xC1.
 class MessageReader
 {
 public:
-    explicit MessageReader(Stream &stream) : stream_(stream), memory_(MemStream::from(stream)) {}
+    explicit MessageReader(Stream &stream) : MessageReader(stream, WindowedStream::of(stream)) {}
+    explicit MessageReader(WindowedStream &stream) : MessageReader(stream, &stream.window()) {}
+    MessageReader(const MessageReader &) = delete;
+    MessageReader &operator=(const MessageReader &) = delete;
 
     /// Reads one head (and a string's or number's body); false when it can't be read in full or is
     /// refused, and lastType() then keeps its value.
@@ -60,22 +65,19 @@ public:
     double floatValue() const { return float_; }
 
 private:
-    template <typename Work>
-    auto withSource(const Work &work);
-    template <typename Source>
-    bool decode(Source &source, ObjectValue *slot);
-    template <typename Source>
-    bool decodeRest(Source &source, uint8_t lead, ObjectValue *slot);
-    template <typename Source>
-    bool readText(Source &source, uint64_t length, ObjectValue *slot);
-    template <typename Source>
-    static void setText(const Source &source, ObjectValue &slot, size_t length);
-    template <typename Source>
-    bool readBody(Source &source, ObjectValue &slot);
-    template <typename Source>
-    void readKey(Source &source, ObjectValue &slot);
-    template <typename Source>
-    void readTree(const Source &start, ObjectValue &root);
+    MessageReader(Stream &stream, Window *window)
+        : stream_(stream), window_(window ? *window : noWindow_)
+    {
+    }
+
+    bool decode(MessageSource &source, ObjectValue *slot);
+    bool decodeRest(MessageSource &source, uint8_t lead, ObjectValue *slot);
+    bool readText(MessageSource &source, uint64_t length, ObjectValue *slot);
+    static void setText(const MessageSource &source, ObjectValue &slot, size_t length);
+    bool readBody(MessageSource &source, ObjectValue &slot);
+    void readKey(MessageSource &source, ObjectValue &slot);
+    ObjectValue *readPlainEntries(MessageSource &source, ObjectValue &container);
+    void readTree(ObjectValue &root);
     bool accept(ObjectType type);
     bool acceptInteger(ObjectType type, uint64_t value, ObjectValue *slot);
     bool acceptContainer(ObjectType type, uint64_t length, ObjectValue *slot);
@@ -84,7 +86,8 @@ private:
     ObjectValue *openEntry(ObjectValue &container);
 
     Stream &stream_;
-    MemStream *memory_; // the same stream, if its bytes can be had in place
+    Window &window_; // of the same stream
+    Window noWindow_;
     uint32_t lastLength_ = 0;
     ObjectType lastType_ = ObjectType::Nil;
     uint64_t integer_ = 0; // of either sign

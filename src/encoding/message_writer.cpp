@@ -1,5 +1,6 @@
 #include "encoding/message_writer.h"
 
+#include <algorithm>
 #include <bit>
 #include <stdexcept>
 #include <vector>
@@ -21,7 +22,6 @@ enum Lead : uint8_t
     kExt = 0xC7,
     kFloat = 0xCA,
     kDouble = 0xCB,
-    kUnsigned = 0xCC,
     kSigned = 0xD0,
     kFixExt = 0xD4,
     kString = 0xD9,
@@ -42,10 +42,10 @@ template <typename Assemble>
 inline void MessageWriter::writeAssembled(uint64_t size, Assemble &&assemble)
 {
     unsigned char local[9];
-    const bool isNear = memory_ && memory_->remaining() > size;
-    assemble(isNear ? memory_->position() : local);
+    const bool isNear = window_.left() > size;
+    assemble(isNear ? window_.at : local);
     if (isNear)
-        memory_->advance(size);
+        window_.at += size;
     else
         stream_.write(local, size);
 }
@@ -58,10 +58,8 @@ inline void MessageWriter::writeLead(uint8_t lead)
 template <typename Number>
 inline void MessageWriter::writeHead(uint8_t lead, Number number)
 {
-    writeAssembled(1 + sizeof number, [&](unsigned char *head) {
-        head[0] = lead;
-        storeBigEndian(head + 1, number);
-    });
+    writeAssembled(1 + sizeof number,
+                   [&](unsigned char *target) { putHead(target, lead, number); });
 }
 
 void MessageWriter::writeNil()
@@ -74,18 +72,11 @@ void MessageWriter::writeBool(bool value)
     writeLead(value ? kTrue : kFalse);
 }
 
-void MessageWriter::writeUint(uint64_t value)
+void MessageWriter::writeUintApart(uint64_t value)
 {
-    if (value < 0x80)
-        writeLead(static_cast<uint8_t>(value));
-    else if (value <= 0xFF)
-        writeHead(kUnsigned, static_cast<uint8_t>(value));
-    else if (value <= 0xFFFF)
-        writeHead(kUnsigned + 1, static_cast<uint16_t>(value));
-    else if (value <= 0xFFFFFFFF)
-        writeHead(kUnsigned + 2, static_cast<uint32_t>(value));
-    else
-        writeHead(kUnsigned + 3, value);
+    unsigned char head[kMostHeadBytes];
+    const auto size = static_cast<uint64_t>(putUint(head, value) - head);
+    writeAssembled(size, [&](unsigned char *target) { copyBytes(target, head, size); });
 }
 
 void MessageWriter::writeInt(int64_t value)
@@ -202,6 +193,27 @@ inline void MessageWriter::writeLeaf(const ObjectValue &value)
     throw std::runtime_error("unrecognized object type.");
 }
 
+// Puts what most messages are made of straight into the window: text that lies in the value, and
+// numbers that aren't negative. False when it is anything else, or may not fit.
+inline bool MessageWriter::putLeaf(Window &window, const ObjectValue &value)
+{
+    constexpr uint64_t kMostBytes =
+        std::max<uint64_t>(1 + ObjectValue::kMaxShortText, kMostHeadBytes);
+    if (window.left() <= kMostBytes)
+        return false;
+    if (value.type() == ObjectType::PositiveInteger) {
+        window.at = putUint(window.at, value.payload<uint64_t>());
+        return true;
+    }
+    if (value.type() == ObjectType::String && value.size_ <= ObjectValue::kMaxShortText) {
+        window.at[0] = static_cast<unsigned char>(kFixString | value.size_);
+        copyBytes(window.at + 1, value.storage_, value.size_);
+        window.at += 1 + value.size_;
+        return true;
+    }
+    return false;
+}
+
 void MessageWriter::writeObject(const ObjectValue &value)
 {
     struct Stretch
@@ -215,13 +227,23 @@ void MessageWriter::writeObject(const ObjectValue &value)
     // A container goes off the path with its last slot, so that depth alone doesn't lengthen it.
     std::vector<Stretch> path{{value.slots(), value.slotCount()}};
     while (!path.empty()) {
-        Stretch &innermost = path.back();
-        const ObjectValue &slot = *innermost.slot++;
-        if (--innermost.slots == 0)
+        Stretch stretch = path.back();
+        // A window of our own: the compiler can keep it in registers.
+        Window window = window_;
+        while (stretch.slots > 0 && putLeaf(window, *stretch.slot)) {
+            ++stretch.slot;
+            --stretch.slots;
+        }
+        window_ = window;
+        if (stretch.slots <= 1)
             path.pop_back();
-        writeLeaf(slot);
-        if (slot.slotCount() > 0)
-            path.push_back({slot.slots(), slot.slotCount()});
+        else
+            path.back() = {stretch.slot + 1, stretch.slots - 1};
+        if (stretch.slots == 0)
+            continue;
+        writeLeaf(*stretch.slot);
+        if (stretch.slot->slotCount() > 0)
+            path.push_back({stretch.slot->slots(), stretch.slot->slotCount()});
     }
 }
 

@@ -228,11 +228,15 @@ void ObjectValue::releaseTree() noexcept
 {
     const auto enter = [](ObjectValue *container, ObjectValue *parent) {
         container->block()->parent = parent;
-        container->block()->pending = container->block()->mayOwn ? container->slotCount() : 0;
+        container->block()->pending = container->slotCount();
         return container;
     };
     if (!block())
         return;
+    if (!block()->mayOwn) {
+        ::operator delete(block());
+        return;
+    }
     ObjectValue *open = enter(this, nullptr);
     while (open) {
         Block *block = open->block();
@@ -243,10 +247,10 @@ void ObjectValue::releaseTree() noexcept
             --slot;
             if (!slot->ownsMemory())
                 continue;
-            if (!slot->isContainer())
-                ::operator delete(slot->payload<void *>());
-            else if (slot->block())
+            if (slot->isContainer() && slot->block() && slot->block()->mayOwn)
                 inner = slot;
+            else
+                ::operator delete(slot->payload<void *>());
         }
         block->pending = static_cast<uint64_t>(slot - first);
         if (inner) {

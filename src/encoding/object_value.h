@@ -139,6 +139,14 @@ private:
         set(tag, size, payload);
     }
 
+    // Short text, where kMaxShortText bytes can be read: a copy of fixed size costs less.
+    ObjectValue(const char *text, uint32_t length) noexcept
+        : size_(length), tag_(static_cast<uint8_t>(ObjectType::String))
+    {
+        std::memcpy(storage_, text, kMaxShortText);
+        storage_[length] = '\0';
+    }
+
     using PayloadBytes = std::array<char, 8>;
 
     // The eight bytes behind tag_ hold a number or a pointer, and are part of short text too.

@@ -20,32 +20,38 @@ ReadAhead::ReadAhead(Source source, std::span<uint8_t> buffer)
 uint64_t ReadAhead::read(void *buffer, uint64_t byteCount)
 {
     auto *target = static_cast<uint8_t *>(buffer);
-    // Every second read of a message is for one byte, the lead of a value.
-    if (byteCount == 1 && hasPending()) {
-        *target = buffer_[position_++];
-        return 1;
-    }
     uint64_t done = 0;
-    while (done < byteCount && (hasPending() || refill())) {
-        const auto count =
-            static_cast<size_t>(std::min<uint64_t>(byteCount - done, end_ - position_));
-        copyBytes(target + done, &buffer_[position_], count);
-        position_ += count;
-        done += count;
+    while (done < byteCount) {
+        const uint64_t due = byteCount - done;
+        if (!hasPending() && due >= buffer_.size()) {
+            // Nothing would be gained by a copy on the way.
+            const uint64_t count = ended_ ? 0 : source_(target + done, due);
+            ended_ = count == 0;
+            if (ended_)
+                break;
+            done += count;
+        } else {
+            if (!hasPending() && !refill())
+                break;
+            const uint64_t count = std::min(due, window_.left());
+            copyBytes(target + done, window_.at, count);
+            window_.at += count;
+            done += count;
+        }
     }
     return done;
 }
 
 int ReadAhead::peek()
 {
-    return hasPending() || refill() ? buffer_[position_] : -1;
+    return hasPending() || refill() ? *window_.at : -1;
 }
 
 bool ReadAhead::refill()
 {
-    position_ = 0;
-    end_ = ended_ ? 0 : static_cast<size_t>(source_(buffer_.data(), buffer_.size()));
-    ended_ = end_ == 0;
+    const uint64_t count = ended_ ? 0 : source_(buffer_.data(), buffer_.size());
+    window_ = {buffer_.data(), buffer_.data() + count};
+    ended_ = count == 0;
     return !ended_;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "encoding/stream.h"
+#include "encoding/windowed_stream.h"
 
 #include <cstddef>
 #include <functional>
@@ -11,7 +11,7 @@ namespace tavu {
 
 /// Reads a source in large pieces and hands its bytes out in small ones, so that many small values
 /// cost few system calls. For sources of which nobody else reads.
-class ReadAhead final : public Stream
+class ReadAhead final : public WindowedStream
 {
 public:
     /// Reads at most so many bytes, at least one; 0 is the end, after which it isn't called again.
@@ -21,6 +21,8 @@ public:
     explicit ReadAhead(Source source, size_t bufferSize = 64 * 1024);
     /// With a buffer of the caller's, which isn't empty and outlives the object.
     ReadAhead(Source source, std::span<uint8_t> buffer);
+    ReadAhead(const ReadAhead &) = delete;
+    ReadAhead &operator=(const ReadAhead &) = delete;
 
     /// Delivers all bytes unless the source ends before.
     uint64_t read(void *buffer, uint64_t byteCount) override;
@@ -30,7 +32,7 @@ public:
     /// The next byte, which stays; -1 at the end. Waits for it.
     int peek();
     /// Whether bytes have come that nobody has taken.
-    bool hasPending() const { return position_ < end_; }
+    bool hasPending() const { return window_.left() > 0; }
     /// Whether the source's end was met.
     bool ended() const { return ended_; }
 
@@ -40,8 +42,6 @@ private:
     Source source_;
     std::unique_ptr<uint8_t[]> owned_;
     std::span<uint8_t> buffer_;
-    size_t position_ = 0;
-    size_t end_ = 0;
     bool ended_ = false;
 };
 

@@ -1,5 +1,5 @@
-// A libFuzzer target: whatever the bytes, decoding in place must do what decoding through the
-// stream does, and what was decoded must survive encoding, copying and skipping.
+// A libFuzzer target: whatever the bytes, decoding in place or ahead must do what decoding through
+// the stream does, and what was decoded must survive encoding, copying and skipping.
 
 #include "encoding/test_streams.h"
 
@@ -24,6 +24,13 @@ void require(bool holds, const char *what)
 struct Outcome
 {
     bool operator==(const Outcome &) const = default;
+    /// The same of a stream at whose end nothing is raised, but fewer bytes come.
+    bool isLike(const Outcome &ahead) const
+    {
+        if (raised.empty())
+            return *this == ahead;
+        return ahead.raised == (raised == "eof" ? "Failed to read." : raised);
+    }
 
     std::string raised;
     uint64_t left;
@@ -32,14 +39,14 @@ struct Outcome
 };
 
 /// Decodes a value, or skips it when there is nothing to decode into.
-Outcome run(const Bytes &bytes, bool inPlace, ObjectValue *value)
+Outcome run(const Bytes &bytes, Way way, ObjectValue *value)
 {
-    Reading it(bytes, inPlace);
+    Reading it(bytes, way);
     const std::string raised =
         errorOf([&] { value ? it.reader.readObject(*value) : it.reader.skipValue(); });
     if (!raised.empty())
-        return {raised, it.memory.remaining()};
-    return {raised, it.memory.remaining(), it.reader.stringValue(), it.reader.lastType()};
+        return {raised, it.left()};
+    return {raised, it.left(), it.reader.stringValue(), it.reader.lastType()};
 }
 
 } // namespace
@@ -47,10 +54,18 @@ Outcome run(const Bytes &bytes, bool inPlace, ObjectValue *value)
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const Bytes bytes(data, data + size);
-    ObjectValue value, throughStream, again;
-    const Outcome decoded = run(bytes, true, &value), skipped = run(bytes, true, nullptr);
-    require(decoded == run(bytes, false, &throughStream), "decoding in place ends otherwise");
-    require(skipped == run(bytes, false, nullptr), "skipping in place ends otherwise");
+    ObjectValue value, throughStream, ahead, again;
+    const Outcome decoded = run(bytes, Way::InPlace, &value),
+                  skipped = run(bytes, Way::InPlace, nullptr);
+    require(decoded == run(bytes, Way::Apart, &throughStream), "decoding in place ends otherwise");
+    require(skipped == run(bytes, Way::Apart, nullptr), "skipping in place ends otherwise");
+    // A byte behind it all: only memory refuses to read nothing at its end.
+    const Bytes longer = bytes + '\xC1';
+    require(run(longer, Way::InPlace, &again).isLike(run(longer, Way::Ahead, &ahead)),
+            "decoding ahead ends otherwise");
+    require(encoded(again) == encoded(ahead), "decoding ahead gives another value");
+    require(run(longer, Way::InPlace, nullptr).isLike(run(longer, Way::Ahead, nullptr)),
+            "skipping ahead ends otherwise");
     const Bytes first = encoded(value);
     require(first == encoded(throughStream), "decoding in place gives another value");
     // A key that is no string is a fault to the decoder only.
@@ -61,7 +76,8 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     }
     require(skipped.left == decoded.left, "skipping ends elsewhere");
-    require(run(first + '\xC1', true, &again).left == 1, "what was encoded can't be decoded");
+    require(run(first + '\xC1', Way::InPlace, &again).left == 1,
+            "what was encoded can't be decoded");
     require(encoded(again) == first, "encoding isn't stable");
     const ObjectValue copy(value);
     const Bytes copied = encoded(copy);

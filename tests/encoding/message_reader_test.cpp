@@ -14,7 +14,7 @@ using Read = std::function<void(MessageReader &)>;
 /// What a read of these bytes raises, which is the same in place and through a stream.
 std::string raisedOn(const Bytes &bytes, const Read &read)
 {
-    Reading inPlace(bytes, true), apart(bytes, false);
+    Reading inPlace(bytes, Way::InPlace), apart(bytes, Way::Apart);
     const std::string raised = errorOf([&] { read(inPlace.reader); });
     EXPECT_EQ(errorOf([&] { read(apart.reader); }), raised);
     return raised;
@@ -44,12 +44,15 @@ TEST(MessageReader, NextFindsTypeValueAndNothingMore)
         "x 255 c4ff  x 256 c50100  x 65536 c600010000 "
         "s 2 a26100  s 1 d90161  s 1 da000161  s 0 db00000000");
     while (cases >> type >> expected >> bytes) {
-        for (const auto &[inPlace, behind] : {std::pair(false, 1u), {true, 1u}, {true, 40u}}) {
+        for (const auto &[way, behind] : {std::pair(Way::Apart, 1u),
+                                          {Way::InPlace, 1u},
+                                          {Way::InPlace, 40u},
+                                          {Way::Ahead, 40u}}) {
             SCOPED_TRACE(bytes);
-            Reading whole(fromHex(bytes) + Bytes(behind, '\xC1'), inPlace);
+            Reading whole(fromHex(bytes) + Bytes(behind, '\xC1'), way);
             const MessageReader &reader = whole.reader;
             ASSERT_TRUE(whole.reader.next());
-            EXPECT_EQ(whole.memory.remaining(), behind);
+            EXPECT_EQ(whole.left(), behind);
             EXPECT_EQ(static_cast<size_t>(reader.lastType()), types.find(type));
             const int64_t value = type == '-' || type == '+' ? reader.negValue()
                                   : type == 'b'              ? reader.boolValue()
@@ -60,7 +63,7 @@ TEST(MessageReader, NextFindsTypeValueAndNothingMore)
             EXPECT_EQ(reader.negValue(), static_cast<int64_t>(reader.posValue()));
 
             // One byte short, it is no head at all, and the former type stays.
-            Reading cut(fromHex("c3" + bytes.substr(0, bytes.size() - 2)), inPlace);
+            Reading cut(fromHex("c3" + bytes.substr(0, bytes.size() - 2)), way);
             EXPECT_TRUE(cut.reader.next());
             bool found = false;
             errorOf([&] { found = cut.reader.next(); });
@@ -73,7 +76,7 @@ TEST(MessageReader, NextFindsTypeValueAndNothingMore)
 
 TEST(MessageReader, AsksForJustWhatIsDue)
 {
-    Reading it(fromHex("83 a0 a1 61 d9 01 62 cd 0100 a1 63 c4 02 0102"), false);
+    Reading it(fromHex("83 a0 a1 61 d9 01 62 cd 0100 a1 63 c4 02 0102"), Way::Apart);
     readTree(it.reader);
     EXPECT_EQ(it.reads, (std::vector<uint64_t>{1, 1, 0, 1, 1, 1, 1, 1, 1, 2, 1, 1, 1, 1, 2}));
 }
@@ -131,7 +134,7 @@ TEST(MessageReader, FindsFieldsForward)
         {3, "c", "Map field not found.", 0, 4},
         {0, "a", "Map field not found.", 0, 0}};
     for (const auto &[count, name, complaint, left, next] : cases) {
-        Reading it(next == 0 ? fromHex("00") : pairs, false);
+        Reading it(next == 0 ? fromHex("00") : pairs, Way::Apart);
         uint32_t remaining = count;
         EXPECT_EQ(errorOf([&, n = name] { it.reader.findField(remaining, n); }), complaint);
         EXPECT_EQ(remaining, left);
@@ -171,11 +174,11 @@ TEST(MessageReader, GivesBackWhatWasWritten)
     const Bytes shortest = fromHex("87 a0 c0  a161 94 ff 01 c2 c3  a162 c4021112  a161 a3780079 "
                                    " a163 cb3ff8000000000000  a164 81 a165 90  a166 80");
     for (const auto &[bytes, capacity] : {std::pair(shortest, 7u), {encoded(big), 5001u}}) {
-        for (const bool inPlace : {true, false}) {
-            Reading it(bytes, inPlace);
+        for (const Way way : {Way::InPlace, Way::Ahead, Way::Apart}) {
+            Reading it(bytes, way);
             ObjectValue value;
             it.reader.readObject(value);
-            EXPECT_EQ(it.memory.remaining(), 0u);
+            EXPECT_EQ(it.left(), 0u);
             EXPECT_EQ(value.capacity(), capacity);
             EXPECT_EQ(encoded(value), bytes);
         }
@@ -191,7 +194,7 @@ TEST(MessageReader, AKeyEndsAtItsNulAndAStringDoesnt)
             text[nul] = '\0';
             const Bytes once = encoded([&](auto &writer) { writer.writeString(text); });
             for (const size_t behind : {0u, 40u}) {
-                Reading it('\x81' + once + once + Bytes(behind, '\0'), true);
+                Reading it('\x81' + once + once + Bytes(behind, '\0'), Way::InPlace);
                 ObjectValue map;
                 it.reader.readObject(map);
                 const ObjectValue &first = map.mapAt(std::string(nul, 'x').c_str());

@@ -80,4 +80,43 @@ TEST(ReadAhead, HandsOutPiecesOfWhateverSize)
     }
 }
 
+TEST(WriteBehind, CollectsAMessageAndSendsALongOneInPieces)
+{
+    struct Target final : Stream
+    {
+        uint64_t read(void *, uint64_t) override { return 0; }
+        uint64_t write(const void *buffer, uint64_t byteCount) override
+        {
+            writes.emplace_back(static_cast<const char *>(buffer), byteCount);
+            return writes.size() < 6 ? byteCount : byteCount - 1;
+        }
+        std::vector<Bytes> writes;
+    } target;
+    WriteBehind stream(target);
+    const auto send = [&](size_t pieceSize, size_t pieces, char byte) {
+        target.writes.clear();
+        for (size_t i = 0; i < pieces; ++i)
+            EXPECT_EQ(stream.write(Bytes(pieceSize, byte).data(), pieceSize), pieceSize);
+    };
+    EXPECT_TRUE(stream.flush());
+    EXPECT_TRUE(target.writes.empty());
+    for (const size_t pieces : {3u, 65'536u}) {
+        send(1, pieces, 'a');
+        EXPECT_TRUE(target.writes.empty());
+        EXPECT_TRUE(stream.flush());
+        EXPECT_EQ(target.writes, std::vector{Bytes(pieces, 'a')});
+    }
+    send(1, 65'537, 'b');
+    send(70'000, 1, 'c');
+    EXPECT_EQ(target.writes, (std::vector{Bytes(1, 'b'), Bytes(70'000, 'c')}));
+    EXPECT_TRUE(stream.flush());
+    // Nothing goes on behind a piece that the target didn't take whole.
+    send(70'000, 6, 'd');
+    EXPECT_EQ(target.writes.size(), 6u);
+    EXPECT_FALSE(stream.flush());
+    send(1, 1, 'e');
+    EXPECT_FALSE(stream.flush());
+    EXPECT_TRUE(target.writes.empty());
+}
+
 } // namespace tavu::test
