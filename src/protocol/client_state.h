@@ -1,6 +1,6 @@
 #pragma once
 
-#include "encoding/stream.h"
+#include "encoding/channel.h"
 #include "registry/device_manager.h"
 
 #include <atomic>
@@ -37,17 +37,17 @@ void makeRoom(std::vector<Element> &list)
         list.reserve(list.empty() ? 8 : 2 * list.size());
 }
 
-/// What commands need of their client: the stream on which its requests come and its replies go,
+/// What commands need of their client: the channel on which its requests come and its replies go,
 /// and what it holds. It belongs to the client's own thread, except for eventQueueId.
 struct ClientState
 {
-    explicit ClientState(Stream &clientStream) : stream(clientStream) {}
+    explicit ClientState(Channel &clientChannel) : channel(clientChannel) {}
 
     /// Gives back what the client holds: live views, files, queue and lock, in this order. What
     /// fails is left, and the rest given back all the same.
     void giveBack(DeviceManager &devices);
 
-    Stream &stream;
+    Channel &channel;
     /// Whoever destroys the queue resets this, on any thread, by Session::forgetQueue.
     std::atomic<uint32_t> eventQueueId{kNoEventQueue};
     std::vector<OpenFileRef> openFiles;

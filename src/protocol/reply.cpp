@@ -1,16 +1,26 @@
 #include "protocol/reply.h"
-#include "platform/diagnostics.h"
+
+#include <string_view>
 
 namespace tavu {
 
 namespace {
 
+/// Counted once and for all: a list has a thousand times the same keys.
+template <const FieldList &fields>
+inline constexpr auto kKeyLengths = [] {
+    std::array<size_t, fields.size()> lengths{};
+    for (size_t i = 0; i < fields.size(); ++i)
+        lengths[i] = std::string_view(fields[i].key).size();
+    return lengths;
+}();
+
 /// Writes a map whose keys the wire has laid down, value by value.
+template <const FieldList &fields>
 class FieldWriter
 {
 public:
-    FieldWriter(MessageWriter &writer, const FieldList &fields)
-        : writer_(writer), field_(fields.begin())
+    explicit FieldWriter(MessageWriter &writer) : writer_(writer)
     {
         writer.writeMapHeader(static_cast<uint32_t>(fields.size()));
     }
@@ -29,15 +39,19 @@ public:
     }
 
 private:
-    void key() { writer_.writeString((field_++)->key); }
+    void key()
+    {
+        writer_.writeString(fields[index_].key, kKeyLengths<fields>[index_]);
+        ++index_;
+    }
 
     MessageWriter &writer_;
-    const Field *field_;
+    size_t index_ = 0;
 };
 
 void writeFile(MessageWriter &writer, const FileRecord &file)
 {
-    FieldWriter(writer, kFileFields)
+    FieldWriter<kFileFields>(writer)
         .text(file.name)
         .text(file.port)
         .text(file.camera)
@@ -72,7 +86,7 @@ struct ValueWriter
     }
     void operator()(const DeviceEvent &event) const
     {
-        FieldWriter(writer, kEventFields)
+        FieldWriter<kEventFields>(writer)
             .number(static_cast<uint32_t>(event.type))
             .number(event.device)
             .number(event.port);
@@ -89,14 +103,14 @@ struct ValueWriter
 
 void Reply::write(MessageWriter &writer) const
 {
-    sendResult(writer, count_);
+    writeResult(writer, count_);
     for (uint32_t i = 0; i < count_; ++i) {
         writer.writeString(fields_[i].key);
         std::visit(ValueWriter{writer}, fields_[i].value);
     }
 }
 
-void sendResult(MessageWriter &writer, uint32_t count)
+void writeResult(MessageWriter &writer, uint32_t count)
 {
     if (count == 0) {
         writer.writeMapHeader(0);
@@ -107,12 +121,11 @@ void sendResult(MessageWriter &writer, uint32_t count)
     writer.writeMapHeader(count);
 }
 
-void sendError(MessageWriter &writer, const char *text)
+void writeError(MessageWriter &writer, const char *text)
 {
     writer.writeMapHeader(1);
     writer.writeString("error");
     writer.writeString(text);
-    printLine(stdout, "ResponseError: %s\n", text);
 }
 
 } // namespace tavu

@@ -79,9 +79,9 @@ private:
 
 /// Writes the head of a result: the map of "result" to a map of \a count pairs, which the caller
 /// writes next. For 0 pairs the whole reply is the empty map.
-void sendResult(MessageWriter &writer, uint32_t count);
+void writeResult(MessageWriter &writer, uint32_t count);
 
-/// Writes an error reply, and then a line about it on standard output.
-void sendError(MessageWriter &writer, const char *text);
+/// Writes an error reply.
+void writeError(MessageWriter &writer, const char *text);
 
 } // namespace tavu

@@ -1,10 +1,13 @@
 #include "protocol/request_loop.h"
 #include "encoding/message_reader.h"
 #include "encoding/message_writer.h"
+#include "encoding/read_ahead.h"
+#include "encoding/write_behind.h"
 #include "platform/diagnostics.h"
 #include "protocol/commands.h"
 #include "wire/names.h"
 
+#include <array>
 #include <cstring>
 #include <stdexcept>
 
@@ -12,14 +15,12 @@ namespace tavu {
 
 namespace {
 
-/// One connection's side of the conversation.
+/// One connection's side of the conversation. A request is taken in by one read, as a rule, and a
+/// reply goes out by one write: each crossing into the system costs more than all the work between.
 class RequestLoop
 {
 public:
-    explicit RequestLoop(Session &session)
-        : session_(session), reader_(session.client.stream), writer_(session.client.stream)
-    {
-    }
+    explicit RequestLoop(Session &session) : session_(session), replies_(session.client.channel) {}
 
     void serveNext();
 
@@ -27,11 +28,18 @@ private:
     void checkVersion(const ObjectValue &request);
     void execute(const ObjectValue &request);
     void run(const Handler &handler, const ObjectValue &request);
+    void fail(const char *text);
 
     Session &session_;
-    MessageReader reader_;
-    MessageWriter writer_;
     bool handshakeDone_ = false;
+    std::array<uint8_t, 4096> arrived_;
+    ReadAhead requests_{[this](void *buffer, uint64_t byteCount) {
+                            return session_.client.channel.readSome(buffer, byteCount);
+                        },
+                        arrived_};
+    WriteBehind replies_;
+    MessageReader reader_{requests_};
+    MessageWriter writer_{replies_};
 };
 
 void RequestLoop::serveNext()
@@ -55,12 +63,13 @@ void RequestLoop::serveNext()
 void RequestLoop::checkVersion(const ObjectValue &request)
 {
     if (request.mapAt("ver").asPositive() != kProtocolVersion) {
-        sendError(writer_, "Unsupported version.");
+        fail("Unsupported version.");
         return;
     }
-    sendResult(writer_, 1);
+    writeResult(writer_, 1);
     writer_.writeString("ver");
     writer_.writeUint(kProtocolVersion);
+    replies_.flush();
     handshakeDone_ = true;
 }
 
@@ -70,7 +79,7 @@ void RequestLoop::execute(const ObjectValue &request)
     if (const Handler *handler = findHandler(ordinal))
         run(*handler, request);
     else
-        sendError(writer_, "Unrecognized function.");
+        fail("Unrecognized function.");
 }
 
 /// A fault inside a command costs the client an error reply and nothing else.
@@ -85,10 +94,19 @@ void RequestLoop::run(const Handler &handler, const ObjectValue &request)
             throw;
         if (handler.echoesFailure)
             printLine(stderr, "%s\n", text);
-        sendError(writer_, text);
+        fail(text);
         return;
     }
     reply.write(writer_);
+    replies_.flush();
+}
+
+/// Answers with an error, and then says so on standard output.
+void RequestLoop::fail(const char *text)
+{
+    writeError(writer_, text);
+    replies_.flush();
+    printLine(stdout, "ResponseError: %s\n", text);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // A library that is preloaded into the service, and lets calls for files, regions and threads fail
-// as the test says.
+// as the test says. It also counts what goes between the service and its clients.
 
 #include "failing_calls.h"
 
@@ -136,4 +136,21 @@ extern "C" int failingClose(FILE *file)
     real(file);
     errno = ENOSPC;
     return EOF;
+}
+
+extern "C" ssize_t countedReceive(int fd, void *data, size_t size, int flags) __asm__("recv");
+extern "C" ssize_t countedReceive(int fd, void *data, size_t size, int flags)
+{
+    static const auto real = original<decltype(&countedReceive)>("recv");
+    const ssize_t received = real(fd, data, size, flags);
+    control->receives += received > 0;
+    return received;
+}
+
+extern "C" ssize_t countedSend(int fd, const void *data, size_t size, int flags) __asm__("send");
+extern "C" ssize_t countedSend(int fd, const void *data, size_t size, int flags)
+{
+    static const auto real = original<decltype(&countedSend)>("send");
+    ++control->sends;
+    return real(fd, data, size, flags);
 }

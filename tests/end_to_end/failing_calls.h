@@ -22,6 +22,8 @@ struct FailingCalls
     std::atomic<Failure> failure;
     std::atomic<bool> acceptFailed; ///< a failed accept ends the service
     char name[32];                  ///< of the first call that failed
+    std::atomic<uint64_t> receives; ///< from clients that brought something
+    std::atomic<uint64_t> sends;    ///< to clients
 };
 
 } // namespace tavu::test

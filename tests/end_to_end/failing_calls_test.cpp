@@ -17,10 +17,11 @@ namespace {
 constexpr uint64_t kShares = 4; ///< into which the calls are split, for tests that run in parallel
 constexpr const char *kFailures[] = {"None", "Once", "Onwards", "Kill"};
 
-class FailingCallsTest : public testing::TestWithParam<std::tuple<Failure, uint64_t>>
+/// Preloads the library into the services that are started meanwhile, and shares memory with it.
+class PreloadedCalls
 {
-protected:
-    FailingCallsTest()
+public:
+    PreloadedCalls()
     {
         const std::string path = (folder_.path / "calls").string();
         const int fd = open(path.c_str(), O_RDWR | O_CREAT, 0600);
@@ -31,12 +32,24 @@ protected:
         setVariable("FAILING_CALLS", path);
         setVariable("LD_PRELOAD", FAILING_CALLS_PATH);
     }
-    ~FailingCallsTest() override
+    PreloadedCalls(const PreloadedCalls &) = delete;
+    PreloadedCalls &operator=(const PreloadedCalls &) = delete;
+    ~PreloadedCalls()
     {
         setVariable("LD_PRELOAD", std::nullopt);
         munmap(calls_, sizeof *calls_);
     }
 
+    FailingCalls *operator->() { return calls_; }
+
+private:
+    TemporaryFolder folder_;
+    FailingCalls *calls_ = nullptr;
+};
+
+class FailingCallsTest : public testing::TestWithParam<std::tuple<Failure, uint64_t>>
+{
+protected:
     void arm(Failure failure, uint64_t at)
     {
         calls_->calls = 0;
@@ -104,8 +117,7 @@ protected:
     }
 
 private:
-    TemporaryFolder folder_;
-    FailingCalls *calls_ = nullptr;
+    PreloadedCalls calls_;
     std::optional<Scenario> scenario_;
     std::optional<Service> service_;
     std::optional<Client> client_;
@@ -122,6 +134,23 @@ TEST_P(FailingCallsTest, LoseNothing)
         letFail(failure, at, true);
     for (uint64_t at = 1 + share; at <= total; at += kShares)
         letFail(failure, at, false);
+}
+
+TEST(CountedCalls, ARequestIsOneReceiveAndItsReplyOneSend)
+{
+    PreloadedCalls calls;
+    Service service;
+    Client client;
+    client.does("setPortConfig", "P width=4 height=4 pixelFormat=0 tapGeometry=0");
+    const uint64_t receives = calls->receives, sends = calls->sends;
+    constexpr uint64_t kRequests = 100;
+    for (uint64_t i = 0; i < kRequests; ++i) {
+        client.result("deviceCount");
+        client.result("getPortConfig", "P");
+        client.fails("deviceName", "deviceId=7", "Invalid device index.");
+    }
+    EXPECT_EQ(calls->receives - receives, 3 * kRequests);
+    EXPECT_EQ(calls->sends - sends, 3 * kRequests);
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, FailingCallsTest,
