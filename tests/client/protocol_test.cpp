@@ -101,8 +101,8 @@ TEST(Protocol, CallTakesWhatTheTableSays)
         {"deviceCount", {"x=0"}, "\"x=0\" is no parameter of it; deviceCount takes nothing"}};
     for (const auto &[name, arguments, text] : refused) {
         const CommandInfo &info = *findCommand(std::string_view(name));
-        const std::string error =
-            errorOf([&] { checkCallParams(info, parseCallParams(info, arguments)); });
+        const std::string error = errorOf(
+            [&, &given = arguments] { checkCallParams(info, parseCallParams(info, given)); });
         EXPECT_TRUE(error.starts_with(text)) << error;
     }
 }

@@ -15,7 +15,7 @@ using Read = std::function<void(MessageReader &)>;
 std::string raisedOn(const Bytes &bytes, const Read &read)
 {
     Reading inPlace(bytes, Way::InPlace), apart(bytes, Way::Apart);
-    const std::string raised = errorOf([&] { read(inPlace.reader); });
+    std::string raised = errorOf([&] { read(inPlace.reader); });
     EXPECT_EQ(errorOf([&] { read(apart.reader); }), raised);
     return raised;
 }
@@ -194,7 +194,7 @@ TEST(MessageReader, AKeyEndsAtItsNulAndAStringDoesnt)
             text[nul] = '\0';
             const Bytes once = encoded([&](auto &writer) { writer.writeString(text); });
             for (const size_t behind : {0u, 40u}) {
-                Reading it('\x81' + once + once + Bytes(behind, '\0'), Way::InPlace);
+                Reading it(concat('\x81', once, once, Bytes(behind, '\0')), Way::InPlace);
                 ObjectValue map;
                 it.reader.readObject(map);
                 const ObjectValue &first = map.mapAt(std::string(nul, 'x').c_str());

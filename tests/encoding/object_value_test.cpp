@@ -133,7 +133,8 @@ TEST(ObjectValue, CopiedTextKeepsItsSizeButNothingBehindItsNul)
 {
     for (const size_t tail : {3u, 30u}) {
         const std::string head = std::string("ab") + '\0', text = head + std::string(tail, 'x');
-        const ObjectValue original = ObjectValue::string(text), copied(original);
+        const ObjectValue original = ObjectValue::string(text);
+        const ObjectValue copied(original); // NOLINT(performance-unnecessary-copy-initialization)
         EXPECT_EQ(std::string(original.asString(), original.size()), text);
         EXPECT_EQ(std::string(copied.asString(), copied.size()), head + std::string(tail, '\0'));
     }
@@ -143,9 +144,11 @@ TEST(ObjectValue, MovedFromAndEmptiedValues)
 {
     for (const std::string &text : {std::string("short"), kLongText}) {
         ObjectValue source = ObjectValue::string(text);
+        // NOLINTBEGIN(bugprone-use-after-move,clang-analyzer-cplusplus.Move): it is nil
         const ObjectValue first(std::move(source)), second(std::move(source));
         EXPECT_EQ(first.asString(), text);
         EXPECT_EQ(source.type(), ObjectType::Nil);
+        // NOLINTEND(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
         EXPECT_EQ(second.type(), ObjectType::Nil);
     }
     ObjectValue blob = ObjectValue::blob("abc", 3);

@@ -57,7 +57,7 @@ inline Bytes encoded(const std::function<void(MessageWriter &)> &write)
     MemorySink sink, target;
     MessageWriter sinkWriter(sink);
     write(sinkWriter);
-    const Bytes bytes(sink.bytes().begin(), sink.bytes().end());
+    Bytes bytes(sink.bytes().begin(), sink.bytes().end());
     WriteBehind behind(target);
     MessageWriter behindWriter(behind);
     write(behindWriter);

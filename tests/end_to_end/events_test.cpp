@@ -90,10 +90,10 @@ notifyFilesChanged deviceId=4294967295 -> ok | 4 4294967295 0)r");
         if (event >> type >> device >> port)
             expected = concat(R"({"ok":true,"event":{"type":)", type, R"(,"device":)", device,
                               R"(,"port":)", port, "}}");
-        script.play("A " + step.substr(0, step.size() - 1) + "\nB tryReadEvent queueId=1 -> " +
-                    expected + "\nA tryReadEvent queueId=0 -> " + expected +
-                    "\nA tryReadEvent queueId=0 -> " + none + "\nB tryReadEvent queueId=1 -> " +
-                    none);
+        script.play(concat("A ", step.substr(0, step.size() - 1), "\nB tryReadEvent queueId=1 -> ",
+                           expected, "\nA tryReadEvent queueId=0 -> ", expected,
+                           "\nA tryReadEvent queueId=0 -> ", none, "\nB tryReadEvent queueId=1 -> ",
+                           none));
     }
     EXPECT_EQ(service.errors(), "Invalid port mask\n");
 }

@@ -56,7 +56,8 @@ void endIfTold()
 
 __attribute__((constructor)) void begin()
 {
-    const int fd = open(std::getenv("FAILING_CALLS"), O_RDWR | O_CLOEXEC);
+    const char *path = std::getenv("FAILING_CALLS");
+    const int fd = path ? open(path, O_RDWR | O_CLOEXEC) : -1;
     void *memory = mmap(nullptr, sizeof(FailingCalls), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     close(fd);
     if (memory == MAP_FAILED)
@@ -68,6 +69,7 @@ __attribute__((constructor)) void begin()
 
 /// A function in the place of the C library's. Where it fails it sets errno and returns \a
 /// returned.
+// NOLINTBEGIN(bugprone-macro-parentheses): they make up a declaration.
 #define FAILING(result, name, error, returned, parameters, arguments)                              \
     extern "C" result failing_##name parameters __asm__(#name);                                    \
     extern "C" result failing_##name parameters                                                    \
@@ -79,6 +81,7 @@ __attribute__((constructor)) void begin()
         errno = error;                                                                             \
         return returned;                                                                           \
     }
+// NOLINTEND(bugprone-macro-parentheses)
 
 FAILING(FILE *, fopen, EMFILE, nullptr, (const char *path, const char *mode), (path, mode))
 FAILING(int, open, EMFILE, -1, (const char *path, int flags, mode_t mode), (path, flags, mode))

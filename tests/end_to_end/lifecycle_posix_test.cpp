@@ -33,7 +33,9 @@ TEST(LifeCycle, AFailingAcceptCutsAllClientsOff)
         const rlimit few = {16, 16};
         EXPECT_EQ(prlimit(static_cast<pid_t>(service.processId()), RLIMIT_NOFILE, &few, nullptr),
                   0);
-        Client(false); // the accept that is under way still succeeds
+        {
+            Client last(false);
+        } // the accept that is under way still succeeds
         EXPECT_EQ(service.waitForExit(), 0);
         service.start();
     }

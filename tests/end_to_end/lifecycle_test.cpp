@@ -15,7 +15,9 @@ namespace fs = std::filesystem;
 /// Ends the service: a client connects and leaves.
 void stop(Service &service)
 {
-    Client(false);
+    {
+        Client passing(false);
+    }
     EXPECT_EQ(service.waitForExit(), 0);
 }
 

@@ -91,7 +91,9 @@ TEST(LiveTest, ASilentCameraIsWokenThroughItsRegister)
     EXPECT_EQ(port->measuredFrameRate(), 0);
     for (const auto &[silent, rate] : {std::pair("no", 100), std::pair("yes", 0)}) {
         lab.describe("r", description + silent);
-        EXPECT_TRUE(eventually([&] { return port->measuredFrameRate() == rate; })) << silent;
+        EXPECT_TRUE(eventually([&, expected = rate] {
+            return port->measuredFrameRate() == expected;
+        })) << silent;
     }
     for (const uint32_t address : {0x7ffdu, 0x8000u, 0xffffffffu})
         EXPECT_NE(libraryErrorOf([&] { port->readMemory(word, address, 0); }), "") << address;

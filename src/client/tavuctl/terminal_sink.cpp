@@ -89,8 +89,8 @@ std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned
     const Thumbnail small = shrink(frame, columns, rows * 2);
     const auto [low, high] = std::minmax_element(small.pixels.begin(), small.pixels.end());
     const unsigned span = std::max(1u, unsigned(*high) - *low);
-    const auto grey = [&](unsigned x, unsigned y) {
-        return (unsigned(small.pixels[size_t(y) * small.width + x]) - *low) * (kGreys - 1) / span;
+    const auto grey = [&, black = *low](unsigned x, unsigned y) {
+        return (unsigned(small.pixels[size_t(y) * small.width + x]) - black) * (kGreys - 1) / span;
     };
     std::string text;
     for (unsigned y = 0; y < small.height; y += 2) {

@@ -289,7 +289,8 @@ std::vector<std::string> listLocalSockets(const std::string &prefix)
         struct stat status;
         const std::string name = entry->d_name;
         if (name.compare(0, prefix.size(), prefix) == 0 &&
-            ::lstat((folder + "/" + name).c_str(), &status) == 0 && S_ISSOCK(status.st_mode))
+            ::fstatat(::dirfd(entries), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+            S_ISSOCK(status.st_mode))
             names.push_back(name);
     }
     ::closedir(entries);

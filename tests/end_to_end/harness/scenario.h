@@ -70,7 +70,7 @@ private:
     /// after a restart of the service: it isn't noted, and has no ids here.
     std::string keepStopped(Client &client)
     {
-        const std::string ids = idsOf(client.result("recordingFile", "P"));
+        std::string ids = idsOf(client.result("recordingFile", "P"));
         kept_.erase(ids);
         const Recording recording = list(client)[ids];
         if (recording.frames == 0)
@@ -98,7 +98,7 @@ private:
         if (!ask("stopRecording", "D"))
             return {};
         Recordings before = kept_;
-        const std::string ids = keepStopped(*client_);
+        std::string ids = keepStopped(*client_);
         EXPECT_EQ(before[ids].frames, 0u) << ids << " has been given away";
         EXPECT_TRUE(losesFrames() || (!ids.empty() && kept_[ids].frames == frames)) << ids;
         return ids;
