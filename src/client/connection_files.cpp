@@ -1,9 +1,11 @@
 #include "client/connection_ask.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <limits>
 #include <stdexcept>
+#include <string_view>
 #include <variant>
 
 namespace tavu::client {
@@ -50,13 +52,23 @@ constexpr FileMember kFileMembers[] = {
 };
 static_assert(std::size(kFileMembers) == kFileFields.size());
 
+constexpr auto kFileKeys = [] {
+    std::array<std::string_view, kFileFields.size()> keys;
+    std::transform(kFileFields.begin(), kFileFields.end(), keys.begin(),
+                   [](const Field &field) { return std::string_view(field.key); });
+    return keys;
+}();
+
+/// Files that there is room for before any has come: the count may be wrong.
+constexpr uint32_t kMostReserved = 0x10000;
+
 /// Reads a value of an entry into its member.
 struct FieldReader
 {
     MessageReader &reader;
     FileEntry &entry;
 
-    void operator()(std::string FileEntry::*member) const { reader.readString(entry.*member); }
+    void operator()(std::string FileEntry::*member) const { entry.*member = reader.readText(); }
 
     template <typename Number>
     void operator()(Number FileEntry::*member) const
@@ -68,21 +80,31 @@ struct FieldReader
     }
 };
 
-FileEntry readFileEntry(MessageReader &reader, std::string &key)
+/// The field with a key, looked for from \a likely on, since the service sends them in order.
+size_t findFileField(std::string_view key, size_t likely)
+{
+    for (size_t i = 0; i < kFileFields.size(); ++i) {
+        const size_t index = (likely + i) % kFileFields.size();
+        if (key == kFileKeys[index])
+            return index;
+    }
+    return kFileFields.size();
+}
+
+FileEntry readFileEntry(MessageReader &reader)
 {
     FileEntry entry;
     uint32_t seen = 0;
+    size_t likely = 0;
     for (uint32_t pairs = reader.readMapHeader(); pairs > 0; --pairs) {
-        reader.readString(key);
-        const auto field = std::find_if(kFileFields.begin(), kFileFields.end(),
-                                        [&key](const Field &known) { return key == known.key; });
-        if (field == kFileFields.end()) {
+        const size_t index = findFileField(reader.readText(), likely);
+        if (index == kFileFields.size()) {
             reader.skipValue();
             continue;
         }
-        const auto index = field - kFileFields.begin();
         std::visit(FieldReader{reader, entry}, kFileMembers[index]);
         seen |= 1u << index;
+        likely = index + 1;
     }
     if (seen != (1u << kFileFields.size()) - 1)
         throw std::runtime_error("an entry of the list of files lacks a field");
@@ -91,14 +113,13 @@ FileEntry readFileEntry(MessageReader &reader, std::string &key)
 
 std::vector<FileEntry> readFileList(MessageReader &reader, ReadAhead &stream, const char *listKey)
 {
-    std::string key;
-    if (reader.readMapHeader() == 1)
-        reader.readString(key);
-    if (key != listKey)
+    if (reader.readMapHeader() != 1 || reader.readText() != listKey)
         throw std::runtime_error("it has no list of files");
     std::vector<FileEntry> files;
-    for (uint32_t count = readListHeader(reader, stream); count > 0; --count)
-        files.push_back(readFileEntry(reader, key));
+    uint32_t count = readListHeader(reader, stream);
+    files.reserve(std::min(count, kMostReserved));
+    for (; count > 0; --count)
+        files.push_back(readFileEntry(reader));
     return files;
 }
 

@@ -11,6 +11,8 @@ namespace tavu {
 class MemorySink final : public Stream
 {
 public:
+    MemorySink() { bytes_.reserve(256); }
+
     uint64_t read(void *, uint64_t) override { return 0; }
     uint64_t write(const void *buffer, uint64_t byteCount) override
     {

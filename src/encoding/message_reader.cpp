@@ -230,7 +230,7 @@ bool MessageReader::readBool()
     return bool_;
 }
 
-uint64_t MessageReader::readPosInt()
+uint64_t MessageReader::readPosIntApart()
 {
     require(ObjectType::PositiveInteger, "Expected pos integer.");
     return posValue();
@@ -258,6 +258,12 @@ void MessageReader::readString(std::string &target)
 {
     require(ObjectType::String, kExpectedString);
     target = text_;
+}
+
+std::string_view MessageReader::readTextApart()
+{
+    require(ObjectType::String, kExpectedString);
+    return text_;
 }
 
 void MessageReader::readBlobBody(void *buffer, uint32_t byteCount)

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "encoding/bytes.h"
 #include "encoding/object_value.h"
 #include "encoding/windowed_stream.h"
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace tavu {
 
@@ -36,10 +38,37 @@ public:
     uint32_t readMapHeader();   ///< pairs that follow
     uint32_t readBlobHeader();  ///< bytes that follow
     bool readBool();
-    uint64_t readPosInt();
+    uint64_t readPosInt()
+    {
+        const uint8_t lead = window_.left() > 9 ? *window_.at : uint8_t(0xC1);
+        const unsigned form = lead - 0xCCu;
+        if (lead < 0x80) {
+            window_.at += 1;
+            integer_ = lead;
+        } else if (form < 4) {
+            integer_ = loadBigEndian(window_.at + 1) >> (64 - (8u << form));
+            window_.at += 1 + (1u << form);
+        } else {
+            return readPosIntApart();
+        }
+        lastType_ = ObjectType::PositiveInteger;
+        return integer_;
+    }
     int64_t readNegInt();
     int64_t readInt(); ///< either sign; raises on a value above the signed range
     void readString(std::string &target);
+    /// The same where the text lies: good until the next call, and not kept for stringValue().
+    std::string_view readText()
+    {
+        constexpr uint32_t kShort = 32;
+        const uint32_t length = window_.left() > kShort ? *window_.at - 0xA0u : kShort;
+        if (length >= kShort)
+            return readTextApart();
+        const std::string_view text(reinterpret_cast<const char *>(window_.at + 1), length);
+        window_.at += 1 + length;
+        lastType_ = ObjectType::String;
+        return text;
+    }
 
     /// Reads the body that follows readBlobHeader() or next(), all of it or nothing.
     void readBlobBody(void *buffer, uint32_t byteCount);
@@ -78,6 +107,8 @@ private:
     void readKey(MessageSource &source, ObjectValue &slot);
     ObjectValue *readPlainEntries(MessageSource &source, ObjectValue &container);
     void readTree(ObjectValue &root);
+    uint64_t readPosIntApart();
+    std::string_view readTextApart();
     bool accept(ObjectType type);
     bool acceptInteger(ObjectType type, uint64_t value, ObjectValue *slot);
     bool acceptContainer(ObjectType type, uint64_t length, ObjectValue *slot);
