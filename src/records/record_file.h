@@ -2,9 +2,11 @@
 
 #include "encoding/stream.h"
 
+#include <cstddef>
 #include <functional>
+#include <memory>
+#include <span>
 #include <string>
-#include <vector>
 
 namespace tavu {
 
@@ -14,12 +16,22 @@ namespace tavu {
 /// untouched.
 void replaceRecordFile(const std::string &path, const std::function<void(Stream &)> &write);
 
-/// A buffer that many readings share; an empty one gets a size. A start reads thousands of small
-/// records, and the C library's own buffering would cost more time than the reading.
-using RecordBuffer = std::vector<unsigned char>;
+/// A buffer that many readings share: a start reads thousands of small records. Its size, enough
+/// for the longest list of recordings unless their texts are long, costs memory only as far as
+/// bytes come.
+class RecordBuffer
+{
+public:
+    std::span<unsigned char> bytes() { return {bytes_.get(), kSize}; }
 
-/// Reads the record at \a path with \a read. A file that isn't there or holds no such record is
-/// passed over. Raises "Failed to open file: <path>" when the file is there and can't be read: what
+private:
+    static constexpr size_t kSize = 16 << 20;
+    std::unique_ptr<unsigned char[]> bytes_{new unsigned char[kSize]};
+};
+
+/// Reads the record at \a path with \a read, which is called again, from the start of the file,
+/// when it raises std::runtime_error. A file that isn't there or holds no such record is passed
+/// over. Raises "Failed to open file: <path>" when the file is there and can't be read: what
 /// it holds is unknown then, and it mustn't be replaced.
 void readRecordFile(const std::string &path, RecordBuffer &buffer,
                     const std::function<void(Stream &)> &read);
