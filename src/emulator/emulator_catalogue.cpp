@@ -55,7 +55,7 @@ void TavuDeviceEmulator::fileIdentity(uint32_t fileId, uint32_t, ByteBlock &data
     const auto record = findById(visibleFiles_, fileId);
     if (record == visibleFiles_.end())
         throwInvalidFileId();
-    data = record->info;
+    data = record->info.bytes();
 }
 
 void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tavu {
 
@@ -28,9 +29,19 @@ struct RecordValue
     {
         writer.writeBlob(block.data(), static_cast<uint32_t>(block.size()));
     }
+    static void write(MessageWriter &writer, const SharedBlock &block)
+    {
+        write(writer, block.bytes());
+    }
 
     static void read(MessageReader &reader, std::string &text) { reader.readString(text); }
     static void read(MessageReader &reader, ByteBlock &block) { readBlock(reader, block); }
+    static void read(MessageReader &reader, SharedBlock &block)
+    {
+        ByteBlock bytes;
+        readBlock(reader, bytes);
+        block = std::move(bytes);
+    }
     template <typename Number>
     static void read(MessageReader &reader, Number &number)
     {
