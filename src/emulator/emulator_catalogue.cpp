@@ -32,6 +32,18 @@ TavuDeviceEmulator::FileEntry TavuDeviceEmulator::findFile(uint32_t fileId)
     return entry;
 }
 
+TavuDeviceEmulator::FileEntry TavuDeviceEmulator::findFile(OpenSlot &slot)
+{
+    if (slot.takenOut != takenOut_) {
+        const FileEntry entry = findFile(slot.fileId);
+        slot.stored = static_cast<size_t>(entry.stored - catalogue_.begin());
+        slot.visible = static_cast<size_t>(entry.visible - visibleFiles_.begin());
+        slot.takenOut = takenOut_;
+    }
+    return {catalogue_.begin() + static_cast<std::ptrdiff_t>(slot.stored),
+            visibleFiles_.begin() + static_cast<std::ptrdiff_t>(slot.visible)};
+}
+
 TavuDeviceEmulator::OpenSlot &TavuDeviceEmulator::openSlot(uint32_t openFileId)
 {
     if (openFileId >= slots_.size())
@@ -55,7 +67,7 @@ void TavuDeviceEmulator::fileIdentity(uint32_t fileId, uint32_t, ByteBlock &data
     const auto record = findById(visibleFiles_, fileId);
     if (record == visibleFiles_.end())
         throwInvalidFileId();
-    data = record->info;
+    data = record->info.bytes();
 }
 
 void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)
@@ -68,6 +80,7 @@ void TavuDeviceEmulator::removeFile(uint32_t fileId, uint32_t)
     }
     const FileEntry entry = findFile(fileId);
     checkCatalogueLength(catalogue_.size() - 1);
+    ++takenOut_;
     FileRecord stored = std::move(*entry.stored);
     FileRecord visible = std::move(*entry.visible);
     const auto storedPlace = catalogue_.erase(entry.stored);
@@ -123,6 +136,7 @@ void TavuDeviceEmulator::setup()
         deleteFile(folder_.frameFile(entry.port, entry.name));
     }
     // Users go on seeing the recordings until the next start; opening one is refused.
+    ++takenOut_;
     catalogue_.clear();
     deleteFile(folder_.catalogue);
 }

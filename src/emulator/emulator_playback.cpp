@@ -37,6 +37,7 @@ void TavuDeviceEmulator::openFile(uint32_t &openFileId, std::string &mapping, ui
     // The slot keeps these when the rest fails.
     slot.fileId = fileId;
     slot.position = 0;
+    slot.takenOut = kNeverLookedUp;
     const std::string path = folder_.frameFile(kPortName, std::to_string(fileId));
     InputFile file(path);
     if (!file.isOpen() || !isRegularFile(path))
@@ -50,7 +51,7 @@ void TavuDeviceEmulator::fileInfo(uint32_t openFileId, uint16_t &width, uint16_t
                                   uint32_t &imageSize, uint64_t &numFrames, uint64_t &size)
 {
     std::lock_guard guard(lock_);
-    const FileEntry entry = findFile(openSlot(openFileId).fileId);
+    const FileEntry entry = findFile(openSlot(openFileId));
     width = entry.stored->width;
     height = entry.stored->height;
     imageSize = frameBytes(width, height);
@@ -71,7 +72,7 @@ void TavuDeviceEmulator::readFrame(uint32_t openFileId, uint64_t frame)
 {
     std::lock_guard guard(lock_);
     OpenSlot &slot = openSlot(openFileId);
-    const FileEntry entry = findFile(slot.fileId);
+    const FileEntry entry = findFile(slot);
     if (frame >= entry.visible->numFrames)
         throw std::runtime_error("Invalid frame index");
 

@@ -102,6 +102,7 @@ private:
     using FileList = std::vector<FileRecord>;
 
     static constexpr uint32_t kNoFileId = 0xFFFFFFFFu;
+    static constexpr uint64_t kNeverLookedUp = ~uint64_t(0);
     static constexpr const char *kDeviceName = "Emulator";
     static constexpr const char *kPortName = "Emu";
     static constexpr const char *kNotReadyText = "Not paired/configured.";
@@ -114,6 +115,10 @@ private:
         InputFile file;
         uint64_t position = 0; ///< where the last read ended, in bytes
         SharedRegion region;
+        // Where the file's entries are, as long as takenOut is what the lists' takenOut_ is.
+        size_t stored = 0;
+        size_t visible = 0;
+        uint64_t takenOut = kNeverLookedUp;
     };
 
     /// A recording's entry in both lists.
@@ -144,6 +149,9 @@ private:
     static void checkCatalogueLength(size_t length);
     /// Raises "Invalid fileId" when either list lacks the id.
     FileEntry findFile(uint32_t fileId);
+    /// The same for an open file. Only looks through the lists after entries were taken out: that
+    /// would cost more than to read a small frame.
+    FileEntry findFile(OpenSlot &slot);
     /// Raises "Invalid fileId" for a number never handed out and "File not open" for a free slot.
     OpenSlot &openSlot(uint32_t openFileId);
     uint32_t nextFileId() const;
@@ -159,7 +167,8 @@ private:
     FileList visibleFiles_; ///< what users see; names are free text
     PortConfig port_;
     std::vector<OpenSlot> slots_;
-    FileList catalogue_; ///< what lies on the disk; a name is the stem of a recording's files
+    FileList catalogue_;    ///< what lies on the disk; a name is the stem of a recording's files
+    uint64_t takenOut_ = 0; ///< how often entries of the lists were taken out or put back
     uint32_t recoveryFileId_ = kNoFileId;
     uint32_t currentFileId_ = kNoFileId;
     RecordingState recording_;

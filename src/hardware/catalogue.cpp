@@ -56,7 +56,7 @@ FileList takeBlocksOut(FileList &list, uint64_t room)
         if (largest == list.end() || largest->info.empty())
             break;
         moved.push_back(*largest);
-        largest->info.clear();
+        largest->info = {};
     }
     return moved;
 }
@@ -118,7 +118,7 @@ void Catalogue::fileIdentity(uint32_t fileId, uint32_t streamId, ByteBlock &data
 {
     const auto record = findRecord(list_, fileId, streamId);
     if (record != list_.end() && !record->info.empty())
-        data = record->info;
+        data = record->info.bytes();
     else
         readInfoRecord(library_, fileId, streamId, data);
 }
@@ -145,7 +145,7 @@ bool Catalogue::storeMetaList(Quillon::DriveFile &file, uint32_t fileId, FileLis
     const bool fits = metaListFits(list, block->size());
     if (fits) {
         for (const FileRecord &entry : moved)
-            writeInfoRecord(library_, fileId, entry.streamId, entry.info);
+            writeInfoRecord(library_, fileId, entry.streamId, entry.info.bytes());
     } else {
         list.clear();
         std::erase_if(list_, [=](const FileRecord &entry) { return entry.fileId == fileId; });

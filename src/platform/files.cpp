@@ -46,7 +46,11 @@ std::string joinPath(const std::string &left, const std::string &right)
 {
     if (left.empty() || right.empty())
         return left + right;
-    return left + static_cast<char>(fs::path::preferred_separator) + right;
+    std::string path;
+    path.reserve(left.size() + 1 + right.size());
+    path += left;
+    path += static_cast<char>(fs::path::preferred_separator);
+    return path += right;
 }
 
 } // namespace tavu

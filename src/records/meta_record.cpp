@@ -5,6 +5,7 @@
 #include "platform/clock.h"
 #include "records/record_fields.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tavu {
@@ -73,7 +74,10 @@ void readMetaList(std::vector<FileRecord> &target, Stream &stream)
     target.clear();
     MessageReader reader(stream);
     readEnvelope(reader, kMetaRecord);
-    for (uint32_t files = reader.readArrayHeader(); files > 0; --files) {
+    uint32_t files = reader.readArrayHeader();
+    // Room is memory only once it is used.
+    target.reserve(std::min<size_t>(files, kMostMetaRecords));
+    for (; files > 0; --files) {
         FileRecord record;
         readFields(reader, kFields, record, reader.readMapHeader());
         if (record.size == 0)

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tavu {
 
@@ -28,9 +29,19 @@ struct RecordValue
     {
         writer.writeBlob(block.data(), static_cast<uint32_t>(block.size()));
     }
+    static void write(MessageWriter &writer, const SharedBlock &block)
+    {
+        write(writer, block.bytes());
+    }
 
-    static void read(MessageReader &reader, std::string &text) { reader.readString(text); }
+    static void read(MessageReader &reader, std::string &text) { text = reader.readText(); }
     static void read(MessageReader &reader, ByteBlock &block) { readBlock(reader, block); }
+    static void read(MessageReader &reader, SharedBlock &block)
+    {
+        ByteBlock bytes;
+        readBlock(reader, bytes);
+        block = std::move(bytes);
+    }
     template <typename Number>
     static void read(MessageReader &reader, Number &number)
     {
@@ -87,10 +98,8 @@ template <typename Record, size_t N>
 void readFields(MessageReader &reader, const RecordField<Record> (&fields)[N], Record &record,
                 uint32_t pairs)
 {
-    std::string key;
     for (size_t next = 0; pairs > 0; --pairs) {
-        reader.readString(key);
-        if (const RecordField<Record> *field = findField(fields, key, next))
+        if (const RecordField<Record> *field = findField(fields, reader.readText(), next))
             field->read(reader, record);
         else
             reader.skipValue();

@@ -2,6 +2,7 @@
 
 #include "encoding/file_stream.h"
 #include "encoding/read_ahead.h"
+#include "encoding/write_behind.h"
 #include "platform/files.h"
 
 #include <optional>
@@ -27,7 +28,11 @@ bool writeWhole(const std::string &path, const std::function<void(Stream &)> &wr
     } catch (const std::runtime_error &) {
         return false;
     }
-    write(*stream);
+    // A record is written in many small pieces, each of which would cost the C library a lock. What
+    // falls short shows when the file is closed.
+    WriteBehind gathered(*stream);
+    write(gathered);
+    gathered.flush();
     return stream->close();
 }
 

@@ -43,13 +43,23 @@ bool DeviceManager::tryReadEvent(uint32_t queueId, DeviceEvent &event)
     return slotInUse(queueId).queue.tryPop(event);
 }
 
+// To wake a reader takes far longer than to append an event, and all requests need lock_: those of
+// the readers that are awake already, too. Slots never go, so readers are woken without it.
 void DeviceManager::broadcast(const DeviceEvent &event)
 {
-    std::lock_guard guard(lock_);
-    for (QueueSlot &slot : queueSlots_) {
-        if (slot.inUse)
-            slot.queue.push(event);
+    std::vector<EventQueue *> filled;
+    {
+        std::lock_guard guard(lock_);
+        filled.reserve(queueSlots_.size());
+        for (QueueSlot &slot : queueSlots_) {
+            if (!slot.inUse)
+                continue;
+            slot.queue.append(event);
+            filled.push_back(&slot.queue);
+        }
     }
+    for (EventQueue *queue : filled)
+        queue->wakeReader();
 }
 
 // lock_ is held by the caller. The text is what clients have always been sent, letter for letter.

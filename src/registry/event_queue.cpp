@@ -10,13 +10,10 @@ constexpr std::chrono::milliseconds kReadLimit(500);
 
 } // namespace
 
-void EventQueue::push(const DeviceEvent &event)
+void EventQueue::append(const DeviceEvent &event)
 {
-    {
-        std::lock_guard guard(mutex_);
-        events_.push_back(event);
-    }
-    arrived_.notify_one();
+    std::lock_guard guard(mutex_);
+    events_.push_back(event);
 }
 
 DeviceEvent EventQueue::pop()

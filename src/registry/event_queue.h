@@ -18,7 +18,14 @@ public:
     EventQueue &operator=(const EventQueue &) = delete;
 
     /// Appends \a event and wakes one waiting reader. Raises std::bad_alloc when memory is out.
-    void push(const DeviceEvent &event);
+    void push(const DeviceEvent &event)
+    {
+        append(event);
+        wakeReader();
+    }
+    // The two halves of push(), for those who wake readers later, without a lock of their own.
+    void append(const DeviceEvent &event);
+    void wakeReader() { arrived_.notify_one(); }
 
     /// Takes the oldest event. Waits up to 500 ms from the call, on the monotonic clock, for one
     /// to come; an event of type NoEvent is returned when none did.

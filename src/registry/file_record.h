@@ -1,13 +1,39 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tavu {
 
 /// An opaque block of bytes that the caller owns.
 using ByteBlock = std::vector<uint8_t>;
+
+/// A block that nobody changes any more. Copies share its bytes: each client that lists a device's
+/// recordings gets a copy of them all, made while nobody else gets at the device.
+class SharedBlock
+{
+public:
+    SharedBlock() = default;
+    SharedBlock(ByteBlock bytes)
+        : bytes_(bytes.empty() ? nullptr : std::make_shared<const ByteBlock>(std::move(bytes)))
+    {
+    }
+
+    const ByteBlock &bytes() const
+    {
+        static const ByteBlock none;
+        return bytes_ ? *bytes_ : none;
+    }
+    bool empty() const { return !bytes_; }
+    size_t size() const { return bytes().size(); }
+
+private:
+    std::shared_ptr<const ByteBlock> bytes_; ///< null when empty
+};
 
 /// One recorded stream in a device's catalogue, named by the pair fileId, streamId.
 struct FileRecord
@@ -21,7 +47,7 @@ struct FileRecord
     uint16_t height = 0; ///< pixels
     uint64_t numFrames = 0;
     uint64_t numDroppedFrames = 0;
-    ByteBlock info;         ///< the stream's identity block; empty when the metadata has none
+    SharedBlock info;       ///< the stream's identity block; empty when the metadata has none
     uint64_t size = 0;      ///< bytes
     uint64_t timestamp = 0; ///< 100 ns since 1601-01-01 UTC
     uint64_t startTime = 0;

@@ -43,7 +43,15 @@ TEST_F(EmulatorTest, PlaysFramesBack)
     device_->closeFile(0);
     EXPECT_EQ(errorOf([&] { device_->readFrame(0, 0); }), "File not open");
     EXPECT_EQ(errorOf([&] { device_->readFrame(2, 0); }), "Invalid fileId");
-    EXPECT_EQ(open(1), 0u);
+    // An open file is still found when one before it in the list has gone.
+    EXPECT_EQ(record(2), 2u);
+    EXPECT_EQ(record(1), 3u);
+    EXPECT_EQ(open(2), 0u);
+    device_->readFrame(0, 0);
+    device_->closeFile(1);
+    device_->removeFile(1, 0);
+    device_->readFrame(0, 1);
+    EXPECT_EQ(errorOf([&] { device_->readFrame(0, 2); }), "Invalid frame index");
 }
 
 TEST_F(EmulatorTest, AnOpenFileSurvivesAnotherGeometry)

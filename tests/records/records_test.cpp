@@ -15,7 +15,8 @@ namespace tavu {
 namespace {
 
 namespace fs = std::filesystem;
-using test::concat, test::encodeMap, test::errorOf, test::readFile, test::TemporaryFolder;
+using test::concat, test::encodeMap, test::errorOf, test::readFile, test::TemporaryFolder,
+    test::writeFile;
 
 /// A record whose payload is an array of these elements.
 std::string record(const char *type, const char *key, const std::string &elements)
@@ -60,7 +61,7 @@ TEST(MetaRecord, WritesItsBytes)
                               "'size':200,'timestamp':9,'startTime':10,'endTime':11,"
                               "'duration':4294967296";
     std::vector<FileRecord> files = {file, file};
-    files[1].info = {7, 8};
+    files[1].info = ByteBlock{7, 8};
     const std::string expected = meta(pairs + "}," + pairs + ",'info':#0708}");
     const auto write = [&](Stream &stream) { writeMetaList(files, stream); };
     EXPECT_EQ(written(write), expected);
@@ -157,6 +158,23 @@ TEST(ConfigRecord, ReadsAnyOrderAndStopsAtAFault)
     EXPECT_EQ(ports[0].format.height, 4);
     EXPECT_EQ(ports[0].info, ByteBlock{9});
     EXPECT_EQ(readConfig(ports, record("meta", "config", "")), "Inalid config file.");
+}
+
+TEST(RecordFile, IsReadWhateverItsLengthAndItsEnd)
+{
+    const TemporaryFolder folder;
+    const auto path = folder.path / "record";
+    const std::string large(100'000, 'x');
+    const std::string endsEmpty = "{'name':'a','width':3,'height':4,'numFrames':5,'camera':''}";
+    RecordBuffer buffer;
+    for (const auto &[content, count] : {std::pair(meta(endsEmpty), 1u),
+                                         {concat(meta(concat(kUsable, ',', endsEmpty)), large), 2u},
+                                         {meta(kUsable).substr(0, 60), 0u}}) {
+        writeFile(path, content);
+        std::vector<FileRecord> files;
+        readRecordFile(path.string(), buffer, [&](Stream &stream) { readMetaList(files, stream); });
+        EXPECT_EQ(files.size(), count);
+    }
 }
 
 TEST(RecordFile, IsReplacedWholeOrNotAtAll)
