@@ -66,6 +66,20 @@ void requireRead(bool isWhole)
         throw std::runtime_error(kFailedToRead);
 }
 
+std::string_view textAt(const unsigned char *place, uint32_t length)
+{
+    return {reinterpret_cast<const char *>(place), length};
+}
+
+// A key goes up to its first NUL. So many bytes may be read where it begins.
+uint32_t keyLength(std::string_view key, uint64_t readable)
+{
+    const auto length = static_cast<uint32_t>(key.size());
+    if (length <= kLongestCut && readable >= kLongestCut) [[likely]]
+        return lengthToNul(key.data(), length);
+    return static_cast<uint32_t>(std::min(key.find('\0'), key.size()));
+}
+
 // Entries to make room for before any has arrived. A message may open containers inside containers
 // that all announce more than ever comes, so the deeper they lie the less room they get.
 uint32_t firstCapacity(uint32_t announced, uint64_t depth)
@@ -103,12 +117,24 @@ inline bool MessageReader::acceptContainer(ObjectType type, uint64_t length, Obj
     return accept(type);
 }
 
+// Constructs a text value. So many bytes may be read where the text begins: a copy of fixed size
+// costs less, but reads too far near the end.
+inline void MessageReader::putText(ObjectValue *slot, const char *text, uint32_t length,
+                                   uint64_t readable)
+{
+    if (length <= ObjectValue::kMaxShortText && readable >= ObjectValue::kMaxShortText) [[likely]]
+        new (slot) ObjectValue(text, length);
+    else
+        (new (slot) ObjectValue)->setText(text, length);
+}
+
 inline bool MessageReader::readText(MessageSource &source, uint64_t length, ObjectValue *slot)
 {
     if (!source.text(static_cast<uint32_t>(length)))
         return false;
     if (slot)
-        setText(source, *slot, source.lastText().size());
+        putText(slot, source.lastText().data(), static_cast<uint32_t>(source.lastText().size()),
+                source.readable());
     return accept(ObjectType::String);
 }
 
@@ -311,16 +337,6 @@ void MessageReader::findField(uint32_t &remaining, const char *name)
     throw std::runtime_error("Map field not found.");
 }
 
-// Makes a nil slot the source's last text, or as much of it as \a length says.
-inline void MessageReader::setText(const MessageSource &source, ObjectValue &slot, size_t length)
-{
-    const char *text = source.lastText().data();
-    if (length <= ObjectValue::kMaxShortText && source.readable() >= ObjectValue::kMaxShortText)
-        slot.setShortText(text, static_cast<uint32_t>(length));
-    else
-        slot.setText(text, static_cast<uint32_t>(length));
-}
-
 bool MessageReader::readBody(MessageSource &source, ObjectValue &slot)
 {
     OwnedBlob bytes = ObjectValue::allocateBlob(lastLength_);
@@ -337,10 +353,7 @@ void MessageReader::readKey(MessageSource &source, ObjectValue &slot)
     if (lastType_ != ObjectType::String)
         throw std::runtime_error(kExpectedString);
     const std::string_view text = source.lastText();
-    const bool isShort = text.size() <= kLongestCut && source.readable() >= kLongestCut;
-    setText(source, slot,
-            isShort ? lengthToNul(text.data(), static_cast<uint32_t>(text.size()))
-                    : std::min(text.find('\0'), text.size()));
+    putText(&slot, text.data(), keyLength(text, source.readable()), source.readable());
 }
 
 // Takes the entries that most messages are made of, as far as they lie in the window and there is
@@ -363,18 +376,15 @@ inline ObjectValue *MessageReader::readPlainEntries(MessageSource &source, Objec
     uint64_t integer = integer_;
     ObjectValue *open = nullptr;
     uint32_t count = 0;
-    for (; count < most; ++count) {
+    for (; count < most && at < end; ++count) {
         if (isMap) {
-            if (end - at <= 1 + ObjectValue::kMaxShortText)
-                break;
             const uint32_t length = *at - 0xA0u;
-            if (length > kLongestCut)
+            if (length > kLongestCut || end - at <= 1 + static_cast<ptrdiff_t>(length))
                 break;
-            lastText = std::string_view(reinterpret_cast<const char *>(at + 1), length);
-            new (slot++) ObjectValue(lastText.data(), lengthToNul(lastText.data(), length));
+            lastText = textAt(at + 1, length);
+            const auto readable = static_cast<uint64_t>(end - at - 1);
+            putText(slot++, lastText.data(), keyLength(lastText, readable), readable);
             at += 1 + length;
-        } else if (at == end) {
-            break;
         }
         const uint8_t lead = *at;
         const unsigned numberForm = lead - kUnsigned;
@@ -390,10 +400,10 @@ inline ObjectValue *MessageReader::readPlainEntries(MessageSource &source, Objec
             new (slot) ObjectValue(ObjectType::PositiveInteger, 0, integer);
             lastType = ObjectType::PositiveInteger;
         } else if (length <= ObjectValue::kMaxShortText &&
-                   end - at > 1 + ObjectValue::kMaxShortText) {
-            lastText = std::string_view(reinterpret_cast<const char *>(at + 1), length);
+                   end - at > 1 + static_cast<ptrdiff_t>(length)) {
+            lastText = textAt(at + 1, length);
+            putText(slot, lastText.data(), length, static_cast<uint64_t>(end - at - 1));
             at += 1 + length;
-            new (slot) ObjectValue(lastText.data(), length);
             lastType = ObjectType::String;
         } else if (lead == kFalse || lead == kTrue) {
             bool_ = lead == kTrue;

@@ -102,9 +102,9 @@ private:
     bool decode(MessageSource &source, ObjectValue *slot);
     bool decodeRest(MessageSource &source, uint8_t lead, ObjectValue *slot);
     bool readText(MessageSource &source, uint64_t length, ObjectValue *slot);
-    static void setText(const MessageSource &source, ObjectValue &slot, size_t length);
     bool readBody(MessageSource &source, ObjectValue &slot);
     void readKey(MessageSource &source, ObjectValue &slot);
+    static void putText(ObjectValue *slot, const char *text, uint32_t length, uint64_t readable);
     ObjectValue *readPlainEntries(MessageSource &source, ObjectValue &container);
     void readTree(ObjectValue &root);
     uint64_t readPosIntApart();

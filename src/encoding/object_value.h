@@ -193,15 +193,6 @@ private:
         setPayload(payload);
     }
     void setText(const char *text, uint32_t length);
-    // The same for up to kMaxShortText bytes of text that has as many bytes to be read, whatever
-    // they are: a copy of fixed size costs less.
-    void setShortText(const char *text, uint32_t length)
-    {
-        std::memcpy(storage_, text, kMaxShortText);
-        storage_[length] = '\0';
-        size_ = length;
-        tag_ = static_cast<uint8_t>(ObjectType::String);
-    }
     void setCapacity(uint32_t capacity);
     ObjectValue *addEntry();
     ObjectValue *newEntry();
