@@ -1,24 +1,29 @@
 #pragma once
 
+#include "service_process.h"
+
 #include <cstdint>
-#include <filesystem>
+#include <string>
 
 namespace tavu::bench {
 
 // Each prints its rows of the table, and raises when the service doesn't do what is measured.
 
 void benchRoundTrip();
+/// Serves as a peer of benchRoundTrip() that other programs' libraries make, until it is killed.
+void serveTrips(const std::string &peer);
+void benchClients();
 void benchFrames();
+void benchLists();
+void benchClientList();
 void benchStartUp();
-void benchIdleConnections();
+void benchQueues();
+void benchMemory();
 void benchRecording();
 void benchRecorders();
 
-/// What benchStartUp() starts as its peer: opens, reads and closes the files below \a folder that
-/// the service reads at its start with a catalogue of \a count recordings.
-void readRecords(const std::filesystem::path &folder, uint32_t count);
-/// What benchRecorders() starts as a peer: reads the metadata of all files of the first recorder
-/// that the recorder library sees.
-void readMetadata();
+/// A place whose emulated device has so many recordings, made at the first use and kept; it is the
+/// one in use then.
+const Workplace &workplaceWith(uint32_t recordings);
 
 } // namespace tavu::bench

@@ -1,6 +1,6 @@
 #include "cases.h"
 #include "measure.h"
-#include "service_process.h"
+#include "peers/fill_ramp.h"
 
 #include <algorithm>
 #include <chrono>
@@ -120,8 +120,8 @@ void benchRecordingTo(const std::filesystem::path &root, const std::string &wher
     // holds the two up.
     printRow(name + ": processor time of a frame", comparison, 1e3, "ms",
              behind[1] <= 1 ? "<= 1.25" : "-");
-    printRow(name + ": frames behind, at worst", std::to_string(behind[0]),
-             std::to_string(behind[1]), "-", "as the floor");
+    printFigures(name + ": frames behind, at worst", static_cast<double>(behind[0]),
+                 static_cast<double>(behind[1]), "frames", "<= peer");
 }
 
 } // namespace

@@ -1,160 +1,162 @@
 #include "cases.h"
 #include "measure.h"
+#include "peers/trip_peers.h"
 #include "service_process.h"
 
-#include <sched.h>
-#include <stdexcept>
-#include <sys/socket.h>
-#include <sys/wait.h>
+#include <atomic>
+#include <chrono>
+#include <latch>
+#include <list>
+#include <memory>
 #include <thread>
-#include <unistd.h>
 
 namespace tavu::bench {
 
 namespace {
 
-constexpr int kRounds = 31;
-constexpr int kTripsPerRound = 1000;
+const std::vector<uint8_t> kRequest =
+    client::encodeRequest(static_cast<uint32_t>(Command::DeviceCount), {});
 
-// The pieces in which the peer reads a deviceCount request and writes its reply: each head and each
-// body with a call of its own.
-constexpr size_t kReads[] = {1, 1, 3, 1, 4, 1, 3, 1, 1, 6, 1};
-constexpr size_t kWrites[] = {1, 1, 6, 1, 1, 5, 1};
+/// Of {"result": {"count": n}} with n below 128.
+constexpr size_t kReplySize = 16;
 
-bool receiveAll(int descriptor, void *buffer, size_t byteCount)
+// One client.
+
+Trip connectEcho(const std::string &name)
 {
-    auto *bytes = static_cast<char *>(buffer);
-    while (byteCount > 0) {
-        const auto received = ::recv(descriptor, bytes, byteCount, 0);
-        if (received <= 0)
-            return false;
-        bytes += received;
-        byteCount -= static_cast<size_t>(received);
-    }
-    return true;
+    return [socket = std::shared_ptr<LocalSocket>(connectedSocket(name)),
+            reply = std::vector<uint8_t>(kReplySize)]() mutable {
+        exchange(*socket, kRequest, reply);
+    };
 }
 
-/// Answers for as long as the client is there.
-void echo(int descriptor)
+/// Those who are asked beside the service; the name is the address, too.
+const struct TripPeer
 {
-    char bytes[16] = {};
-    for (;;) {
-        for (const size_t size : kReads) {
-            if (!receiveAll(descriptor, bytes, size))
-                return;
-        }
-        for (const size_t size : kWrites) {
-            if (::send(descriptor, bytes, size, MSG_NOSIGNAL) < 0)
-                return;
-        }
-    }
-}
-
-/// Keeps a process on one processor: waking somebody on another one takes several times as long as
-/// on one's own, and where the system puts whom would else decide the ratio.
-void pin(pid_t pid, int processor)
-{
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(processor, &set);
-    if (::sched_setaffinity(pid, sizeof set, &set) != 0)
-        throw std::runtime_error("a process can't be kept on one processor");
-}
-
-/// The median of many round trips, in seconds.
-double medianTrip(LocalSocket &socket, const std::vector<uint8_t> &request, size_t replySize)
-{
-    std::vector<double> trips;
-    std::vector<uint8_t> reply(replySize);
-    for (int i = 0; i < kTripsPerRound; ++i) {
-        trips.push_back(secondsOf([&] {
-            socket.write(request.data(), request.size());
-            if (socket.read(reply.data(), replySize) != replySize)
-                throw std::runtime_error("a reply is missing");
-        }));
-    }
-    return median(std::move(trips));
-}
-
-size_t sum(const size_t *begin, const size_t *end)
-{
-    size_t total = 0;
-    while (begin != end)
-        total += *begin++;
-    return total;
-}
-
-/// A bare server: a thread for its one client, in a process of its own, like the service.
-class EchoProcess
-{
-public:
-    explicit EchoProcess(int processor)
-    {
-        int ends[2];
-        if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
-            throw std::runtime_error("no sockets");
-        pid_ = ::fork();
-        if (pid_ == 0) {
-            ::close(ends[0]);
-            pin(0, processor);
-            std::thread(echo, ends[1]).join();
-            ::_exit(0);
-        }
-        ::close(ends[1]);
-        socket_ = LocalSocket(ends[0]);
-    }
-    EchoProcess(const EchoProcess &) = delete;
-    EchoProcess &operator=(const EchoProcess &) = delete;
-    ~EchoProcess()
-    {
-        socket_.close();
-        ::waitpid(pid_, nullptr, 0);
-    }
-
-    LocalSocket &socket() { return socket_; }
-
-private:
-    pid_t pid_;
-    LocalSocket socket_;
+    const char *name;
+    const char *title;
+    const char *target;
+    Trip (*connect)(const std::string &name);
+    void (*serve)(const std::string &name); ///< null for the echo
+} kPeers[] = {
+    {"echo", "", "<= 1.15", connectEcho, nullptr},
+#ifdef TAVU_BENCH_ZEROMQ
+    {"zeromq", ", to ZeroMQ", "< 1.00", connectZeromq, serveZeromq},
+#endif
+#ifdef TAVU_BENCH_GRPC
+    {"grpc", ", to gRPC", "< 1.00", connectGrpc, serveGrpc},
+#endif
 };
 
 void benchTrips(int clientProcessor, int serverProcessor, const std::string &where)
 {
-    EchoProcess peer(serverProcessor);
     Workplace workplace;
-    ServiceProcess service;
-    pin(0, clientProcessor);
-    // Before we connect, since a thread inherits the place of the one that starts it.
-    pin(service.pid(), serverProcessor);
+    pin({serverProcessor});
+    const ServiceProcess service;
+    const PeerProcess echo({"echo", "echo", std::to_string(kReplySize)});
+    std::list<Process> others;
+    for (const TripPeer &peer : kPeers) {
+        if (peer.serve)
+            others.emplace_back(
+                std::vector<std::string>{programPath("service_bench"), "--serve", peer.name});
+    }
+    pin({clientProcessor});
     Client client;
-    const std::vector<uint8_t> request =
-        client::encodeRequest(static_cast<uint32_t>(Command::DeviceCount), {});
-    const size_t replySize = sum(std::begin(kWrites), std::end(kWrites));
-    if (request.size() != sum(std::begin(kReads), std::end(kReads)))
-        throw std::runtime_error("the peer reads another request than the service");
+    const Trip ours = tripOver(client.socket(), kRequest, kReplySize);
+    for (const TripPeer &peer : kPeers) {
+        const Trip theirs = peer.connect(peer.name);
+        printRow("round trip of deviceCount, on " + where + peer.title,
+                 compare(
+                     31, [&] { return medianTrip(ours); }, [&] { return medianTrip(theirs); }),
+                 1e6, "us", peer.target);
+    }
+}
 
-    printRow("round trip of deviceCount, " + where,
+// Many clients.
+
+/// Lets each socket's requests follow one another for a while, on a thread of its own.
+double answersPerSecond(const std::vector<LocalSocket *> &sockets)
+{
+    std::atomic<bool> running{true};
+    std::atomic<uint64_t> answers{0};
+    std::latch begin(static_cast<std::ptrdiff_t>(sockets.size()) + 1);
+    std::vector<std::thread> threads;
+    for (LocalSocket *socket : sockets) {
+        threads.emplace_back([&, socket] {
+            const Trip trip = tripOver(*socket, kRequest, kReplySize);
+            uint64_t count = 0;
+            begin.arrive_and_wait();
+            for (; running; ++count)
+                trip();
+            answers += count;
+        });
+    }
+    begin.arrive_and_wait();
+    const double seconds = secondsOf([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        running = false;
+        for (std::thread &thread : threads)
+            thread.join();
+    });
+    return static_cast<double>(answers) / seconds;
+}
+
+void benchClients(size_t count)
+{
+    const std::vector<int> all = processors();
+    // One client's figure is decided by where it is; many are spread by the system.
+    if (count == 1)
+        pin({all.back()});
+    Workplace workplace;
+    const ServiceProcess service;
+    const PeerProcess peer({"echo", "echo", std::to_string(kReplySize)});
+    pin(count == 1 ? std::vector<int>{all.front()} : all);
+    std::list<Client> clients;
+    std::vector<std::unique_ptr<LocalSocket>> peers;
+    std::vector<LocalSocket *> sockets[2];
+    for (size_t i = 0; i < count; ++i) {
+        sockets[0].push_back(&clients.emplace_back().socket());
+        sockets[1].push_back(peers.emplace_back(connectedSocket("echo")).get());
+    }
+    printRow("answers a second to " + std::to_string(count) + (count == 1 ? " client" : " clients"),
              compare(
-                 kRounds, [&] { return medianTrip(client.socket(), request, replySize); },
-                 [&] { return medianTrip(peer.socket(), request, replySize); }),
-             1e6, "us", "<= 1.25");
+                 25, [&] { return answersPerSecond(sockets[0]); },
+                 [&] { return answersPerSecond(sockets[1]); }),
+             1e-3, "k/s", ">= 0.80");
+    pin(all);
 }
 
 } // namespace
 
 void benchRoundTrip()
 {
-    cpu_set_t before;
-    ::sched_getaffinity(0, sizeof before, &before);
-    std::vector<int> processors;
-    for (int i = 0; i < CPU_SETSIZE; ++i) {
-        if (CPU_ISSET(i, &before))
-            processors.push_back(i);
+    const std::vector<int> all = processors();
+    benchTrips(all[0], all[0], "one core");
+    if (all.size() > 1)
+        benchTrips(all[0], all[1], "two cores");
+    pin(all);
+#ifndef TAVU_BENCH_ZEROMQ
+    printRemark("Without ZeroMQ (libzmq3-dev); scripts/setup peers installs it.");
+#endif
+#ifndef TAVU_BENCH_GRPC
+    printRemark(
+        "Without gRPC (libgrpc++-dev, libprotobuf-dev, protobuf-compiler-grpc); scripts/setup "
+        "peers installs it.");
+#endif
+}
+
+void serveTrips(const std::string &name)
+{
+    for (const TripPeer &peer : kPeers) {
+        if (name == peer.name && peer.serve)
+            peer.serve(name);
     }
-    benchTrips(processors[0], processors[0], "on one core");
-    if (processors.size() > 1)
-        benchTrips(processors[0], processors[1], "on two cores");
-    ::sched_setaffinity(0, sizeof before, &before);
+}
+
+void benchClients()
+{
+    for (const size_t count : {1, 8, 64, 256})
+        benchClients(count);
 }
 
 } // namespace tavu::bench

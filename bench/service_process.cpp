@@ -2,36 +2,18 @@
 
 #include "measure.h"
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <memory>
 #include <optional>
+#include <sched.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
+#include <utility>
 
 namespace tavu::bench {
-
-namespace {
-
-/// A socket that is connected to the service, which may still have to come up.
-LocalSocket *connectedSocket()
-{
-    auto socket = std::make_unique<LocalSocket>();
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!socket->connect(kPipeName)) {
-        if (std::chrono::steady_clock::now() > limit)
-            throw std::runtime_error("the service doesn't come up");
-        std::this_thread::sleep_for(std::chrono::microseconds(100));
-    }
-    return socket.release();
-}
-
-} // namespace
 
 Workplace::Workplace(const std::filesystem::path &root)
 {
@@ -39,10 +21,15 @@ Workplace::Workplace(const std::filesystem::path &root)
     if (!::mkdtemp(pattern.data()))
         throw std::runtime_error("no folder can be made at " + pattern);
     path_ = pattern;
+    enter();
+    std::filesystem::create_directories(recordings());
+}
+
+void Workplace::enter() const
+{
     ::setenv("XDG_RUNTIME_DIR", path_.c_str(), 1);
     ::setenv("XDG_DATA_HOME", path_.c_str(), 1);
     ::setenv("TAVUSRV_ENABLE_EMULATOR", "1", 1);
-    std::filesystem::create_directories(recordings());
 }
 
 Workplace::~Workplace()
@@ -56,7 +43,7 @@ std::filesystem::path Workplace::emulator() const
     return path_ / "OREK Systems" / "TAVU" / "Emulator";
 }
 
-pid_t startProgram(const std::vector<std::string> &arguments)
+Process::Process(const std::vector<std::string> &arguments)
 {
     std::vector<char *> pointers;
     for (const std::string &argument : arguments)
@@ -66,12 +53,27 @@ pid_t startProgram(const std::vector<std::string> &arguments)
     ::posix_spawn_file_actions_init(&actions);
     for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO})
         ::posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_WRONLY, 0);
-    pid_t pid = -1;
-    const int error = ::posix_spawn(&pid, pointers[0], &actions, nullptr, pointers.data(), environ);
+    const int error =
+        ::posix_spawn(&pid_, pointers[0], &actions, nullptr, pointers.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     if (error != 0)
         throw std::runtime_error("can't start " + arguments[0]);
-    return pid;
+}
+
+Process::~Process()
+{
+    if (pid_ <= 0)
+        return;
+    ::kill(pid_, SIGKILL);
+    ::waitpid(pid_, nullptr, 0);
+}
+
+void Process::join()
+{
+    int status = 0;
+    ::waitpid(std::exchange(pid_, -1), &status, 0);
+    if (status != 0)
+        throw std::runtime_error("a peer has failed");
 }
 
 std::string programPath(const std::string &name)
@@ -79,12 +81,28 @@ std::string programPath(const std::string &name)
     return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
 }
 
-ServiceProcess::ServiceProcess() : pid_(startProgram({programPath("tavusvc"), "noautoclose"})) {}
+namespace {
 
-ServiceProcess::~ServiceProcess()
+std::string servicePath = programPath("tavusvc");
+
+std::vector<std::string> peerCommand(std::vector<std::string> words)
 {
-    ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
+    words.insert(words.begin(), programPath("bench_peer"));
+    return words;
+}
+
+} // namespace
+
+void useService(const std::string &path)
+{
+    servicePath = path;
+}
+
+ServiceProcess::ServiceProcess() : Process({servicePath, "noautoclose"}) {}
+
+PeerProcess::PeerProcess(std::vector<std::string> roleAndArguments)
+    : Process(peerCommand(std::move(roleAndArguments)))
+{
 }
 
 double startService()
@@ -96,28 +114,31 @@ double startService()
     });
 }
 
-Client::Client() : Client(connectedSocket()) {}
-
-Client::Client(LocalSocket *socket) : Connection(std::unique_ptr<Channel>(socket)), socket_(*socket)
+double runPeer(const std::vector<std::string> &roleAndArguments)
 {
+    return secondsOf([&] { PeerProcess(roleAndArguments).join(); });
 }
 
-void configure(Client &client, uint16_t width, uint16_t height, uint8_t port)
+std::vector<int> processors()
 {
-    client.pairPort(0, port, {"bench", {}, 1});
-    client.setPortConfig(0, port, {width, height, 0, 0});
+    cpu_set_t set;
+    ::sched_getaffinity(0, sizeof set, &set);
+    std::vector<int> numbers;
+    for (int i = 0; i < CPU_SETSIZE; ++i) {
+        if (CPU_ISSET(i, &set))
+            numbers.push_back(i);
+    }
+    return numbers;
 }
 
-client::RecordingTarget recordFrames(Client &client, int frames)
+void pin(const std::vector<int> &processors)
 {
-    client::RecordingSettings settings;
-    settings.stopCondition = StopCondition::FrameCount;
-    settings.count = static_cast<uint64_t>(frames);
-    client.startRecording(0, settings);
-    while (!client.isRecordingDone(0))
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    client.stopRecording(0);
-    return client.recordingFile(0, 0);
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    for (const int processor : processors)
+        CPU_SET(processor, &set);
+    if (::sched_setaffinity(0, sizeof set, &set) != 0)
+        throw std::runtime_error("a process can't be kept to its processors");
 }
 
 } // namespace tavu::bench

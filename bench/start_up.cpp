@@ -1,83 +1,48 @@
 #include "cases.h"
+#include "catalogue.h"
 #include "measure.h"
-#include "meta_records.h"
-#include "service_process.h"
 
-#include <fcntl.h>
+#include <map>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace tavu::bench {
 
 namespace {
 
-constexpr int kRounds = 9;
-
-/// What every reader of a small file must do at the least.
-void readFile(const std::filesystem::path &path)
+Comparison benchCatalogue(uint32_t count)
 {
-    char buffer[65536];
-    const int file = ::open(path.c_str(), O_RDONLY);
-    while (::read(file, buffer, sizeof buffer) == sizeof buffer) {
-    }
-    ::close(file);
-}
-
-std::filesystem::path metaFile(const std::filesystem::path &folder, uint32_t id)
-{
-    return folder / "Emu" / (std::to_string(id) + ".meta");
-}
-
-void writeCatalogue(const std::filesystem::path &folder, uint32_t count)
-{
-    writeRecords(folder / ".files", "", 1, count);
-    for (uint32_t id = 1; id <= count; ++id)
-        writeRecords(metaFile(folder, id), "recording ", id, 1);
-}
-
-/// From the start of a process that only reads the files to its end.
-double startReader(const std::filesystem::path &folder, uint32_t count)
-{
-    return secondsOf([&] {
-        int status = 0;
-        ::waitpid(startProgram({programPath("service_bench"), "--read-records", folder.string(),
-                                std::to_string(count)}),
-                  &status, 0);
-        if (status != 0)
-            throw std::runtime_error("the reader of the catalogue failed");
-    });
-}
-
-void benchCatalogue(uint32_t count)
-{
-    Workplace workplace;
-    writeCatalogue(workplace.emulator(), count);
+    const std::string folder = workplaceWith(count).emulator();
     {
         ServiceProcess service;
         Client client;
         if (client.listFiles(0).size() != count)
             throw std::runtime_error("the service doesn't list all recordings");
     }
-    printRow(
-        "start with " + std::to_string(count) + " recordings",
-        compare(kRounds, startService, [&] { return startReader(workplace.emulator(), count); }),
-        1e3, "ms", "<= 2.00");
+    const Comparison result = compare(9, startService, [&] {
+        return runPeer({"read-records", folder, std::to_string(count)});
+    });
+    printRow("start with " + std::to_string(count) + " recordings", result, 1e3, "ms", "<= 1.30");
+    return result;
 }
 
 } // namespace
 
-void readRecords(const std::filesystem::path &folder, uint32_t count)
+const Workplace &workplaceWith(uint32_t recordings)
 {
-    readFile(folder / ".files");
-    for (uint32_t id = 1; id <= count; ++id)
-        readFile(metaFile(folder, id));
+    static std::map<uint32_t, Workplace> places;
+    const auto [place, isNew] = places.try_emplace(recordings);
+    if (isNew)
+        plantCatalogue(place->second.emulator(), recordings);
+    place->second.enter();
+    return place->second;
 }
 
 void benchStartUp()
 {
-    for (const uint32_t count : {1000, 10000})
-        benchCatalogue(count);
+    benchCatalogue(1000);
+    const Comparison few = benchCatalogue(10'000);
+    const Comparison many = benchCatalogue(100'000);
+    printGrowth("start: a recording of 100,000 to one of 10,000", few, 10'000, many, 100'000);
 }
 
 } // namespace tavu::bench

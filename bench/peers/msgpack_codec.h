@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../codec/file_entry.h"
+#include "catalogue.h"
 
 #include <memory>
 #include <vector>
