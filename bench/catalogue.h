@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/values.h"
+#include "encoding/mem_stream.h"
 #include "encoding/message_writer.h"
 
 #include <cstdint>
