@@ -44,12 +44,14 @@ void TavuDeviceEmulator::loadVisibleFiles(RecordBuffer &buffer)
 {
     FileList records;
     attempt([&] { visibleFiles_.reserve(catalogue_.size()); });
+    const OpenFolder root(folder_.deviceFolder);
+    const std::function<void(Stream &)> read = [&](Stream &stream) {
+        readMetaList(records, stream);
+        std::move(records.begin(), records.end(), std::back_inserter(visibleFiles_));
+    };
     for (const FileRecord &entry : catalogue_) {
         attempt([&] {
-            readRecordFile(folder_.fileRecord(entry.port, entry.name), buffer, [&](Stream &stream) {
-                readMetaList(records, stream);
-                std::move(records.begin(), records.end(), std::back_inserter(visibleFiles_));
-            });
+            readRecordFile(folder_.fileRecord(entry.port, entry.name), buffer, read, &root);
         });
     }
 }

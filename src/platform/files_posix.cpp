@@ -46,9 +46,30 @@ struct InputFile::Native
     Descriptor file;
 };
 
-InputFile::InputFile(const std::string &path)
+OpenFolder::OpenFolder(std::string path)
+    : path_(std::move(path)), descriptor_(::open(path_.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC))
 {
-    Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+}
+
+OpenFolder::~OpenFolder()
+{
+    if (descriptor_ >= 0)
+        ::close(descriptor_);
+}
+
+InputFile::InputFile(const std::string &path, const OpenFolder *folder)
+{
+    int start = AT_FDCWD;
+    const char *rest = path.c_str();
+    // The rest of the path mustn't begin with a slash: it would lead somewhere else then.
+    if (folder && folder->descriptor_ >= 0 && path.starts_with(folder->path_)) {
+        const char *behind = rest + folder->path_.size();
+        if (behind[0] == '/' && behind[1] != '/') {
+            start = folder->descriptor_;
+            rest = behind + 1;
+        }
+    }
+    Descriptor file(::openat(start, rest, O_RDONLY | O_CLOEXEC));
     missing_ = !file && (errno == ENOENT || errno == ENOTDIR);
     if (file)
         native_ = std::make_shared<Native>(Native{std::move(file)});

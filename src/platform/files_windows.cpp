@@ -148,7 +148,11 @@ struct InputFile::Native
     Handle file;
 };
 
-InputFile::InputFile(const std::string &path)
+OpenFolder::OpenFolder(std::string path) : path_(std::move(path)) {}
+
+OpenFolder::~OpenFolder() = default;
+
+InputFile::InputFile(const std::string &path, const OpenFolder * /*folder*/)
 {
     Handle file = openHandle(wideText(path), GENERIC_READ, OPEN_EXISTING);
     missing_ =

@@ -54,9 +54,9 @@ void replaceRecordFile(const std::string &path, const std::function<void(Stream 
 }
 
 void readRecordFile(const std::string &path, RecordBuffer &buffer,
-                    const std::function<void(Stream &)> &read)
+                    const std::function<void(Stream &)> &read, const OpenFolder *folder)
 {
-    const InputFile file(path);
+    const InputFile file(path, folder);
     if (file.wasMissing())
         return;
     if (!file.isOpen())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "encoding/stream.h"
+#include "platform/files.h"
 
 #include <functional>
 #include <string>
@@ -20,8 +21,8 @@ using RecordBuffer = std::vector<unsigned char>;
 
 /// Reads the record at \a path with \a read. A file that isn't there or holds no such record is
 /// passed over. Raises "Failed to open file: <path>" when the file is there and can't be read: what
-/// it holds is unknown then, and it mustn't be replaced.
+/// it holds is unknown then, and it mustn't be replaced. With a \a folder, see InputFile.
 void readRecordFile(const std::string &path, RecordBuffer &buffer,
-                    const std::function<void(Stream &)> &read);
+                    const std::function<void(Stream &)> &read, const OpenFolder *folder = nullptr);
 
 } // namespace tavu

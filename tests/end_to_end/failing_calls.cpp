@@ -85,6 +85,8 @@ __attribute__((constructor)) void begin()
 
 FAILING(FILE *, fopen, EMFILE, nullptr, (const char *path, const char *mode), (path, mode))
 FAILING(int, open, EMFILE, -1, (const char *path, int flags, mode_t mode), (path, flags, mode))
+FAILING(int, openat, EMFILE, -1, (int folder, const char *path, int flags, mode_t mode),
+        (folder, path, flags, mode))
 FAILING(DIR *, opendir, EMFILE, nullptr, (const char *path), (path))
 FAILING(ssize_t, pread, EIO, -1, (int fd, void *data, size_t size, off_t offset),
         (fd, data, size, offset))

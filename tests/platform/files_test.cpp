@@ -79,5 +79,21 @@ TEST_F(FilesTest, ReadsAtAnyOffset)
     EXPECT_EQ(read(moved), "");
 }
 
+TEST_F(FilesTest, AnOpenFolderLeadsToTheSameFiles)
+{
+    createFolders(path("a"));
+    createFolders(path("ab"));
+    write(path("a/in"), "in");
+    write(path("ab/beside"), "beside");
+    const OpenFolder folder(path("a")), missing(path("b"));
+    for (const OpenFolder *way : {&folder, &missing}) {
+        EXPECT_EQ(read(InputFile(path("a/in"), way)), "in");
+        EXPECT_EQ(read(InputFile(path("a//in"), way)), "in");
+        EXPECT_EQ(read(InputFile(path("ab/beside"), way)), "beside");
+        EXPECT_EQ(read(InputFile(path("a/../ab/beside"), way)), "beside");
+        EXPECT_TRUE(InputFile(path("a/beside"), way).wasMissing());
+    }
+}
+
 } // namespace
 } // namespace tavu
