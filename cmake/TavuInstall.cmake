@@ -59,6 +59,9 @@ install(FILES "${CMAKE_BINARY_DIR}/tavu-config.cmake"
 
 install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${doc_folder}")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION "${doc_folder}")
+if(WIN32)
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/windows.md" DESTINATION . RENAME README.md)
+endif()
 install(FILES "${PROJECT_SOURCE_DIR}/simulator/README.md" DESTINATION "${doc_folder}/simulator")
 
 set(CPACK_PACKAGE_NAME tavu)

@@ -2,17 +2,29 @@
 
 #include "service/transport/local_socket.h"
 
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 namespace tavu::client {
 
 namespace {
 
+/// How long a service may be busy with other clients before it can take this one.
+constexpr std::chrono::seconds kBusyLimit(5);
+
 std::unique_ptr<LocalSocket> connectedSocket(const std::string &name)
 {
+    using namespace std::chrono;
     auto socket = std::make_unique<LocalSocket>();
-    if (!socket->connect(name))
-        throw ConnectionError::noService(localSocketAddress(name));
+    const auto deadline = steady_clock::now() + kBusyLimit;
+    while (!socket->connect(name)) {
+        const auto left = duration_cast<milliseconds>(deadline - steady_clock::now());
+        if (left <= milliseconds(0) || !awaitLocalSocket(name, left))
+            throw ConnectionError::noService(localSocketAddress(name));
+        // Another client may be quicker, again and again.
+        std::this_thread::sleep_for(milliseconds(1));
+    }
     if (const auto user = socket->stranger())
         throw ConnectionError::strangersService(localSocketAddress(name), *user);
     return socket;

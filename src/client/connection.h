@@ -32,9 +32,10 @@ namespace tavu::client {
 class Connection
 {
 public:
-    /// Connects to the service that listens under a base name, and agrees on the protocol. Raises
-    /// ConnectionError when nobody listens there, and when it is another user's service at an
-    /// address that anybody could have taken: that one gets no byte.
+    /// Connects to the service that listens under a base name, and agrees on the protocol. Waits
+    /// for up to 5 s where the service is busy with other clients. Raises ConnectionError when
+    /// nobody listens there, and when it is another user's service at an address that anybody could
+    /// have taken: that one gets no byte.
     explicit Connection(const std::string &name = kPipeName);
     /// Talks over a channel of the caller's making.
     explicit Connection(std::unique_ptr<Channel> channel);

@@ -5,7 +5,8 @@
 namespace tavu {
 
 /// The wall clock as a count of 100 ns units since 1601-01-01 UTC: the scale of every "timestamp"
-/// (the published epoch of Windows' FILETIME).
+/// (the published epoch of Windows' FILETIME). On Windows it goes in whole milliseconds, like the
+/// system's own SYSTEMTIME.
 uint64_t utcTimestamp();
 
 /// The monotonic clock in nanoseconds from an arbitrary origin.

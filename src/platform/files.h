@@ -10,7 +10,7 @@ namespace tavu {
 
 // Paths are UTF-8 on every platform.
 
-/// std::fopen, with a handle that no child process inherits. Null on failure.
+/// std::fopen, with a handle that no child process inherits. Null on failure, and errno says why.
 std::FILE *openStdFile(const std::string &path, const char *mode);
 
 /// Deletes a file; false when that failed. Never removes a folder.

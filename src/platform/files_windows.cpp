@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
@@ -29,6 +30,38 @@ Handle openHandle(const std::wstring &path, DWORD access, DWORD disposition)
 {
     return Handle(CreateFileW(path.c_str(), access, kShareAll, nullptr, disposition,
                               FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+/// The last error of the system as the C library would call it.
+int errorNumber()
+{
+    switch (GetLastError()) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+    case ERROR_INVALID_DRIVE:
+    case ERROR_BAD_NETPATH:
+        return ENOENT;
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+    case ERROR_LOCK_VIOLATION:
+    case ERROR_WRITE_PROTECT:
+        return EACCES;
+    case ERROR_FILE_EXISTS:
+    case ERROR_ALREADY_EXISTS:
+        return EEXIST;
+    case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
+        return ENOSPC;
+    case ERROR_TOO_MANY_OPEN_FILES:
+        return EMFILE;
+    case ERROR_INVALID_NAME:
+    case ERROR_BAD_PATHNAME:
+        return EINVAL;
+    case ERROR_FILENAME_EXCED_RANGE:
+        return ENAMETOOLONG;
+    default:
+        return EIO;
+    }
 }
 
 /// A mode of std::fopen in the system's terms.
@@ -105,8 +138,10 @@ std::FILE *openStdFile(const std::string &path, const char *mode)
 {
     const OpenMode open(mode);
     Handle handle = openHandle(wideText(path), open.access, open.disposition);
-    if (!handle)
+    if (!handle) {
+        errno = errorNumber();
         return nullptr;
+    }
     const int descriptor =
         _open_osfhandle(reinterpret_cast<intptr_t>(handle.get()), open.flags | _O_NOINHERIT);
     if (descriptor < 0)

@@ -3,8 +3,11 @@
 #include "harness/recording.h"
 #include "harness/service.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <optional>
+#include <thread>
+#include <vector>
 
 namespace tavu::test {
 namespace {
@@ -31,6 +34,23 @@ protected:
 Bytes bytesOf(const FrameView &frame)
 {
     return {reinterpret_cast<const char *>(frame.pixels.data()), frame.pixels.size_bytes()};
+}
+
+TEST(ClientsTest, ManyConnectAtOnce)
+{
+    Service service({"noautoclose"});
+    Client(); // once this is through, the service listens
+    std::atomic<int> answers{0};
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 16; ++i) {
+            threads.emplace_back([&answers] {
+                for (int round = 0; round < 20; ++round)
+                    answers += Connection().deviceCount() == 1;
+            });
+        }
+    }
+    EXPECT_EQ(answers, 16 * 20);
 }
 
 TEST_P(ClientTest, TheLibraryShowsFramesAndEvents)

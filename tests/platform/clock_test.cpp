@@ -14,6 +14,9 @@ TEST(ClockTest, TimeStampsCountFrom1601)
     const uint64_t stamp = utcTimestamp() / 10'000'000 - 134774ull * 86400;
     EXPECT_GE(stamp + 1, seconds);
     EXPECT_LE(stamp, seconds + 60);
+#if defined(_WIN32)
+    EXPECT_EQ(utcTimestamp() % 10'000, 0u); // whole milliseconds
+#endif
 }
 
 TEST(ClockTest, SleepNeverEndsEarly)

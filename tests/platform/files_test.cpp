@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace tavu {
@@ -59,6 +60,9 @@ TEST_F(FilesTest, FoldersAreNoFiles)
     EXPECT_FALSE(isRegularFile(path("a")));
     EXPECT_EQ(fileSize(path("a")), std::nullopt);
     EXPECT_EQ(read(InputFile(path("a"))), "");
+    errno = 0;
+    EXPECT_EQ(openStdFile(path("b/c"), "wb"), nullptr);
+    EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(deleteFile(joinPath(path("a"), "b")));
     EXPECT_TRUE(deleteFile(path("file")));
     EXPECT_FALSE(deleteFile(path("file")));

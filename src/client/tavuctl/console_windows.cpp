@@ -2,10 +2,12 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <fcntl.h>
 #include <io.h>
+#include <vector>
 
 namespace tavu::ctl {
 
@@ -13,9 +15,16 @@ namespace {
 
 std::atomic<bool> interruptSeen{false};
 
-/// Restored at the end, since the console also belongs to whoever started us.
+/// A standard stream that is a console.
+struct Console
+{
+    HANDLE handle;
+    DWORD formerMode;
+};
+
+// Restored at the end, since the console also belongs to whoever started us.
+std::vector<Console> consoles;
 UINT formerCodePage = 0;
-DWORD formerMode = 0;
 
 HANDLE streamHandle(std::FILE *stream)
 {
@@ -35,7 +44,10 @@ BOOL WINAPI rememberInterrupt(DWORD event)
 void restoreConsole()
 {
     SetConsoleOutputCP(formerCodePage);
-    SetConsoleMode(streamHandle(stdout), formerMode);
+    // Two streams may be one console: what the first found comes last.
+    std::for_each(consoles.rbegin(), consoles.rend(), [](const Console &console) {
+        SetConsoleMode(console.handle, console.formerMode);
+    });
 }
 
 } // namespace
@@ -58,12 +70,18 @@ ConsoleSize consoleSize(std::FILE *stream)
 void prepareStandardStreams()
 {
     _setmode(_fileno(stdout), _O_BINARY);
-    if (!GetConsoleMode(streamHandle(stdout), &formerMode))
+    for (std::FILE *stream : {stdout, stderr}) {
+        Console console = {streamHandle(stream), 0};
+        if (!GetConsoleMode(console.handle, &console.formerMode))
+            continue;
+        consoles.push_back(console);
+        SetConsoleMode(console.handle, console.formerMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+    }
+    if (consoles.empty())
         return;
     formerCodePage = GetConsoleOutputCP();
     std::atexit(restoreConsole);
     SetConsoleOutputCP(CP_UTF8);
-    SetConsoleMode(streamHandle(stdout), formerMode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
 }
 
 void catchInterrupts()

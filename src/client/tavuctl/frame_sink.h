@@ -28,7 +28,6 @@ public:
 
 // Pictures of 16 bits a pixel, as the bytes of a file.
 std::vector<uint8_t> encodePgm(const client::FrameView &frame);
-/// Raises Failure where the program was built without PNG.
 std::vector<uint8_t> encodePng(const client::FrameView &frame);
 
 /// The pixel values that shall become black and white.

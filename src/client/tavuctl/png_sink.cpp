@@ -1,60 +1,139 @@
 #include "client/tavuctl/frame_sink.h"
 
 #include "client/tavuctl/session.h"
+#include "encoding/bytes.h"
 
-#include <csetjmp>
-#include <png.h>
+#include <initializer_list>
+#include <span>
+#include <string_view>
+#include <zlib.h>
 
 namespace tavu::ctl {
 
 namespace {
 
-void appendBytes(png_structp png, png_bytep bytes, size_t count)
+// Formats from the published PNG specification: numbers are big-endian, a chunk is the length of
+// its body, a type of four letters, the body and the CRC of both.
+
+constexpr uint8_t kSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+constexpr uint8_t kFilterSub = 1; ///< a row holds the differences to the pixel before
+constexpr int kLevel = 3;         ///< higher ones take much longer and save little on such rows
+constexpr size_t kPieceBytes = 1 << 16;
+
+using Bytes = std::vector<uint8_t>;
+
+void append(Bytes &target, std::span<const uint8_t> bytes)
 {
-    auto &target = *static_cast<std::vector<uint8_t> *>(png_get_io_ptr(png));
-    target.insert(target.end(), bytes, bytes + count);
+    target.insert(target.end(), bytes.begin(), bytes.end());
 }
 
-void nothingToFlush(png_structp) {}
-
-/// False when the library gives up. It does so by a jump to here, so no object with a destructor
-/// may live in this function.
-bool writePicture(png_structp png, png_infop info, const client::FrameView &frame,
-                  std::vector<uint8_t> *target, std::vector<uint8_t> *row)
+void appendNumber(Bytes &target, uint32_t number)
 {
-    if (setjmp(png_jmpbuf(png)) != 0)
-        return false;
-    png_set_write_fn(png, target, appendBytes, nothingToFlush);
-    png_set_IHDR(png, info, frame.width, frame.height, 16, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
-    png_set_compression_level(png, 3);
-    png_write_info(png, info);
-    for (uint32_t y = 0; y < frame.height; ++y) {
-        uint8_t *out = row->data();
-        for (const uint16_t pixel : frame.row(y)) {
-            *out++ = static_cast<uint8_t>(pixel >> 8);
-            *out++ = static_cast<uint8_t>(pixel & 0xFF);
-        }
-        png_write_row(png, row->data());
+    uint8_t bytes[sizeof number];
+    storeBigEndian(bytes, number);
+    append(target, bytes);
+}
+
+void appendChunk(Bytes &target, std::string_view type, std::span<const uint8_t> body)
+{
+    appendNumber(target, static_cast<uint32_t>(body.size()));
+    const size_t begin = target.size();
+    target.insert(target.end(), type.begin(), type.end());
+    append(target, body);
+    appendNumber(target,
+                 static_cast<uint32_t>(::crc32_z(0, &target[begin], target.size() - begin)));
+}
+
+Bytes imageHeader(const client::FrameView &frame)
+{
+    Bytes header;
+    appendNumber(header, frame.width);
+    appendNumber(header, frame.height);
+    // 16 bits, grey, and the only kinds of compression and filters; rows from top to bottom
+    append(header, std::initializer_list<uint8_t>{16, 0, 0, 0, 0});
+    return header;
+}
+
+/// A row's bytes behind its filter: each less the byte of the same rank of the pixel before.
+void filterRow(std::span<const uint16_t> pixels, Bytes &row)
+{
+    row.clear();
+    row.push_back(kFilterSub);
+    uint16_t before = 0;
+    for (const uint16_t pixel : pixels) {
+        row.push_back(static_cast<uint8_t>((pixel >> 8) - (before >> 8)));
+        row.push_back(static_cast<uint8_t>(pixel - before));
+        before = pixel;
     }
-    png_write_end(png, info);
-    return true;
 }
+
+/// Compresses rows into chunks of image data.
+class ImageData
+{
+public:
+    explicit ImageData(Bytes &target) : target_(target), piece_(kPieceBytes)
+    {
+        // Memory is all that can be missing.
+        if (::deflateInit2(&stream_, kLevel, Z_DEFLATED, MAX_WBITS, 8, Z_FILTERED) != Z_OK)
+            throw Failure("the frame can't be made a PNG picture");
+        makeRoom();
+    }
+    ImageData(const ImageData &) = delete;
+    ImageData &operator=(const ImageData &) = delete;
+    ~ImageData() { ::deflateEnd(&stream_); }
+
+    void add(Bytes &row) { feed(row, Z_NO_FLUSH); }
+    void finish()
+    {
+        Bytes nothing;
+        feed(nothing, Z_FINISH);
+        flush();
+    }
+
+private:
+    void makeRoom()
+    {
+        stream_.next_out = piece_.data();
+        stream_.avail_out = static_cast<uInt>(piece_.size());
+    }
+    void flush()
+    {
+        const std::span whole(piece_);
+        if (stream_.avail_out < whole.size())
+            appendChunk(target_, "IDAT", whole.first(whole.size() - stream_.avail_out));
+        makeRoom();
+    }
+    void feed(Bytes &bytes, int mode)
+    {
+        stream_.next_in = bytes.data();
+        stream_.avail_in = static_cast<uInt>(bytes.size());
+        // It goes on as long as it fills the room that it has.
+        while (::deflate(&stream_, mode) == Z_OK && stream_.avail_out == 0)
+            flush();
+    }
+
+    Bytes &target_;
+    Bytes piece_;
+    z_stream stream_{};
+};
 
 } // namespace
 
 std::vector<uint8_t> encodePng(const client::FrameView &frame)
 {
-    std::vector<uint8_t> bytes;
-    std::vector<uint8_t> row(size_t(frame.width) * 2);
+    Bytes bytes;
     bytes.reserve(frame.pixels.size_bytes() / 2);
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png ? png_create_info_struct(png) : nullptr;
-    const bool done = info && writePicture(png, info, frame, &bytes, &row);
-    png_destroy_write_struct(&png, &info);
-    if (!done)
-        throw Failure("the frame can't be made a PNG picture");
+    append(bytes, kSignature);
+    appendChunk(bytes, "IHDR", imageHeader(frame));
+    ImageData data(bytes);
+    Bytes row;
+    row.reserve(1 + size_t(frame.width) * 2);
+    for (uint32_t y = 0; y < frame.height; ++y) {
+        filterRow(frame.row(y), row);
+        data.add(row);
+    }
+    data.finish();
+    appendChunk(bytes, "IEND", {});
     return bytes;
 }
 

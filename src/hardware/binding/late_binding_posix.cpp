@@ -1,5 +1,6 @@
 #include "hardware/binding/late_binding.h"
 
+#include "hardware/binding/library_check.h"
 #include "platform/diagnostics.h"
 #include "platform/environment.h"
 
@@ -7,7 +8,6 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 
 #include <dlfcn.h>
 
@@ -36,29 +36,6 @@ void *openLibrary(const std::string &path)
     return nullptr;
 }
 
-/// Destructors and the release of memory can't raise when they are absent.
-bool mayNotRaise(std::string_view name)
-{
-    return name.ends_with("D1Ev") || name.ends_with("D0Ev") || name.ends_with("dlEPv");
-}
-
-/// Reports what the library lacks. False when it lacks a function that may not raise: such a
-/// library isn't used at all.
-bool isUsable(void *library)
-{
-    std::string absent;
-    bool usable = true;
-    for (const char *name : kNames) {
-        if (dlsym(library, name))
-            continue;
-        absent += std::string(" ") + name;
-        usable = usable && !mayNotRaise(name);
-    }
-    if (!absent.empty())
-        tavu::printLine(stderr, "libquillon.so lacks%s\n", absent.c_str());
-    return usable;
-}
-
 /// Opens the library in its install folder, or where the system looks for libraries. Never closed:
 /// its objects live as long as we do.
 void *findLibrary()
@@ -68,7 +45,11 @@ void *findLibrary()
         library = openLibrary(*folder + "/Bin/libquillon.so");
     if (!library)
         library = openLibrary("libquillon.so");
-    return library && isUsable(library) ? library : nullptr;
+    if (library && tavu::isUsableLibrary("libquillon.so", [library](const char *function) {
+            return dlsym(library, function);
+        }))
+        return library;
+    return nullptr;
 }
 
 } // namespace

@@ -1,8 +1,7 @@
 #include "hardware/binding/late_binding.h"
 
-#include "platform/diagnostics.h"
+#include "hardware/binding/library_check.h"
 
-#include <atomic>
 #include <stdexcept>
 
 #include <windows.h>
@@ -11,22 +10,44 @@
 
 namespace {
 
-/// Called by the late loader when it finds no library or no function, instead of raising its own
-/// structured fault. A function that the library lacks is reported, once, as the late loader looks
-/// for it again at each call.
-FARPROC WINAPI failToLoad(unsigned notification, PDelayLoadInfo info)
+[[noreturn]] void fail()
 {
-    static std::atomic_flag isReported;
-    if (notification == dliFailGetProc && !isReported.test_and_set())
-        tavu::printLine(stderr, "%s lacks %s\n", info->szDll, info->dlp.szProcName);
+    throw std::runtime_error(tavu::kLateBindingFailure);
+}
+
+/// Called by the late loader before it looks for a function in the library. It does so at every
+/// call of one that is absent.
+FARPROC WINAPI checkLibrary(unsigned notification, PDelayLoadInfo info)
+{
+#if defined(__GNUC__)
+    if (notification == dliNotePreGetProcAddress) {
+        static const bool usable = tavu::isUsableLibrary(info->szDll, [info](const char *function) {
+            return reinterpret_cast<const void *>(GetProcAddress(info->hmodCur, function));
+        });
+        if (!usable)
+            fail();
+    }
+#else
+    // Another compiler forms other names; what is absent shows when it is called.
+    static_cast<void>(notification);
+    static_cast<void>(info);
+#endif
+    return nullptr;
+}
+
+/// Called by the late loader when it finds no library or no function, instead of raising its own
+/// structured fault.
+FARPROC WINAPI failToLoad(unsigned notification, PDelayLoadInfo /*info*/)
+{
     if (notification == dliFailLoadLib || notification == dliFailGetProc)
-        throw std::runtime_error(tavu::kLateBindingFailure);
+        fail();
     return nullptr;
 }
 
 } // namespace
 
-// The late loader's hook, by the name and of the type that its header declares.
+// The late loader's hooks, by the names and of the type that its header declares.
 extern "C" {
+decltype(__pfnDliNotifyHook2) __pfnDliNotifyHook2 = checkLibrary;
 decltype(__pfnDliFailureHook2) __pfnDliFailureHook2 = failToLoad;
 }

@@ -3,6 +3,7 @@
 #include "encoding/channel.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -96,6 +97,11 @@ private:
     struct State;
     std::unique_ptr<State> state_;
 };
+
+/// Client side: when connect() has failed, waits until the service that listens under a base name
+/// can take one more client. False when nobody listens there, when \a patience is over, and on
+/// systems where a service can always take one more.
+bool awaitLocalSocket(const std::string &name, std::chrono::milliseconds patience);
 
 /// Client side: the names of all channels on this machine that begin with \a prefix.
 std::vector<std::string> listLocalSockets(const std::string &prefix);

@@ -278,6 +278,11 @@ std::string localSocketAddress(const std::string &name)
     return socketFolder() + "/" + name;
 }
 
+bool awaitLocalSocket(const std::string & /*name*/, std::chrono::milliseconds /*patience*/)
+{
+    return false;
+}
+
 std::vector<std::string> listLocalSockets(const std::string &prefix)
 {
     std::vector<std::string> names;

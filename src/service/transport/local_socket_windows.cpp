@@ -245,6 +245,14 @@ std::string localSocketAddress(const std::string &name)
     return pipePath(name);
 }
 
+bool awaitLocalSocket(const std::string &name, std::chrono::milliseconds patience)
+{
+    // Between a client and the next instance of the pipe there is none for a moment. 0 would mean a
+    // time that the service has chosen.
+    const auto milliseconds = std::max<int64_t>(patience.count(), 1);
+    return WaitNamedPipeW(pipeName(name).c_str(), static_cast<DWORD>(milliseconds)) != 0;
+}
+
 std::vector<std::string> listLocalSockets(const std::string &prefix)
 {
     std::vector<std::string> names;
