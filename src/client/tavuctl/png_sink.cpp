@@ -12,8 +12,8 @@ namespace tavu::ctl {
 
 namespace {
 
-// Formats from the published PNG specification: numbers are big-endian, a chunk is the length of
-// its body, a type of four letters, the body and the CRC of both.
+// As PNG is published (by the W3C): numbers are big-endian, a chunk is the length of its body, a
+// type of four letters, the body and the CRC of both.
 
 constexpr uint8_t kSignature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
 constexpr uint8_t kFilterSub = 1; ///< a row holds the differences to the pixel before
