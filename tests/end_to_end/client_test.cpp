@@ -39,7 +39,7 @@ Bytes bytesOf(const FrameView &frame)
 TEST(ClientsTest, ManyConnectAtOnce)
 {
     Service service({"noautoclose"});
-    Client(); // once this is through, the service listens
+    Client().result("deviceCount"); // the service listens
     std::atomic<int> answers{0};
     {
         std::vector<std::jthread> threads;
