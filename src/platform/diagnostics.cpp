@@ -1,7 +1,10 @@
 #include "platform/diagnostics.h"
 
+#include <algorithm>
 #include <cstdarg>
+#include <memory>
 #include <mutex>
+#include <new>
 
 namespace tavu {
 
@@ -18,18 +21,29 @@ bool errorsStalled = false;
 
 void printLine(std::FILE *stream, const char *format, ...)
 {
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::va_list again;
+    va_copy(again, arguments);
+    char buffer[1024];
+    const auto length =
+        static_cast<size_t>(std::max(0, std::vsnprintf(buffer, sizeof buffer, format, arguments)));
+    va_end(arguments);
+    std::string_view line(buffer, std::min(length, sizeof buffer - 1));
+    std::unique_ptr<char[]> longer;
+    if (length >= sizeof buffer)
+        longer.reset(new (std::nothrow) char[length + 1]);
+    if (longer) {
+        std::vsnprintf(longer.get(), length + 1, format, again);
+        line = {longer.get(), length};
+    }
+    va_end(again);
+
     // One line at a time over both streams, which often end in the same file.
     static std::mutex mutex;
     std::lock_guard guard(mutex);
     bool &stalled = stream == stderr ? errorsStalled : outputStalled;
-    stalled = !waitUntilWritable(stream, stalled ? 0 : kPatience);
-    if (stalled)
-        return;
-    std::va_list arguments;
-    va_start(arguments, format);
-    std::vfprintf(stream, format, arguments);
-    va_end(arguments);
-    std::fflush(stream);
+    stalled = !writeLine(stream, line, stalled ? 0 : kPatience);
 }
 
 } // namespace tavu

@@ -1,19 +1,29 @@
 #include "platform/diagnostics.h"
 
 #include <cerrno>
+#include <climits>
 #include <poll.h>
 
 namespace tavu {
 
-bool waitUntilWritable(std::FILE *stream, int milliseconds)
+bool writeLine(std::FILE *stream, std::string_view line, int patience) noexcept
 {
-    // A full pipe is one without room for PIPE_BUF bytes, which is more than a line has.
-    pollfd output = {::fileno(stream), POLLOUT, 0};
-    int ready;
-    while ((ready = ::poll(&output, 1, milliseconds)) < 0 && errno == EINTR) {
+    // A pipe that can be written to has room for PIPE_BUF bytes, which is more than most lines
+    // have.
+    while (!line.empty()) {
+        pollfd output = {::fileno(stream), POLLOUT, 0};
+        int ready;
+        while ((ready = ::poll(&output, 1, patience)) < 0 && errno == EINTR) {
+        }
+        // A closed or broken stream never blocks either: its write fails.
+        if (ready == 0)
+            return false;
+        const std::string_view piece = line.substr(0, PIPE_BUF);
+        std::fwrite(piece.data(), 1, piece.size(), stream);
+        std::fflush(stream);
+        line.remove_prefix(piece.size());
     }
-    // A closed or broken stream never blocks either: its write fails.
-    return ready != 0;
+    return true;
 }
 
 } // namespace tavu
