@@ -9,6 +9,7 @@
 #include <future>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace tavu::bench {
 

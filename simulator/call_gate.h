@@ -4,6 +4,9 @@
 #include "call_text.h"
 #include "fault_plan.h"
 
+#include <memory>
+#include <string>
+
 namespace simulator {
 
 /// What every operation begins with: the call log, the faults that hold for all recorders, and

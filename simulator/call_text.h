@@ -3,6 +3,8 @@
 #include "hardware/library/device.h"
 
 #include <concepts>
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace simulator {

@@ -2,6 +2,7 @@
 
 #include "hardware/library/port.h"
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>

@@ -3,6 +3,7 @@
 #include "hardware/library/instance.h"
 #include "recorder.h"
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>

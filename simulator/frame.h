@@ -2,6 +2,8 @@
 
 #include "hardware/library/common.h"
 
+#include <cstdint>
+
 namespace simulator {
 
 boost::shared_ptr<Common::DataType> makeDataType(uint32_t width, uint32_t height,

@@ -4,6 +4,7 @@
 #include "storage/frame_layout.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace simulator {
 

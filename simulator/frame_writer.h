@@ -2,6 +2,9 @@
 
 #include "storage/file_table.h"
 
+#include <cstdint>
+#include <memory>
+
 namespace simulator {
 
 /// Draws the frames of one stream and writes them to the drives. For one thread; operations raise

@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace simulator {

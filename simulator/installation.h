@@ -6,6 +6,7 @@
 #include "watched_file.h"
 
 #include <condition_variable>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <map>

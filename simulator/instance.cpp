@@ -6,6 +6,8 @@
 
 #include <boost/make_shared.hpp>
 
+#include <utility>
+
 namespace simulator {
 
 namespace {

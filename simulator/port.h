@@ -3,7 +3,11 @@
 #include "camera.h"
 #include "hardware/library/port.h"
 
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <optional>
 
 namespace simulator {
 

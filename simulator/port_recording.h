@@ -5,8 +5,12 @@
 #include "port.h"
 #include "trigger_network.h"
 
+#include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
+#include <mutex>
+#include <optional>
 
 namespace simulator {
 

@@ -4,6 +4,7 @@
 #include "description.h"
 #include "hardware/library/device.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <mutex>

@@ -3,7 +3,11 @@
 #include "hardware/library/record.h"
 #include "port_recording.h"
 
+#include <cstdint>
 #include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
 
 namespace simulator {
 

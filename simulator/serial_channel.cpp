@@ -4,6 +4,7 @@
 #include "port.h"
 #include "recorder.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstring>
 #include <string_view>

@@ -3,6 +3,7 @@
 #include "hardware/library/port.h"
 
 #include <condition_variable>
+#include <cstdint>
 #include <map>
 #include <mutex>
 #include <string>

@@ -2,6 +2,7 @@
 
 #include "hardware/library/trigger.h"
 
+#include <cstdint>
 #include <mutex>
 #include <optional>
 

@@ -1,5 +1,6 @@
 #include "watched_file.h"
 
+#include <system_error>
 #include <utility>
 
 namespace simulator {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <utility>
 
 namespace simulator {
 

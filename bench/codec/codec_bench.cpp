@@ -11,6 +11,7 @@
 #include <ctime>
 #include <functional>
 #include <string_view>
+#include <utility>
 
 namespace tavu::bench {
 

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <msgpack.hpp>
+#include <type_traits>
 
 namespace tavu::bench {
 

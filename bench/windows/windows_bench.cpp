@@ -13,6 +13,7 @@
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
 namespace tavu::bench {

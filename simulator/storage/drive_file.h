@@ -3,6 +3,10 @@
 #include "hardware/library/drive_file.h"
 #include "storage/file_table.h"
 
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
 namespace simulator {
 
 class Recorder;

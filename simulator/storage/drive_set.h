@@ -3,6 +3,9 @@
 #include "hardware/library/storage.h"
 #include "storage/file_table.h"
 
+#include <cstdint>
+#include <memory>
+
 namespace simulator {
 
 class Recorder;

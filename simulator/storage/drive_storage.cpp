@@ -11,6 +11,7 @@
 
 #include <charconv>
 #include <numeric>
+#include <system_error>
 
 namespace simulator {
 

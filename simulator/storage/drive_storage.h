@@ -3,6 +3,13 @@
 #include "hardware/library/storage.h"
 #include "storage/file_table.h"
 
+#include <cstdint>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
 namespace simulator {
 
 class Recorder;

@@ -2,6 +2,8 @@
 
 #include "hardware/library/storage.h"
 
+#include <cstdint>
+
 namespace simulator {
 
 class Recorder;

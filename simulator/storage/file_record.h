@@ -2,6 +2,7 @@
 
 #include "storage/stripe_allocator.h"
 
+#include <cstdint>
 #include <string>
 #include <utility>
 

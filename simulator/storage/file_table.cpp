@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <system_error>
 
 namespace simulator {
 

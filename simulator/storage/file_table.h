@@ -4,8 +4,11 @@
 #include "storage/file_record.h"
 #include "storage/stripe_space.h"
 
+#include <cstdint>
+#include <filesystem>
 #include <map>
 #include <mutex>
+#include <string>
 
 namespace simulator {
 

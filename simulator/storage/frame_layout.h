@@ -3,6 +3,8 @@
 #include "storage/file_record.h"
 #include "storage/stripe_space.h"
 
+#include <cstdint>
+
 namespace simulator {
 
 // How frames lie in the bytes of their stream: each is a header and its pixels, and all take the

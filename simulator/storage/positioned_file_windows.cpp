@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <system_error>
+#include <utility>
 #include <winioctl.h>
 
 namespace simulator {

@@ -3,6 +3,11 @@
 #include "hardware/library/drive_file.h"
 #include "storage/file_table.h"
 
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
 namespace simulator {
 
 class Recorder;

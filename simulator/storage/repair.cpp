@@ -4,6 +4,8 @@
 #include "recorder.h"
 #include "storage/frame_layout.h"
 
+#include <algorithm>
+#include <chrono>
 #include <system_error>
 #include <thread>
 

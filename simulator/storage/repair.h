@@ -4,7 +4,12 @@
 #include "operation.h"
 #include "storage/file_table.h"
 
+#include <chrono>
 #include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
 
 namespace simulator {
 

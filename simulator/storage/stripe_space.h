@@ -3,6 +3,8 @@
 #include "storage/positioned_file.h"
 #include "storage/stripe_allocator.h"
 
+#include <cstdint>
+#include <filesystem>
 #include <shared_mutex>
 
 namespace simulator {

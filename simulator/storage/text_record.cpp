@@ -2,9 +2,11 @@
 
 #include "errors.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <sstream>
+#include <system_error>
 
 namespace simulator {
 

@@ -5,6 +5,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 namespace simulator {
 

@@ -3,8 +3,10 @@
 #include "service/transport/local_socket.h"
 
 #include <chrono>
+#include <exception>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 namespace tavu::client {
 

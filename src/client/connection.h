@@ -10,6 +10,7 @@
 #include "wire/commands.h"
 #include "wire/names.h"
 
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <memory>

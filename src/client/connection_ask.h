@@ -3,7 +3,10 @@
 #include "client/connection.h"
 
 #include <array>
+#include <cstdint>
 #include <optional>
+#include <span>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>

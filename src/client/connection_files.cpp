@@ -130,7 +130,8 @@ std::vector<FileEntry> Connection::listFiles(uint32_t device)
     constexpr const CommandInfo &info = commandInfo(Command::ListFiles);
     std::optional<std::vector<FileEntry>> files;
     exchange(info.name,
-             encodeRequest(static_cast<uint32_t>(info.command), {{info.params[0].key, device}}),
+             encodeRequest(static_cast<uint32_t>(info.command),
+                           {{info.params[0].key, uint64_t{device}}}),
              [this, &files](MessageReader &reader) {
                  files = readFileList(reader, replies_, info.results[0].key);
              });

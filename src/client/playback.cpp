@@ -1,5 +1,7 @@
 #include "client/playback.h"
 
+#include <exception>
+
 namespace tavu::client {
 
 namespace {

@@ -3,6 +3,9 @@
 #include "client/connection.h"
 #include "client/region.h"
 
+#include <cstdint>
+#include <optional>
+
 namespace tavu::client {
 
 /// A recording that is open for playback; closed at the end of the object. The connection must

@@ -10,8 +10,10 @@
 #include "service/transport/shared_region.h"
 #include "wire/values.h"
 
+#include <cstdint>
 #include <mutex>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 namespace tavu {

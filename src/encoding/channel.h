@@ -2,6 +2,8 @@
 
 #include "encoding/stream.h"
 
+#include <cstdint>
+
 namespace tavu {
 
 /// A Stream between two programs, whose bytes come as the other one sends them. Reading and writing

@@ -2,6 +2,8 @@
 
 #include "encoding/stream.h"
 
+#include <cstdint>
+
 namespace tavu {
 
 /// Counts what is written to it, so that the room a record takes is known before it is written.

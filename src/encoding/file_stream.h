@@ -2,6 +2,7 @@
 
 #include "encoding/stream.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 

@@ -2,6 +2,8 @@
 
 #include "encoding/windowed_stream.h"
 
+#include <cstdint>
+
 namespace tavu {
 
 /// A Stream over memory of the caller's, which must outlive it. Never grows: bytes that don't fit

@@ -3,6 +3,7 @@
 #include "encoding/windowed_stream.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>

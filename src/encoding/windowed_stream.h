@@ -2,6 +2,8 @@
 
 #include "encoding/stream.h"
 
+#include <cstdint>
+
 namespace tavu {
 
 /// Bytes that lie in memory, from \a at on up to \a end, for whoever takes or puts them there

@@ -4,6 +4,7 @@
 #include "hardware/port_table.h"
 #include "registry/file_record.h"
 
+#include <cstdint>
 #include <functional>
 #include <vector>
 

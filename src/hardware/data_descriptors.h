@@ -4,6 +4,8 @@
 #include "hardware/library/port.h"
 #include "records/config_record.h"
 
+#include <cstdint>
+
 namespace tavu {
 
 /// Makes the descriptor that tells a recorder of this type what port \a index delivers. Asks

@@ -2,6 +2,8 @@
 
 #include "hardware/library/device.h"
 
+#include <cstdint>
+
 namespace tavu {
 
 /// What the service knows of a recorder model.

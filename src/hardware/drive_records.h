@@ -3,6 +3,7 @@
 #include "hardware/library_access.h"
 #include "records/config_record.h"
 
+#include <cstdint>
 #include <string>
 
 namespace tavu {

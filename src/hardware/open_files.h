@@ -3,6 +3,7 @@
 #include "hardware/library_access.h"
 #include "service/transport/shared_region.h"
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>

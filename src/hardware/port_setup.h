@@ -3,6 +3,7 @@
 #include "hardware/library_access.h"
 #include "hardware/port_table.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 

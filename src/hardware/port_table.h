@@ -6,6 +6,7 @@
 #include "platform/turn_lock.h"
 #include "records/config_record.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <utility>
 #include <vector>

@@ -3,6 +3,11 @@
 #include "hardware/library/instance.h"
 #include "registry/recorder_library.h"
 
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
 namespace tavu {
 
 /// The recorder maker's library, bound at its first use. Where it is absent or incomplete, every

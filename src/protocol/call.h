@@ -5,8 +5,11 @@
 #include "protocol/reply.h"
 
 #include <concepts>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 namespace tavu {
 

@@ -5,6 +5,7 @@
 #include "protocol/reply.h"
 #include "wire/commands.h"
 
+#include <cstdint>
 #include <span>
 
 namespace tavu {

@@ -4,6 +4,7 @@
 #include "service/transport/local_socket.h"
 
 #include <thread>
+#include <utility>
 
 namespace tavu {
 

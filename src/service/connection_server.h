@@ -4,6 +4,7 @@
 #include "service/client_connection.h"
 #include "service/transport/local_socket.h"
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <vector>

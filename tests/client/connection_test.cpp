@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 #include <set>
+#include <type_traits>
 
 namespace tavu::client {
 namespace {

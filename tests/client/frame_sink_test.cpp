@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <tuple>
+#include <utility>
 
 namespace tavu::ctl {
 namespace {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <string_view>
+#include <utility>
 #include <zlib.h>
 #if defined(TAVU_HAS_LIBPNG)
 #include <png.h>

@@ -5,8 +5,11 @@
 #include "support/lab.h"
 #include "support/wait.h"
 
+#include <cstdint>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
+#include <string>
 
 namespace tavu {
 

@@ -9,7 +9,10 @@
 #include "support/error_of.h"
 #include "support/wire.h"
 
+#include <cstdint>
+#include <functional>
 #include <stdexcept>
+#include <utility>
 
 namespace tavu::test {
 

@@ -8,7 +8,9 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <stdexcept>
 #include <sys/mman.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace tavu::test {

@@ -2,6 +2,7 @@
 #include "harness/service.h"
 
 #include <atomic>
+#include <exception>
 #include <gtest/gtest.h>
 #include <random>
 #include <thread>

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <stdexcept>
 #include <sys/resource.h>
 #include <thread>
 

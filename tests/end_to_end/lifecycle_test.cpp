@@ -3,6 +3,7 @@
 #include "service/transport/local_socket.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <thread>

@@ -3,6 +3,7 @@
 #include "harness/recording.h"
 #include "harness/service.h"
 
+#include <atomic>
 #include <gtest/gtest.h>
 #include <thread>
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <future>
+#include <thread>
 
 namespace tavu {
 namespace {

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <system_error>
 
 namespace tavu::test {
 

@@ -3,6 +3,9 @@
 #include "support/files.h"
 #include "support/wire.h"
 
+#include <cstdint>
+#include <string>
+
 namespace tavu::test {
 
 /// A folder that describes simulated recorders.

@@ -2,6 +2,7 @@
 
 #include "client/tavuctl/session.h"
 
+#include <cstdint>
 #include <string>
 
 namespace tavu::ctl {

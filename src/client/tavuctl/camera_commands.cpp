@@ -5,6 +5,7 @@
 #include "client/tavuctl/text.h"
 
 #include <chrono>
+#include <exception>
 
 namespace tavu::ctl {
 

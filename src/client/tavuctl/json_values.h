@@ -3,6 +3,7 @@
 #include "client/values.h"
 #include "encoding/object_value.h"
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <span>
 #include <vector>

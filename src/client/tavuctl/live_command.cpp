@@ -8,9 +8,11 @@
 #include "client/tavuctl/progress.h"
 #include "client/tavuctl/text.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <deque>
+#include <exception>
 #include <thread>
 
 namespace tavu::ctl {

@@ -4,6 +4,7 @@
 #include "client/tavuctl/text.h"
 
 #include <CLI/CLI.hpp>
+#include <exception>
 #include <sstream>
 
 namespace {

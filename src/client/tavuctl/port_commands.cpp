@@ -4,6 +4,8 @@
 #include "client/tavuctl/text.h"
 #include "platform/files.h"
 
+#include <tuple>
+
 namespace tavu::ctl {
 
 namespace {

@@ -3,6 +3,7 @@
 #include "client/connection.h"
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>

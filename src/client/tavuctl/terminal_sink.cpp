@@ -4,6 +4,7 @@
 #include "client/tavuctl/text.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace tavu::ctl {
 

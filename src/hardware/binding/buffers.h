@@ -2,6 +2,8 @@
 
 #include "hardware/library/common.h"
 
+#include <cstdint>
+
 namespace tavu {
 
 // Buffers for the library to fill or to store. The library leaves a new buffer's bytes unset. These

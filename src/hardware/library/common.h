@@ -4,6 +4,8 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <cstdint>
+
 namespace Common {
 
 /// What every operation of the library raises when it fails. Not a std::exception.

@@ -5,6 +5,8 @@
 #include "hardware/library/storage.h"
 #include "hardware/library/trigger.h"
 
+#include <cstdint>
+
 namespace Quillon {
 
 struct HardwareInfo

@@ -2,6 +2,8 @@
 
 #include "hardware/library/common.h"
 
+#include <cstdint>
+
 namespace Quillon {
 
 class DriveSet;

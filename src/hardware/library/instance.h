@@ -2,6 +2,7 @@
 
 #include "hardware/library/device.h"
 
+#include <cstdint>
 #include <functional>
 
 namespace Quillon {

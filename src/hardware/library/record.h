@@ -2,6 +2,7 @@
 
 #include "hardware/library/common.h"
 
+#include <cstdint>
 #include <optional>
 
 namespace Quillon {

@@ -2,6 +2,8 @@
 
 #include "hardware/library/drive_file.h"
 
+#include <cstdint>
+
 namespace Quillon {
 
 class Drive

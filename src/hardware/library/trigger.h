@@ -3,6 +3,8 @@
 #include "hardware/library/common.h"
 #include "hardware/library/parameter_value.h"
 
+#include <cstdint>
+
 namespace Quillon {
 
 /// One setting of a trigger element.

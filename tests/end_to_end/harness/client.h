@@ -3,9 +3,12 @@
 #include "pipe.h"
 #include "service/transport/shared_region.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <string>
+#include <string_view>
 
 namespace tavu::test {
 

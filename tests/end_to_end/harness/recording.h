@@ -4,6 +4,10 @@
 #include "support/lab.h"
 #include "support/wait.h"
 
+#include <cstdint>
+#include <string>
+#include <string_view>
+
 namespace tavu::test {
 
 /// The parameters that name a recording of device 0, out of an entry of its list for example.

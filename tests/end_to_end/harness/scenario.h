@@ -2,9 +2,14 @@
 
 #include "recording.h"
 
+#include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
 #include <map>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace tavu::test {
 

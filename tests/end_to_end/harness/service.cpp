@@ -5,8 +5,10 @@
 #include "surroundings.h"
 
 #include <condition_variable>
+#include <exception>
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <stop_token>
 
 namespace tavu::test {
 

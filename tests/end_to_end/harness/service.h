@@ -4,6 +4,8 @@
 #include "support/environment.h"
 #include "support/files.h"
 
+#include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
