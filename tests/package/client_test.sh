@@ -5,7 +5,7 @@
 set -euo pipefail
 tree=$1 page=$2 folder=$3 compiler=$4 sanitize=${5#-fsanitize=}
 rm -rf "$folder"
-mkdir -p "$folder/run" "$folder/data"
+mkdir -p "$folder"
 
 # code LANGUAGE: the first block of it on the page
 code() {
@@ -17,9 +17,10 @@ cmake -S "$folder" -B "$folder/build" -D CMAKE_PREFIX_PATH="$tree" -D CMAKE_CXX_
     -D CMAKE_CXX_FLAGS="${sanitize:+-fsanitize=$sanitize}" >/dev/null
 cmake --build "$folder/build" >/dev/null
 
-export XDG_RUNTIME_DIR=$folder/run XDG_DATA_HOME=$folder/data TAVUSRV_ENABLE_EMULATOR=1
+XDG_RUNTIME_DIR=$(mktemp -d) # a socket's path has to be short
+export XDG_RUNTIME_DIR XDG_DATA_HOME=$XDG_RUNTIME_DIR TAVUSRV_ENABLE_EMULATOR=1
 "$tree/bin/tavusvc" noautoclose >/dev/null &
-trap 'kill $!' EXIT
+trap 'kill $!; rm -rf "$XDG_RUNTIME_DIR"' EXIT
 until "$tree/bin/tavuctl" pair "A camera" >/dev/null 2>&1; do
     kill -0 $!
     sleep 0.05
