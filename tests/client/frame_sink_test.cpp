@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
+#include <fstream>
 #include <tuple>
 #include <utility>
 
@@ -57,13 +59,16 @@ TEST(FrameSink, DrawingFitsAndUsesTheWholeScale)
     for (const auto &[width, height, columns, lines] : cases) {
         std::vector<uint16_t> pixels(size_t(width) * height, 100);
         pixels[0] = 90;
-        const std::string text = drawFrame({width, height, pixels}, 80, 20);
+        const std::string text = drawFrame({width, height, pixels}, 80, 20, Shades::Colours);
         EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), lines) << width << "x" << height;
         EXPECT_EQ(std::count(text.begin(), text.end(), '\x96'), lines * columns); // of half blocks
     }
     const std::vector<uint16_t> two = {7, 8};
-    EXPECT_EQ(drawFrame({1, 2, two}, 80, 20), "\033[38;5;232m\033[48;5;255m\xE2\x96\x80\033[0m\n");
-    EXPECT_NE(drawFrame({0, 5, {}}, 80, 20), "");
+    EXPECT_EQ(drawFrame({1, 2, two}, 80, 20, Shades::Colours),
+              "\033[38;5;232m\033[48;5;255m\xE2\x96\x80\033[0m\n");
+    const std::vector<uint16_t> six = {0, 0, 900, 0, 900, 900};
+    EXPECT_EQ(drawFrame({2, 3, six}, 80, 20, Shades::Characters), "= \n@@\n");
+    EXPECT_NE(drawFrame({0, 5, {}}, 80, 20, Shades::Colours), "");
 }
 
 TEST(FrameSink, LevelsSpreadAndClip)
@@ -84,9 +89,38 @@ TEST(FrameSink, LevelsSpreadAndClip)
 TEST(FrameSink, SaysWhyAFileCannotBeMade)
 {
     const std::vector<uint16_t> pixels = {1};
-    const auto sink = makeFileSink(FrameFormat::Pgm, "no/such/folder/a.pgm", false);
+    const auto sink = makeFileSink({FrameFormat::Pgm, "no/such/folder/a.pgm"});
     EXPECT_THROW(sink->put(0, {1, 1, pixels}), Failure);
-    EXPECT_THROW(makeFileSink(FrameFormat::Raw, "no/such/folder/a.raw", false), Failure);
+    EXPECT_THROW(makeFileSink({FrameFormat::Raw, "no/such/folder/a.raw"}), Failure);
+}
+
+TEST(FrameSink, FilesOfOneSizeBeginWithIt)
+{
+    const std::vector<uint16_t> pixels = {0x0102, 0xFFFE, 3};
+    const std::string bytes("\2\1\xFE\xFF\3\0", 6);
+    const std::string shape = "{'descr': '<u2', 'fortran_order': False, 'shape': (2, 1, 3), }";
+    const struct
+    {
+        FrameFormat format;
+        const char *path;
+        std::string content;
+    } cases[] = {
+        {FrameFormat::Npy, "two.npy",
+         std::string("\x93NUMPY\1\0\x76\0", 10) + shape + std::string(117 - shape.size(), ' ') +
+             "\n" + bytes + bytes},
+        {FrameFormat::Y4m, "two.y4m",
+         "YUV4MPEG2 W3 H1 F29970:1000 Ip A1:1 Cmono16\nFRAME\n" + bytes + "FRAME\n" + bytes}};
+    for (const auto &[format, path, content] : cases) {
+        const auto sink = makeFileSink({format, path, 2, 29.97});
+        sink->put(0, {3, 1, pixels});
+        EXPECT_THROW(sink->put(1, {1, 3, pixels}), Failure);
+        sink->put(1, {3, 1, pixels});
+        sink->finish();
+        std::ifstream file(path, std::ios::binary);
+        EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), content) << path;
+        file.close();
+        std::filesystem::remove(path);
+    }
 }
 
 } // namespace

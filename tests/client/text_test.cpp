@@ -31,6 +31,9 @@ TEST(Text, LinesUpColumnsByWhatIsSeen)
 {
     EXPECT_EQ(table({{"a", "b"}, {"漢字", "c"}, {"äo\u0308", "d"}}),
               "a     b\n漢字  c\näo\u0308    d\n");
+    EXPECT_EQ(cutToWidth("漢字", 4) + cutToWidth("漢字", 3) + cutToWidth("ao\u0308b", 2),
+              "漢字漢ao\u0308");
+    EXPECT_EQ(plainText("a漢字\xFF"), "a???");
 }
 
 TEST(Text, TimesAndSizes)
@@ -45,6 +48,7 @@ TEST(Text, TimesAndSizes)
         {~uint64_t(0), "18446744073709551615"}};
     for (const auto &[timestamp, text] : times)
         EXPECT_EQ(timeText(timestamp), text);
+    EXPECT_EQ(exactTimeText(133536959990000012), "2024-02-29T15:59:59.0000012Z");
     const std::pair<uint64_t, const char *> sizes[] = {{999, "999 B"},
                                                        {1000, "1.0 kB"},
                                                        {999'949, "999.9 kB"},

@@ -104,10 +104,11 @@ TEST_P(ClientTest, TavuctlDoesWhatAUserTypes)
         {{"rename", "last", "First one"}, 0, " is called \"First one\"\n"},
         {{"files"}, 0, "  First one  "},
         {{"play", "First one", "--check"}, 0, "; every frame is the right one\n"},
+        {{"live", "--frames", "2"}, 0, "port 0: 2 frames of 64x48"},
         {{"live", "-o", folder + "/live.pgm"}, 0, "wrote " + folder + "/live.pgm\n"},
         {{"remove", "First one", "--yes"}, 0, "removed file "},
         {{"play", "last"}, 1, "tavuctl: there is no recording \"last\""},
-        {{"remvoe", "last"}, 2, "tavuctl: there is no command \"remvoe\""},
+        {{"remvoe", "last"}, 2, "has no command \"remvoe\"; did you mean remove?"},
     };
     for (const auto &step : steps) {
         SCOPED_TRACE(testing::PrintToString(step.words));

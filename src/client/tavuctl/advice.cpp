@@ -1,6 +1,7 @@
 #include "client/tavuctl/advice.h"
 
 #include "client/tavuctl/console.h"
+#include "client/tavuctl/text.h"
 
 #include <algorithm>
 #include <array>
@@ -123,7 +124,8 @@ void confirm(const std::string &question)
 {
     if (!isConsole(stdin))
         throw UsageError(question + " Say so with --yes");
-    std::fprintf(stderr, "%s [y/N] ", question.c_str());
+    const std::string shown = consolesShowUtf8() ? question : plainText(question);
+    std::fprintf(stderr, "%s [y/N] ", shown.c_str());
     std::fflush(stderr);
     std::array<char, 16> answer{};
     if (!std::fgets(answer.data(), answer.size(), stdin) || (answer[0] != 'y' && answer[0] != 'Y'))

@@ -2,11 +2,14 @@
 
 #include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/session.h"
+#include "client/tavuctl/text.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -37,11 +40,24 @@ uint64_t frameCountOf(const FrameRanges &ranges);
 /// name, or "last" for the latest. Raises Failure when there is none or more than one.
 client::FileEntry findFile(Session &session, std::string_view text);
 
-/// A range check that adds nothing to the help.
+/// A check for numbers from \a least to \a most, or without an end, that adds nothing to the help.
 template <typename Number>
-CLI::Validator numberIn(Number least, Number most)
+CLI::Validator numberIn(Number least, Number most = std::numeric_limits<Number>::max())
 {
-    return CLI::Range(least, most).description("");
+    std::ostringstream range;
+    range << " isn't a number " << (most == std::numeric_limits<Number>::max() ? "of " : "from ")
+          << least;
+    if (most == std::numeric_limits<Number>::max())
+        range << " or more";
+    else
+        range << " to " << most;
+    return CLI::Validator(
+        [least, most, text = range.str()](const std::string &word) {
+            const std::optional<Number> number = parseNumber<Number>(word);
+            return number && *number >= least && *number <= most ? std::string()
+                                                                 : inQuotes(word) + text;
+        },
+        "");
 }
 
 /// Sets what the run does when \a command is the one on the command line.

@@ -1,10 +1,17 @@
 #include "client/tavuctl/console.h"
 
+#include "platform/environment.h"
+
 #include <algorithm>
 #include <chrono>
 #include <thread>
 
 namespace tavu::ctl {
+
+bool showsColours(std::FILE *stream)
+{
+    return obeysEscapes(stream) && !environmentFlag("NO_COLOR");
+}
 
 void pauseFor(unsigned milliseconds)
 {

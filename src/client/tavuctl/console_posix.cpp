@@ -1,8 +1,13 @@
 #include "client/tavuctl/console.h"
 
+#include "platform/environment.h"
+
 #include <atomic>
+#include <clocale>
 #include <csignal>
 #include <fcntl.h>
+#include <langinfo.h>
+#include <string>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -31,6 +36,23 @@ ConsoleSize consoleSize(std::FILE *stream)
     if (::ioctl(::fileno(stream), TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0)
         return {};
     return {size.ws_col, size.ws_row};
+}
+
+bool obeysEscapes(std::FILE *stream)
+{
+    const std::string terminal = environmentVariable("TERM").value_or("");
+    return isConsole(stream) && !terminal.empty() && terminal != "dumb";
+}
+
+bool consolesShowUtf8()
+{
+    // The program itself stays in the locale "C", in which numbers have a point.
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (!locale)
+        return false;
+    const std::string characters = ::nl_langinfo_l(CODESET, locale);
+    ::freelocale(locale);
+    return characters == "UTF-8";
 }
 
 void prepareStandardStreams()

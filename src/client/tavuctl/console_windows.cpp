@@ -1,5 +1,7 @@
 #include "client/tavuctl/console.h"
 
+#include "platform/environment.h"
+
 #include <windows.h>
 
 #include <algorithm>
@@ -65,6 +67,19 @@ ConsoleSize consoleSize(std::FILE *stream)
         return {};
     return {static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left + 1),
             static_cast<unsigned>(info.srWindow.Bottom - info.srWindow.Top + 1)};
+}
+
+bool obeysEscapes(std::FILE *stream)
+{
+    DWORD mode = 0;
+    return GetConsoleMode(streamHandle(stream), &mode) &&
+           (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0 &&
+           environmentVariable("TERM") != "dumb";
+}
+
+bool consolesShowUtf8()
+{
+    return GetConsoleOutputCP() == CP_UTF8;
 }
 
 void prepareStandardStreams()

@@ -2,6 +2,7 @@
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
+#include "client/tavuctl/recording_state.h"
 #include "client/tavuctl/text.h"
 #include "service/transport/local_socket.h"
 
@@ -57,7 +58,7 @@ struct DeviceStatus
     Answer<bool> isCxp;
     Answer<uint8_t> percentUsed;
     Answer<bool> incomplete;
-    Answer<bool> recordingDone;
+    Answer<RecordingState> state;
     Answer<uint64_t> fileCount;
     std::vector<PortStatus> ports;
 };
@@ -83,7 +84,7 @@ DeviceStatus askDevice(client::Connection &service, uint32_t device)
     status.isCxp = tryToAsk([&] { return service.isCxp(device); });
     status.percentUsed = tryToAsk([&] { return service.percentUsed(device); });
     status.incomplete = tryToAsk([&] { return service.hasIncompleteFile(device); });
-    status.recordingDone = tryToAsk([&] { return service.isRecordingDone(device); });
+    status.state = tryToAsk([&] { return recordingState(service, device); });
     status.fileCount = tryToAsk([&] { return uint64_t(service.listFiles(device).size()); });
     const uint8_t ports = tryToAsk([&] { return service.portCount(device); }).value.value_or(0);
     for (unsigned port = 0; port < ports; ++port)
@@ -102,15 +103,21 @@ std::string typeText(uint8_t type)
 /// What an incomplete file means, and what to do about it. Nothing when there is none.
 std::string incompleteText(const DeviceStatus &status)
 {
-    if (!status.incomplete.value.value_or(false))
-        return {};
-    if (!status.recordingDone.value.value_or(true))
-        return "a recording is under way";
     const std::string device = optionText("--device", status.number);
-    const bool emulated = status.hardwareType.value == client::kEmulatedDevice;
-    return std::string("a recording was cut off (`tavuctl recover ") +
-           (emulated ? "discard" : "start") + device + "`), or has come to its end (`tavuctl stop" +
-           device + "`)";
+    switch (status.state.value.value_or(RecordingState::Nothing)) {
+    case RecordingState::Nothing:
+        break;
+    case RecordingState::UnderWay:
+        return "a recording is under way";
+    case RecordingState::Ended:
+        return "a recording has come to its end (`tavuctl stop" + device + "`)";
+    case RecordingState::CutOff:
+        return "a recording was cut off (`tavuctl recover discard" + device + "`)";
+    case RecordingState::EndedOrCutOff:
+        return "a recording was cut off (`tavuctl recover start" + device +
+               "`), or has come to its end (`tavuctl stop" + device + "`)";
+    }
+    return {};
 }
 
 std::string yesNo(bool value)

@@ -19,9 +19,11 @@ struct FormatName
     FrameFormat format;
 };
 
-constexpr std::array<FormatName, 4> kFormats = {{{"png", FrameFormat::Png},
+constexpr std::array<FormatName, 6> kFormats = {{{"png", FrameFormat::Png},
                                                  {"pgm", FrameFormat::Pgm},
                                                  {"raw", FrameFormat::Raw},
+                                                 {"npy", FrameFormat::Npy},
+                                                 {"y4m", FrameFormat::Y4m},
                                                  {"terminal", FrameFormat::Terminal}}};
 
 using Encoder = std::vector<uint8_t> (*)(const client::FrameView &);
@@ -114,8 +116,8 @@ FrameFormat chooseFormat(std::string_view name, const std::string &path)
     const auto format = name.empty() ? frameFormatOf(path) : frameFormatNamed(name);
     if (!format)
         throw UsageError(inQuotes(path) +
-                         " doesn't tell the format: end it with .png, .pgm or .raw, "
-                         "or give --format");
+                         " doesn't tell the format: end it with .png, .pgm, .raw, .npy "
+                         "or .y4m, or give --format");
     return *format;
 }
 
@@ -141,17 +143,21 @@ std::string portPath(const std::string &path, uint32_t port)
     return result;
 }
 
-std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
-                                        bool severalFrames, LevelsOf levels)
+std::unique_ptr<FrameSink> makeFileSink(const FileSinkOptions &options)
 {
-    if (levels && format != FrameFormat::Png && format != FrameFormat::Pgm)
+    const bool pictures = options.format == FrameFormat::Png || options.format == FrameFormat::Pgm;
+    if (options.levels && !pictures)
         throw UsageError("--levels is for pictures: png or pgm");
-    if (format == FrameFormat::Raw)
-        return makeRawSink(path);
-    const Encoder encode = format == FrameFormat::Png ? encodePng : encodePgm;
-    const bool hasPlaceholder = findPlaceholder(path).begin != std::string::npos;
-    return std::make_unique<PictureSink>(encode, path, severalFrames || hasPlaceholder,
-                                         std::move(levels));
+    if (options.format == FrameFormat::Raw)
+        return makeRawSink(options.path);
+    if (options.format == FrameFormat::Npy)
+        return makeNpySink(options.path, options.frameCount);
+    if (options.format == FrameFormat::Y4m)
+        return makeY4mSink(options.path, options.frameRate);
+    const Encoder encode = options.format == FrameFormat::Png ? encodePng : encodePgm;
+    const bool hasPlaceholder = findPlaceholder(options.path).begin != std::string::npos;
+    return std::make_unique<PictureSink>(encode, options.path,
+                                         options.frameCount > 1 || hasPlaceholder, options.levels);
 }
 
 } // namespace tavu::ctl

@@ -47,15 +47,24 @@ LevelsOf parseLevels(std::string_view text);
 /// Pixels spread over the whole range of 16 bits.
 std::vector<uint16_t> spread(const client::FrameView &frame, Levels levels);
 
-/// Half blocks in shades of grey that fit into columns by rows characters, the darkest pixel black
-/// and the brightest white.
-std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned rows);
+enum class Shades
+{
+    Colours,    ///< half blocks in the greys of a terminal of 256 colours
+    Characters, ///< of ASCII, from a blank to "@"
+};
+
+/// A picture that fits into columns by rows characters, the darkest pixel black and the brightest
+/// white.
+std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned rows,
+                      Shades shades);
 
 enum class FrameFormat
 {
     Png,
     Pgm,
     Raw, ///< 16-bit little-endian pixels of all frames, back to back
+    Npy, ///< NumPy's array of all frames: count, height, width
+    Y4m, ///< a video without compression, 16-bit grey
     Terminal,
 };
 
@@ -72,13 +81,28 @@ std::string picturePath(const std::string &path, uint64_t number);
 /// The path for one of several ports: "%p" stands for the port.
 std::string portPath(const std::string &path, uint32_t port);
 
-/// A sink that makes one picture a frame or, with raw, one file of all. With \a severalFrames each
-/// picture's path gets the frame's number; \a levels is for pictures. Raises Failure when a file
-/// can't be made.
-std::unique_ptr<FrameSink> makeFileSink(FrameFormat format, const std::string &path,
-                                        bool severalFrames, LevelsOf levels = {});
+/// How frames go into files.
+struct FileSinkOptions
+{
+    FrameFormat format = FrameFormat::Raw;
+    std::string path;        ///< "-" is standard output
+    uint64_t frameCount = 1; ///< with more than one, each picture's path gets the frame's number
+    double frameRate = 25;   ///< that a video tells its players, a second
+    LevelsOf levels = {};    ///< for pictures
+};
+
+/// A sink that makes one picture a frame, or one file of all for the other formats. Raises Failure
+/// when a file can't be made.
+std::unique_ptr<FrameSink> makeFileSink(const FileSinkOptions &options);
 std::unique_ptr<FrameSink> makeRawSink(const std::string &path);
-/// Draws on standard output, each frame over the last when that is a terminal.
-std::unique_ptr<FrameSink> makeTerminalSink();
+/// Takes exactly \a frameCount frames of one size.
+std::unique_ptr<FrameSink> makeNpySink(const std::string &path, uint64_t frameCount);
+/// Takes frames of one size.
+std::unique_ptr<FrameSink> makeY4mSink(const std::string &path, double frameRate);
+
+/// What is put behind a caption at each frame.
+using CaptionOf = std::function<std::string()>;
+/// Draws on standard output, each frame over the last on a terminal that can do so.
+std::unique_ptr<FrameSink> makeTerminalSink(CaptionOf captionOf = {});
 
 } // namespace tavu::ctl

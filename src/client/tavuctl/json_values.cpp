@@ -113,10 +113,14 @@ Json toJson(const client::FileEntry &file)
             {"numDroppedFrames", file.numDroppedFrames},
             {"size", file.size},
             {"timestamp", file.timestamp},
-            {"time", timeText(file.timestamp)},
+            {"timestampText", std::to_string(file.timestamp)},
+            {"time", exactTimeText(file.timestamp)},
             {"startTime", file.startTime},
+            {"startTimeText", std::to_string(file.startTime)},
             {"endTime", file.endTime},
-            {"duration", file.duration}};
+            {"endTimeText", std::to_string(file.endTime)},
+            {"duration", file.duration},
+            {"durationText", std::to_string(file.duration)}};
 }
 
 Json toJson(const std::vector<client::FileEntry> &files)

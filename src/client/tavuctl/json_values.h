@@ -25,6 +25,7 @@ Json toJson(const ObjectValue &value);
 /// The reverse. Raises UsageError for what has no form in the protocol.
 ObjectValue toObjectValue(const Json &json);
 
+/// Time stamps stand there as text too, since many readers keep numbers in 53 bits.
 Json toJson(const client::FileEntry &file);
 Json toJson(const std::vector<client::FileEntry> &files);
 Json toJson(const client::PortConfig &config);

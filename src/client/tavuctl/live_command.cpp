@@ -5,6 +5,7 @@
 #include "client/tavuctl/frame_check.h"
 #include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/groups.h"
+#include "client/tavuctl/json_values.h"
 #include "client/tavuctl/progress.h"
 #include "client/tavuctl/text.h"
 
@@ -13,11 +14,15 @@
 #include <chrono>
 #include <deque>
 #include <exception>
+#include <mutex>
 #include <thread>
 
 namespace tavu::ctl {
 
 namespace {
+
+/// What a video tells its players where nobody says.
+constexpr double kVideoRate = 25;
 
 struct LiveOptions
 {
@@ -28,6 +33,7 @@ struct LiveOptions
     std::optional<double> rate;
     LevelsOf levels;
     bool check = false;
+    bool stats = false;
 };
 
 /// What all ports of one command share.
@@ -39,17 +45,21 @@ struct LivePlan
     std::atomic<bool> ended = false;   ///< set by a port that fails, to end the others
 };
 
-std::optional<FrameFormat> formatOf(const LiveOptions &options)
+std::optional<FrameFormat> formatOf(const LiveOptions &options, bool json)
 {
     if (!options.format.empty() || !options.output.empty())
         return chooseFormat(options.format, options.output);
-    return options.ports.size() == 1 ? std::optional(FrameFormat::Terminal) : std::nullopt;
+    // Pictures of characters are for people; a script has no use for them.
+    const bool forPeople = options.ports.size() == 1 && isConsole(stdout) && !json;
+    return forPeople ? std::optional(FrameFormat::Terminal) : std::nullopt;
 }
 
 /// Refuses options that contradict each other, before anything is started.
-void checkOptions(const LiveOptions &options, std::optional<FrameFormat> format)
+void checkOptions(const LiveOptions &options, std::optional<FrameFormat> format, bool json)
 {
     const bool several = options.ports.size() > 1;
+    if (json && (format == FrameFormat::Terminal || options.output == "-"))
+        throw UsageError("standard output can't take both frames and JSON");
     if (several && format == FrameFormat::Terminal)
         throw UsageError("a terminal shows one port: give one, or say with -o where the frames go");
     if (format && format != FrameFormat::Terminal && options.output.empty())
@@ -69,18 +79,16 @@ void checkOptions(const LiveOptions &options, std::optional<FrameFormat> format)
 class LivePort
 {
 public:
-    using Clock = std::chrono::steady_clock;
-
     LivePort(const Session &session, const LiveOptions &options, LivePlan &plan, uint8_t port)
         : port_(port), plan_(plan), live_(service_, session.device, port)
     {
         if (options.check && service_.hardwareType(session.device) == client::kEmulatedDevice)
             throw Failure("the live frames of the emulated device have no number to check");
         if (plan.format == FrameFormat::Terminal)
-            sink_ = makeTerminalSink();
+            sink_ = makeTerminalSink([this] { return caption(); });
         else if (plan.format)
-            sink_ = makeFileSink(*plan.format, portPath(options.output, port), plan.frames > 1,
-                                 options.levels);
+            sink_ = makeFileSink({*plan.format, portPath(options.output, port), plan.frames,
+                                  options.rate.value_or(kVideoRate), options.levels});
         if (options.check)
             check_.emplace(
                 [this](uint64_t, const client::FrameView &frame) { return faultOf(frame); });
@@ -100,23 +108,30 @@ public:
 
     uint8_t port() const { return port_; }
     bool isRunning() const { return running_; }
-    uint64_t taken() const { return taken_; }
+    /// How the frames have come so far.
+    Pace pace() const
+    {
+        std::lock_guard guard(paceLock_);
+        return pace_;
+    }
+    /// Frames that the camera counted and nobody took; only a check sees them.
+    std::optional<uint64_t> missed() const
+    {
+        return check_ ? std::optional(missed_) : std::nullopt;
+    }
     std::exception_ptr failure() const { return failure_; }
 
-    /// "30 frames of 640x480, 29.9 a second".
+    /// "30 frames of 640x480, 29.9 a second, 18.4 MB/s, jitter 0.4 ms".
     std::string summary() const
     {
-        std::string text = counted(taken_, "frame") + " of " + frameSizeText(width_, height_);
-        const double seconds = std::chrono::duration<double>(last_ - first_).count();
-        if (taken_ > 1 && seconds > 0)
-            text += ", " + rateText(taken_ - 1, seconds);
-        return text + (check_ && check_->wrong() == 0 ? "; every frame is right" : "");
+        return counted(pace_.count(), "frame") + " of " + frameSizeText(width_, height_) +
+               caption() + (check_ && check_->wrong() == 0 ? "; every frame is right" : "");
     }
 
     void finish() const
     {
         if (check_)
-            check_->require(taken_);
+            check_->require(pace_.count());
     }
     std::vector<std::string> files() const
     {
@@ -126,23 +141,32 @@ public:
 private:
     void takeFrames()
     {
-        while (taken_ < plan_.frames && !plan_.ended && !interrupted()) {
-            if (taken_ > 0)
+        for (uint64_t taken = 0; taken < plan_.frames && !plan_.ended && !interrupted(); ++taken) {
+            if (taken > 0)
                 pauseFor(plan_.pause);
             const client::FrameView frame = live_.frame();
-            last_ = Clock::now();
-            if (taken_ == 0)
-                first_ = last_;
+            {
+                std::lock_guard guard(paceLock_);
+                pace_.add(Pace::Clock::now(), taken + 1, frame.pixels.size_bytes());
+            }
             width_ = frame.width;
             height_ = frame.height;
             if (check_)
-                check_->check(taken_, frame);
+                check_->check(taken, frame);
             if (sink_)
-                sink_->put(taken_, frame);
-            ++taken_;
+                sink_->put(taken, frame);
         }
         if (sink_)
             sink_->finish();
+    }
+
+    /// How fast frames come, behind the rest of a line.
+    std::string caption() const
+    {
+        std::string text;
+        for (const std::string &part : paceTexts({&pace_, 1}))
+            text += ", " + part;
+        return text;
     }
 
     /// The camera goes on counting while nobody looks, but never back.
@@ -153,6 +177,8 @@ private:
         if (before && number <= *before)
             return "has the number " + std::to_string(number) + ", and the one before it had " +
                    std::to_string(*before);
+        if (before)
+            missed_ += number - *before - 1;
         return faultOfSimulatedFrame(number, port_ + 1u, frame);
     }
 
@@ -165,20 +191,27 @@ private:
     std::optional<uint64_t> number_; ///< of the last frame, as it says itself
     uint32_t width_ = 0;
     uint32_t height_ = 0;
-    Clock::time_point first_;
-    Clock::time_point last_;
-    std::atomic<uint64_t> taken_ = 0;
+    uint64_t missed_ = 0;
+    Pace pace_; ///< written by the port's thread
+    mutable std::mutex paceLock_;
     std::atomic<bool> running_ = true;
     std::exception_ptr failure_;
 };
+
+std::vector<Pace> pacesOf(const std::deque<LivePort> &ports)
+{
+    std::vector<Pace> paces;
+    for (const LivePort &port : ports)
+        paces.push_back(port.pace());
+    return paces;
+}
 
 /// Runs all ports at once, and tells how far they are.
 void runAll(std::deque<LivePort> &ports, const LivePlan &plan, bool endless)
 {
     std::optional<Progress> progress;
     if (plan.format != FrameFormat::Terminal)
-        progress.emplace("taking",
-                         endless ? std::nullopt : std::optional(plan.frames * ports.size()));
+        progress.emplace();
     std::vector<std::jthread> threads;
     for (LivePort &port : ports)
         threads.emplace_back([&port] { port.run(); });
@@ -186,11 +219,18 @@ void runAll(std::deque<LivePort> &ports, const LivePlan &plan, bool endless)
     while (std::any_of(ports.begin(), ports.end(), isRunning)) {
         // Not pauseFor(), which no longer waits after an interrupt.
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        uint64_t taken = 0;
-        for (const LivePort &port : ports)
-            taken += port.taken();
-        if (progress)
-            progress->update(taken);
+        if (!progress)
+            continue;
+        ProgressState state;
+        state.label = "taking";
+        state.count = 0;
+        const std::vector<Pace> paces = pacesOf(ports);
+        for (const Pace &pace : paces)
+            *state.count += pace.count();
+        if (!endless)
+            state.total = plan.frames * ports.size();
+        state.details = paceTexts(paces);
+        progress->update(std::move(state));
     }
 }
 
@@ -215,11 +255,57 @@ void requireSuccess(Session &session, const LivePort &port, bool several)
     }
 }
 
+void showResult(const LivePort &port, const LiveOptions &options, bool drawn)
+{
+    const std::vector<std::string> files = port.files();
+    const std::string wrote =
+        files.empty() || options.output == "-"
+            ? ""
+            : "wrote " + files.front() + (files.size() > 1 ? " ... " + files.back() : "");
+    const bool alone = options.ports.size() == 1 && !options.check;
+    if (alone && port.pace().count() == 1 && !wrote.empty())
+        printLine(wrote);
+    else if (options.output != "-" && !(alone && drawn))
+        printLine("port " + std::to_string(port.port()) + ": " + port.summary() +
+                  (wrote.empty() ? "" : "; ") + wrote);
+}
+
+/// A table of how the frames came; beside the frames where those go to standard output.
+void showStats(const std::deque<LivePort> &ports, bool besides)
+{
+    const bool missed = ports.front().missed().has_value();
+    std::vector<std::vector<std::string>> rows = {paceHeads()};
+    rows[0].insert(rows[0].begin(), "PORT");
+    if (missed)
+        rows[0].push_back("MISSED");
+    for (const LivePort &port : ports) {
+        std::vector<std::string> &row = rows.emplace_back(paceCells(port.pace()));
+        row.insert(row.begin(), std::to_string(port.port()));
+        if (missed)
+            row.push_back(std::to_string(*port.missed()));
+    }
+    if (besides)
+        note(table(rows));
+    else
+        print(table(rows));
+}
+
+Json toJson(const LivePort &port)
+{
+    Json json = {{"port", port.port()}, {"files", port.files()}};
+    addPace(json, port.pace());
+    json["missed"] = port.missed() ? Json(*port.missed()) : Json();
+    return json;
+}
+
 int showLive(Session &session, const LiveOptions &options)
 {
     LivePlan plan;
-    plan.format = formatOf(options);
-    checkOptions(options, plan.format);
+    plan.format = formatOf(options, session.json);
+    if (plan.format == FrameFormat::Npy)
+        throw UsageError("an npy file says at its beginning how many frames it has: record, and "
+                         "export the recording");
+    checkOptions(options, plan.format, session.json);
     const bool several = options.ports.size() > 1;
     const bool drawing = plan.format == FrameFormat::Terminal;
     // A terminal shows what happens until one has seen enough; a file wants an end.
@@ -237,18 +323,17 @@ int showLive(Session &session, const LiveOptions &options)
     for (const LivePort &port : ports)
         requireSuccess(session, port, several);
 
-    for (const LivePort &port : ports) {
-        const std::vector<std::string> files = port.files();
-        const std::string wrote =
-            files.empty() || options.output == "-"
-                ? ""
-                : "wrote " + files.front() + (files.size() > 1 ? " ... " + files.back() : "");
-        if (several || options.check || (port.taken() > 1 && !wrote.empty()))
-            printLine("port " + std::to_string(port.port()) + ": " + port.summary() +
-                      (wrote.empty() ? "" : "; ") + wrote);
-        else if (!wrote.empty())
-            printLine(wrote);
+    if (session.json) {
+        Json list = Json::array();
+        for (const LivePort &port : ports)
+            list.push_back(toJson(port));
+        printJson(list);
+        return kSuccess;
     }
+    for (const LivePort &port : ports)
+        showResult(port, options, drawing);
+    if (options.stats)
+        showStats(ports, options.output == "-");
     return kSuccess;
 }
 
@@ -267,24 +352,32 @@ void addLiveCommand(CLI::App &app, Session &session)
         ->add_option("-n,--frames", options->frames,
                      "How many frames to take of each port [1; in a terminal until Ctrl-C]")
         ->type_name("N")
-        ->check(numberIn(uint64_t(1), ~uint64_t(0)));
+        ->check(numberIn(uint64_t(1)));
     command
         ->add_option("-o,--output", options->output,
                      "File to write; %d in it stands for the number of a frame, %p for that of "
                      "the port; - is standard output. Without it the frames of a port are drawn "
-                     "in the terminal, those of several counted")
+                     "in the terminal; those of several, or without a terminal, are counted")
         ->type_name("PATH");
-    command->add_option("--format", options->format, "png, pgm, raw, or terminal")
-        ->check(CLI::IsMember({"png", "pgm", "raw", "terminal"}));
+    command->add_option("--format", options->format, "png, pgm, raw, y4m, or terminal")
+        ->check(CLI::IsMember({"png", "pgm", "raw", "y4m", "terminal"}));
     addLevelsOption(*command, options->levels);
     command->add_option("--rate", options->rate, "At most this many frames a second of each port")
         ->type_name("N")
         ->check(numberIn(0.01, 1000.0));
     command->add_flag("--check", options->check,
                       "Check all pixels of the frames of a simulated recorder");
-    addExamples(*command, {"live", "live -o now.png", "live --frames 10 -o live-%02d.pgm --rate 2",
+    command->add_flag("--stats", options->stats,
+                      "Print at the end how fast and how evenly the frames came");
+    addJsonOption(*command, session);
+    addExamples(*command, {"live", "live -o now.png", "live --frames 300 --stats",
+                           "live --frames 10 -o live-%02d.pgm --rate 2",
                            "live --port 0,1 --frames 50 --check",
-                           "live --port 0,1 -o port-%p.png --levels auto"});
+                           "live --port 0,1 -o port-%p.png --levels auto",
+                           "live --frames 500 --format y4m -o - | ffplay -i -"});
+    command->footer("On a recorder a port has one picture, and the last to start takes it over: "
+                    "a program that\nwatched the port before gets no more frames.\n\n" +
+                    command->get_footer());
     setAction(*command, session, [&session, options] { return showLive(session, *options); });
 }
 

@@ -1,4 +1,5 @@
 #include "client/tavuctl/advice.h"
+#include "client/tavuctl/command_line.h"
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/text.h"
@@ -61,10 +62,10 @@ int endParsing(const CLI::App &app, const CLI::ParseError &end)
     print(out.str());
     if (status == 0)
         return kSuccess;
-    return fail(end.what(),
-                "`tavuctl --help` lists the commands, `tavuctl COMMAND --help` the "
-                "options of one",
-                kUsage);
+    const CLI::App *command = &app;
+    while (!command->get_subcommands().empty())
+        command = command->get_subcommands().front();
+    return fail(end.what(), helpAdvice(*command), kUsage);
 }
 
 int failService(const tavu::client::ServiceError &error, Session &session)
@@ -86,11 +87,7 @@ int runProgram(int argc, char **argv, Session &session)
     // For the scripts that `completion` prints, whose words are no command line of ours.
     if (argc > 1 && argv[1] == std::string_view("complete"))
         return printCompletion(app, {argv + 2, argv + argc}, session);
-    // The parser's own complaint wouldn't name the word that is no command.
-    const auto isNamed = [&](const CLI::App *command) { return command->check_name(argv[1]); };
-    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty())
-        throw UsageError("there is no command " + inQuotes(argv[1]) +
-                         "; `tavuctl --help` lists those that there are");
+    checkCommandLine(app, {argv + 1, argv + argc});
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &end) {

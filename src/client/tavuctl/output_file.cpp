@@ -29,7 +29,7 @@ OutputFile::~OutputFile()
 void OutputFile::write(std::span<const uint8_t> bytes)
 {
     if (standardOutput_)
-        print({reinterpret_cast<const char *>(bytes.data()), bytes.size()});
+        printBytes(bytes);
     else if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size())
         fail();
 }

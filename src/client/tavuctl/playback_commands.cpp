@@ -22,6 +22,7 @@ struct PlayOptions
     std::string frames = "all";
     std::string output;
     std::string format;
+    double frameRate = 25;
     bool check = false;
     bool show = false;
     LevelsOf levels;
@@ -32,7 +33,7 @@ void playFrames(client::Playback &playback, const FrameRanges &ranges, const std
                 bool quiet, const std::function<void(uint64_t, const client::FrameView &)> &take)
 {
     catchInterrupts();
-    std::optional<Progress> progress;
+    std::optional<FrameProgress> progress;
     if (!quiet)
         progress.emplace(label, frameCountOf(ranges));
     uint64_t done = 0;
@@ -40,10 +41,11 @@ void playFrames(client::Playback &playback, const FrameRanges &ranges, const std
         for (uint64_t number = first; number <= last; ++number) {
             if (interrupted())
                 throw Failure("interrupted after " + counted(done, "frame"));
-            take(number, playback.frame(number));
+            const client::FrameView frame = playback.frame(number);
+            take(number, frame);
             ++done;
             if (progress)
-                progress->update(done);
+                progress->update(done, frame.pixels.size_bytes());
         }
     }
 }
@@ -116,12 +118,12 @@ int exportFrames(Session &session, const PlayOptions &options)
     const uint64_t count = frameCountOf(ranges);
     if (options.output == "-" && count > 1 && format == FrameFormat::Png)
         throw UsageError("several PNG pictures don't go to standard output one after another: use "
-                         "pgm or raw, or one frame");
+                         "another format, or one frame");
     std::optional<FrameCheck> check;
     if (options.check)
         check.emplace(checkFor(session, file));
     const std::unique_ptr<FrameSink> sink =
-        makeFileSink(format, options.output, count > 1, options.levels);
+        makeFileSink({format, options.output, count, options.frameRate, options.levels});
     playFrames(playback, ranges, "exporting", false,
                [&](uint64_t number, const client::FrameView &frame) {
                    if (check)
@@ -175,7 +177,9 @@ void addPlaybackCommands(CLI::App &app, Session &session)
     addExamples(*command, {"play last --check", "play 3 --frames 10-19 --show"});
 
     options = std::make_shared<PlayOptions>();
-    command = addPlayback(app, session, "export", "Write frames as 16-bit pictures or raw pixels",
+    command = addPlayback(app, session, "export",
+                          "Write frames as 16-bit pictures, as an "
+                          "array or a video",
                           options, exportFrames);
     command
         ->add_option("-o,--output", options->output,
@@ -185,14 +189,21 @@ void addPlaybackCommands(CLI::App &app, Session &session)
         ->required();
     command
         ->add_option("--format", options->format,
-                     "png or pgm: a picture a frame; raw: all frames in one file, 16-bit "
-                     "little-endian")
-        ->check(CLI::IsMember({"png", "pgm", "raw"}));
+                     "png or pgm: a picture a frame; all frames in one file, 16 bits a pixel: raw "
+                     "(pixels alone, little-endian), npy (an array for NumPy), y4m (a grey video "
+                     "for FFmpeg)")
+        ->check(CLI::IsMember({"png", "pgm", "raw", "npy", "y4m"}));
+    command
+        ->add_option("--rate", options->frameRate,
+                     "Frames a second that a y4m file tells players [25]")
+        ->type_name("N")
+        ->check(numberIn(0.01, 1e6));
     addLevelsOption(*command, options->levels);
     addExamples(*command,
                 {"export last --frames first,last -o frame-%d.png",
-                 "export 3 --frames 0-9 -o drop.pgm --levels auto", "export 3 -o everything.raw",
-                 "export last --frames 5 --format pgm -o - | display"});
+                 "export 3 --frames 0-9 -o drop.pgm --levels auto", "export 3 -o everything.npy",
+                 "export last --frames 5 --format pgm -o - | display",
+                 "export last --format y4m --rate 30 -o - | ffmpeg -i - -c:v ffv1 last.mkv"});
 }
 
 } // namespace tavu::ctl

@@ -1,87 +1,77 @@
 #include "client/tavuctl/progress.h"
 
-#include "client/tavuctl/console.h"
-#include "client/tavuctl/session.h"
 #include "client/tavuctl/text.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 namespace tavu::ctl {
 
 namespace {
 
-constexpr unsigned kBarWidth = 30;
+constexpr unsigned kLongestBar = 30;
+constexpr unsigned kShortestBar = 8;
+constexpr unsigned kAroundBar = 3; ///< a blank and the brackets
 
-std::string bar(double fraction)
+std::string bar(double fraction, unsigned width)
 {
-    const double filled = std::clamp(fraction, 0.0, 1.0) * kBarWidth;
+    const double filled = std::clamp(fraction, 0.0, 1.0) * width;
     const auto full = static_cast<unsigned>(filled);
-    std::string result = " [" + std::string(full, '#');
-    result.append(kBarWidth - full, '.');
-    return result + "]";
+    return " [" + std::string(full, '#') + std::string(width - full, '.') + "]";
 }
 
 } // namespace
 
-Progress::Progress(std::string label, std::optional<uint64_t> total)
-    : label_(std::move(label)), total_(total), onTerminal_(isConsole(stderr)), start_(Clock::now()),
-      nextDraw_(start_)
+std::string progressText(const ProgressState &state, unsigned columns, bool withBar)
 {
-    // Work that is over soon needs no plain line.
-    if (!onTerminal_)
-        nextDraw_ += std::chrono::seconds(2);
+    std::string line = state.label;
+    if (state.count)
+        line += " " + (state.total ? std::to_string(*state.count) + " of " : std::string()) +
+                counted(state.total.value_or(*state.count), "frame");
+    for (const std::string &detail : state.details) {
+        const std::string more = line + ", " + detail;
+        if (displayWidth(more) > columns)
+            break;
+        line = more;
+    }
+    std::optional<double> fraction = state.fraction;
+    if (!fraction && state.count && state.total && *state.total > 0)
+        fraction = static_cast<double>(*state.count) / static_cast<double>(*state.total);
+    const unsigned taken = displayWidth(line) + kAroundBar;
+    if (withBar && fraction && taken + kShortestBar <= columns)
+        line.insert(state.label.size(), bar(*fraction, std::min(kLongestBar, columns - taken)));
+    return line;
 }
 
 Progress::~Progress()
 {
-    if (!onTerminal_ || !drawn_)
-        return;
-    draw();
-    note("");
+    if (drawn_ && line_.changesInPlace())
+        line_.show(text());
 }
 
-void Progress::update(uint64_t count, const std::string &remark, std::optional<double> fraction)
+std::string Progress::text() const
 {
-    const auto now = Clock::now();
-    // The rate is that of the work, not of what was there when it began.
-    if (count_ == 0) {
-        firstCount_ = count;
-        start_ = now;
-    }
-    count_ = count;
-    remark_ = remark;
-    fraction_ = fraction;
-    if (now < nextDraw_)
+    return progressText(state_, line_.columns(), line_.changesInPlace());
+}
+
+void Progress::update(ProgressState state)
+{
+    if (state.label != state_.label && (!state_.label.empty() || !state.count))
+        line_.hurry();
+    state_ = std::move(state);
+    if (!line_.isDue())
         return;
-    nextDraw_ = now + std::chrono::milliseconds(onTerminal_ ? 100 : 2000);
-    draw();
+    line_.show(text());
     drawn_ = true;
 }
 
-void Progress::draw()
+void FrameProgress::update(uint64_t count, uint64_t frameBytes)
 {
-    std::string line = label_;
-    std::optional<double> fraction = fraction_;
-    if (!fraction && total_ && *total_ > 0)
-        fraction = static_cast<double>(count_) / static_cast<double>(*total_);
-    if (onTerminal_ && fraction)
-        line += bar(*fraction);
-    line += ' ';
-    line += total_ ? std::to_string(count_) + " of " + counted(*total_, "frame")
-                   : counted(count_, "frame");
-    const double seconds = std::chrono::duration<double>(Clock::now() - start_).count();
-    if (count_ > firstCount_ && seconds >= 0.5)
-        line += ", " + rateText(count_ - firstCount_, seconds);
-    if (!remark_.empty())
-        line += ", " + remark_;
-    if (!onTerminal_) {
-        note(line);
-        return;
-    }
-    std::fprintf(stderr, "\r%s\033[K", line.c_str());
-    std::fflush(stderr);
+    pace_.add(Pace::Clock::now(), count, frameBytes);
+    std::vector<std::string> details = paceTexts({&pace_, 1});
+    // How evenly we work ourselves says nothing about a camera.
+    details.resize(std::min<size_t>(details.size(), 2));
+    progress_.update({label_, count, total_, std::nullopt, std::move(details)});
 }
 
 } // namespace tavu::ctl

@@ -4,6 +4,7 @@
 #include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
+#include "client/tavuctl/pace.h"
 #include "client/tavuctl/progress.h"
 #include "client/tavuctl/text.h"
 
@@ -15,7 +16,11 @@ namespace tavu::ctl {
 
 namespace {
 
-constexpr unsigned kPollMilliseconds = 50;
+/// Between two looks at the counts of frames. Finer ones would show more of the jitter, and keep
+/// the device busy with answers.
+constexpr unsigned kLookMilliseconds = 10;
+constexpr unsigned kFullPercent = 95;
+constexpr double kSilentSeconds = 3;
 
 struct RecordOptions
 {
@@ -29,7 +34,18 @@ struct RecordOptions
     bool startVariant = false;
     bool stopVariant = false;
     bool detach = false;
+    bool stats = false;
     std::string name;
+};
+
+/// How the frames of one port come.
+struct PortPace
+{
+    uint8_t port = 0;
+    uint64_t frameBytes = 0; ///< 0 when the port's frame size isn't known
+    bool inPretrigger = false;
+    uint64_t inLoop = 0; ///< frames, before the trigger
+    Pace pace{true};
 };
 
 client::RecordingSettings settingsOf(const RecordOptions &options)
@@ -89,30 +105,84 @@ private:
     bool left_ = false;
 };
 
+std::vector<PortPace> pacesOf(Session &session, const RecordOptions &options)
+{
+    std::vector<PortPace> paces;
+    for (const uint32_t number : options.ports) {
+        PortPace &port = paces.emplace_back();
+        port.port = static_cast<uint8_t>(number);
+        const client::PortConfig config =
+            session.service().getPortConfig(session.device, port.port);
+        port.frameBytes = uint64_t(config.width) * config.height * sizeof(uint16_t);
+    }
+    return paces;
+}
+
+void look(Session &session, std::vector<PortPace> &ports)
+{
+    for (PortPace &port : ports) {
+        const client::RecordingProgress state =
+            session.service().recordingProgress(session.device, port.port);
+        // What is in the loop doesn't count as recorded yet.
+        port.inPretrigger = state.inPretrigger;
+        port.inLoop = state.inPretrigger ? state.numFrames : 0;
+        if (!state.inPretrigger)
+            port.pace.add(Pace::Clock::now(), state.numFrames, port.frameBytes);
+    }
+}
+
+ProgressState stateOf(const std::vector<PortPace> &ports, const RecordOptions &options)
+{
+    std::vector<Pace> paces;
+    uint64_t count = 0;
+    uint64_t inLoop = 0;
+    double idle = 0;
+    bool waiting = false;
+    for (const PortPace &port : ports) {
+        count += port.pace.count();
+        inLoop += port.inLoop;
+        waiting = waiting || port.inPretrigger;
+        idle = std::max(idle, port.pace.idle());
+        paces.push_back(port.pace);
+    }
+    ProgressState state;
+    if (waiting || (options.externalStart && count == 0)) {
+        state.label = "waiting for the trigger";
+        if (options.pretrigger)
+            state.details.push_back(counted(inLoop, "frame") + " in the loop");
+        return state;
+    }
+    state.label = "recording";
+    state.count = count;
+    if (options.frames)
+        state.total = *options.frames * ports.size();
+    state.details = paceTexts(paces);
+    // A camera that has fallen silent is what people must see first.
+    if (idle >= kSilentSeconds)
+        state.details.insert(state.details.begin(), "none for " + decimals(idle, 0) + " s");
+    return state;
+}
+
 /// Shows the progress until the recording ends by itself or somebody wants it to. False when
 /// somebody did.
-bool watchRecording(Session &session, const RecordOptions &options)
+bool watchRecording(Session &session, const RecordOptions &options, std::vector<PortPace> &ports)
 {
     using Clock = std::chrono::steady_clock;
     client::Connection &service = session.service();
-    const auto port = static_cast<uint8_t>(options.ports[0]);
     const auto start = Clock::now();
     bool triggered = !options.triggerAfter;
-    Progress progress("recording", options.frames);
+    Progress progress;
     while (true) {
+        const auto before = Clock::now();
         const bool done = service.isRecordingDone(session.device);
-        const client::RecordingProgress state = service.recordingProgress(session.device, port);
+        look(session, ports);
+        const auto after = Clock::now();
         const auto passed = static_cast<uint64_t>(
-            std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start).count());
-        std::optional<double> fraction;
-        if (options.time)
-            fraction = done ? 1.0 : double(passed) / double(std::max<uint64_t>(*options.time, 1));
-        // Before the trigger, what is in the pre-trigger loop doesn't count as recorded.
-        if (state.inPretrigger)
-            progress.update(0, "waiting for the trigger, " + counted(state.numFrames, "frame") +
-                                   " in the loop");
-        else
-            progress.update(state.numFrames, {}, fraction);
+            std::chrono::duration_cast<std::chrono::microseconds>(after - start).count());
+        ProgressState state = stateOf(ports, options);
+        if (options.time && state.count)
+            state.fraction = done ? 1.0 : double(passed) / double(*options.time);
+        progress.update(std::move(state));
         if (done)
             return true;
         if (interrupted())
@@ -121,7 +191,11 @@ bool watchRecording(Session &session, const RecordOptions &options)
             service.softwareTrigger(session.device);
             triggered = true;
         }
-        pauseFor(kPollMilliseconds);
+        // A device that is slow to answer isn't asked all the time.
+        const auto pause = std::max<Clock::duration>(std::chrono::milliseconds(kLookMilliseconds),
+                                                     2 * (after - before));
+        pauseFor(static_cast<unsigned>(
+            std::chrono::duration_cast<std::chrono::milliseconds>(pause).count()));
     }
 }
 
@@ -152,12 +226,39 @@ std::vector<client::FileEntry> recordedFiles(Session &session, const RecordOptio
     return recorded;
 }
 
-void showRecorded(const Session &session, const std::vector<client::FileEntry> &files)
+Json statsJson(const std::vector<PortPace> &ports)
 {
-    if (session.json)
+    Json list = Json::array();
+    for (const PortPace &port : ports) {
+        Json &json = list.emplace_back(Json{{"port", port.port}});
+        addPace(json, port.pace);
+    }
+    return list;
+}
+
+void showStats(const std::vector<PortPace> &ports)
+{
+    std::vector<std::vector<std::string>> rows = {paceHeads()};
+    rows[0].insert(rows[0].begin(), "PORT");
+    for (const PortPace &port : ports) {
+        std::vector<std::string> &row = rows.emplace_back(paceCells(port.pace));
+        row.insert(row.begin(), std::to_string(port.port));
+    }
+    print(table(rows));
+}
+
+void showRecorded(const Session &session, const RecordOptions &options,
+                  const std::vector<client::FileEntry> &files, const std::vector<PortPace> &ports)
+{
+    if (session.json) {
+        if (options.stats)
+            return printJson({{"files", toJson(files)}, {"stats", statsJson(ports)}});
         return printJson(toJson(files));
+    }
     for (const client::FileEntry &file : files)
         printLine("recorded " + fileSummary(file));
+    if (options.stats)
+        showStats(ports);
 }
 
 /// False, after telling so, when fewer frames were stored than taken. A recording that ended by
@@ -232,9 +333,26 @@ void warnOfUnreadyPorts(Session &session, const RecordOptions &options)
         note(advice);
 }
 
+/// Tells how much of the storage is in use. What keeps it from being known also keeps the recording
+/// from its start, which says so better.
+void tellStorage(Session &session)
+{
+    try {
+        const unsigned percent = session.service().percentUsed(session.device);
+        const std::string used = std::to_string(percent) + "% used";
+        if (percent > kFullPercent)
+            note("tavuctl: warning: the storage is " + used + "; `tavuctl remove" +
+                 session.deviceOption() + "` makes room");
+        else
+            note("storage: " + used);
+    } catch (const client::ServiceError &) {
+    }
+}
+
 int record(Session &session, const RecordOptions &options)
 {
     session.service();
+    tellStorage(session);
     catchInterrupts();
     std::optional<RunningRecording> recording;
     try {
@@ -250,7 +368,8 @@ int record(Session &session, const RecordOptions &options)
     }
     if (!options.frames && !options.time && !options.externalStop)
         note("recording until Ctrl-C");
-    const bool complete = watchRecording(session, options);
+    std::vector<PortPace> ports = pacesOf(session, options);
+    const bool complete = watchRecording(session, options, ports);
     stopRecording(*recording, options);
 
     std::vector<client::FileEntry> files = recordedFiles(session, options);
@@ -258,7 +377,7 @@ int record(Session &session, const RecordOptions &options)
         nameRecordings(session, options.name, files);
         files = recordedFiles(session, options);
     }
-    showRecorded(session, files);
+    showRecorded(session, options, files, ports);
     if (!allStored(session, options, complete, files))
         return kFailure;
     if (complete || (!options.frames && !options.time))
@@ -279,7 +398,8 @@ void addRecord(CLI::App &app, Session &session)
         ->check(numberIn(0u, 31u));
     CLI::Option *frames =
         command->add_option("-n,--frames", options->frames, "Stop after this many frames")
-            ->type_name("N");
+            ->type_name("N")
+            ->check(numberIn(uint64_t(1)));
     addDurationOption(*command, "-t,--time", options->time, "Stop after this time: 10s, 500ms, 2m");
     command->get_option("--time")->excludes(frames);
     command->add_option("--name", options->name, "Name of the recording");
@@ -297,11 +417,21 @@ void addRecord(CLI::App &app, Session &session)
                       "Use the other variant of the stop input");
     command->add_flag("--detach", options->detach, "Only start it; `stop` ends it")
         ->excludes("--name");
+    command
+        ->add_flag("--stats", options->stats,
+                   "Print at the end how fast and how evenly the frames came, as far as looks at "
+                   "their count every 10 ms show it")
+        ->excludes("--detach");
     addJsonOption(*command, session);
-    addExamples(*command, {"record --frames 90", "record --time 10s --name \"Second try\"",
+    addExamples(*command, {"record --frames 90", "record --frames 900 --stats",
+                           "record --time 10s --name \"Second try\"",
                            "record --port 0,1 --pretrigger 2s --trigger-after 5s --frames 300",
                            "record --external-start --external-stop", "record --detach"});
-    setAction(*command, session, [&session, options] { return record(session, *options); });
+    setAction(*command, session, [&session, options] {
+        if (options->time == 0u)
+            throw UsageError("--time: a recording takes some time");
+        return record(session, *options);
+    });
 }
 
 void addStop(CLI::App &app, Session &session)

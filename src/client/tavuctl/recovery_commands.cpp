@@ -4,11 +4,12 @@
 #include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/json_values.h"
+#include "client/tavuctl/recording_state.h"
+#include "client/tavuctl/status_line.h"
 #include "client/tavuctl/text.h"
 
 #include <array>
 #include <chrono>
-#include <cstdio>
 #include <thread>
 
 namespace tavu::ctl {
@@ -26,17 +27,38 @@ std::string statusText(RecoveryStatus status)
     return number < kTexts.size() ? kTexts[number] : "state " + std::to_string(number);
 }
 
+std::string stateText(RecordingState state)
+{
+    switch (state) {
+    case RecordingState::Nothing:
+        return "there is no incomplete recording";
+    case RecordingState::UnderWay:
+        return "a recording is under way";
+    case RecordingState::Ended:
+        return "a recording has come to its end and waits to be stopped";
+    case RecordingState::CutOff:
+        return "there is an incomplete recording that was cut off";
+    case RecordingState::EndedOrCutOff:
+        break;
+    }
+    return "there is an incomplete recording: it was cut off, or has come to its end and waits to "
+           "be stopped";
+}
+
 int showStatus(Session &session)
 {
     client::Connection &service = session.service();
-    const bool incomplete = service.hasIncompleteFile(session.device);
+    const RecordingState state = recordingState(service, session.device);
+    const bool incomplete = state != RecordingState::Nothing;
     std::optional<RecoveryStatus> status;
     std::string text;
     try {
         status = service.recoveryStatus(session.device);
         text = statusText(*status);
     } catch (const client::ServiceError &error) {
-        text = "the recovery's state is unknown (" + printable(error.what()) + ")";
+        text = service.hardwareType(session.device) == client::kEmulatedDevice
+                   ? "the emulated device can't recover"
+                   : "the recovery's state is unknown (" + printable(error.what()) + ")";
     }
     const std::string error = service.recoveryError(session.device);
     if (session.json) {
@@ -45,8 +67,7 @@ int showStatus(Session &session)
                    {"error", error}});
         return kSuccess;
     }
-    printLine(incomplete ? "there is an incomplete recording, under way or cut off"
-                         : "there is no incomplete recording");
+    printLine(stateText(state));
     const bool failed = status == RecoveryStatus::Failed && !error.empty();
     printLine(text + (failed ? ": " + printable(error) : ""));
     if (status == RecoveryStatus::Done && incomplete)
@@ -55,44 +76,13 @@ int showStatus(Session &session)
     return kSuccess;
 }
 
-/// Tells on standard error that a recovery runs, on a terminal also for how long.
-class ElapsedTime
-{
-public:
-    ElapsedTime() : onTerminal_(isConsole(stderr))
-    {
-        if (!onTerminal_)
-            note("recovering");
-    }
-    ElapsedTime(const ElapsedTime &) = delete;
-    ElapsedTime &operator=(const ElapsedTime &) = delete;
-    ~ElapsedTime()
-    {
-        if (onTerminal_)
-            note("");
-    }
-
-    void update(bool cancelled)
-    {
-        if (!onTerminal_)
-            return;
-        const auto passed = std::chrono::steady_clock::now() - start_;
-        std::fprintf(stderr, "\rrecovering, %.1f s; %s\033[K",
-                     std::chrono::duration<double>(passed).count(),
-                     cancelled ? "told to end" : "Ctrl-C cancels it");
-        std::fflush(stderr);
-    }
-
-private:
-    bool onTerminal_;
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
-
 /// Waits for the end of a recovery; Ctrl-C cancels it.
 RecoveryStatus waitForRecovery(Session &session)
 {
     client::Connection &service = session.service();
-    ElapsedTime time;
+    const auto start = std::chrono::steady_clock::now();
+    StatusLine line;
+    line.hurry();
     catchInterrupts();
     bool cancelled = false;
     RecoveryStatus status = service.recoveryStatus(session.device);
@@ -101,7 +91,10 @@ RecoveryStatus waitForRecovery(Session &session)
             service.cancelRecovery(session.device);
             cancelled = true;
         }
-        time.update(cancelled);
+        const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+        if (line.isDue())
+            line.show("recovering, " + decimals(passed.count(), 1) + " s; " +
+                      (cancelled ? "told to end" : "Ctrl-C cancels it"));
         // Not pauseFor(), which no longer waits after an interrupt.
         std::this_thread::sleep_for(std::chrono::milliseconds(kPollMilliseconds));
         status = service.recoveryStatus(session.device);
@@ -130,31 +123,27 @@ int finish(Session &session)
 /// Raises Failure when there is nothing that could be recovered right now.
 void requireCutOff(Session &session)
 {
-    client::Connection &service = session.service();
-    if (!service.hasIncompleteFile(session.device))
+    const std::string device = session.deviceOption();
+    switch (recordingState(session.service(), session.device)) {
+    case RecordingState::Nothing:
         throw Failure("there is no incomplete recording");
-    if (!service.isRecordingDone(session.device))
-        throw Failure("a recording is under way: `tavuctl stop" + session.deviceOption() +
-                      "` ends it");
-}
-
-void startJob(Session &session)
-{
-    try {
-        session.service().startRecovery(session.device);
-    } catch (const client::ServiceError &error) {
-        if (session.service().hardwareType(session.device) != client::kEmulatedDevice)
-            throw;
-        throw Failure(printable(error.what()) +
-                      "\nthe emulated device can't recover: `tavuctl recover discard" +
-                      session.deviceOption() + "` removes a recording that was cut off");
+    case RecordingState::UnderWay:
+        throw Failure("a recording is under way: `tavuctl stop" + device + "` ends it");
+    case RecordingState::Ended:
+        throw Failure("a recording has come to its end: `tavuctl stop" + device + "` stores it");
+    case RecordingState::CutOff:
+        throw Failure("a recording was cut off, and the emulated device can't salvage it\n"
+                      "`tavuctl recover discard" +
+                      device + "` removes it; the next recording overwrites it anyway");
+    case RecordingState::EndedOrCutOff:
+        break;
     }
 }
 
 int start(Session &session, bool detach)
 {
     requireCutOff(session);
-    startJob(session);
+    session.service().startRecovery(session.device);
     const std::string device = session.deviceOption();
     if (detach) {
         printLine(
@@ -193,12 +182,12 @@ int finishDetached(Session &session)
 int discard(Session &session, bool confirmed)
 {
     client::Connection &service = session.service();
-    if (!service.hasIncompleteFile(session.device))
+    const RecordingState state = recordingState(service, session.device);
+    if (state == RecordingState::Nothing)
         throw Failure("there is no incomplete recording");
     if (!confirmed)
-        confirm("This removes the incomplete recording of device " +
-                std::to_string(session.device) +
-                " for good. (While a recording is under way, that is the one.)");
+        confirm("On device " + std::to_string(session.device) + " " + stateText(state) +
+                ". This removes it for good.");
     service.discardIncompleteFile(session.device);
     printLine("the incomplete recording is gone");
     return kSuccess;

@@ -1,5 +1,8 @@
 #include "client/tavuctl/session.h"
 
+#include "client/tavuctl/console.h"
+#include "client/tavuctl/text.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -7,14 +10,30 @@
 
 namespace tavu::ctl {
 
-void print(std::string_view text)
+namespace {
+
+/// What \a stream can show of \a text.
+std::string shownOn(std::FILE *stream, std::string_view text)
 {
-    const bool taken = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+    return isConsole(stream) && !consolesShowUtf8() ? plainText(text) : std::string(text);
+}
+
+} // namespace
+
+void printBytes(std::span<const uint8_t> bytes)
+{
+    const bool taken = std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
     if (taken && std::fflush(stdout) == 0)
         return;
     if (errno == EPIPE)
         throw OutputClosed();
     throw Failure(std::string("can't write to standard output: ") + std::strerror(errno));
+}
+
+void print(std::string_view text)
+{
+    const std::string shown = shownOn(stdout, text);
+    printBytes({reinterpret_cast<const uint8_t *>(shown.data()), shown.size()});
 }
 
 void printLine(std::string_view text)
@@ -29,8 +48,8 @@ void printJson(const nlohmann::ordered_json &value)
 
 void note(std::string_view text)
 {
-    std::fwrite(text.data(), 1, text.size(), stderr);
-    std::fputc('\n', stderr);
+    const std::string shown = shownOn(stderr, text) + "\n";
+    std::fwrite(shown.data(), 1, shown.size(), stderr);
     std::fflush(stderr);
 }
 

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <nlohmann/json_fwd.hpp>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -40,7 +41,9 @@ class OutputClosed : public std::exception
 {
 };
 
-// Standard output. All three raise OutputClosed or Failure when it doesn't take the text.
+// Standard output. All raise OutputClosed or Failure when it doesn't take what it is given.
+void printBytes(std::span<const uint8_t> bytes);
+/// Text reaches a terminal that shows no UTF-8 in ASCII.
 void print(std::string_view text);
 void printLine(std::string_view text);
 void printJson(const nlohmann::ordered_json &value);

@@ -59,48 +59,45 @@ std::string colour(unsigned layer, unsigned grey)
 class TerminalSink final : public FrameSink
 {
 public:
-    TerminalSink() : onTerminal_(isConsole(stdout)) {}
+    explicit TerminalSink(CaptionOf captionOf) : captionOf_(std::move(captionOf)) {}
 
     void put(uint64_t number, const client::FrameView &frame) override
     {
-        const ConsoleSize size = onTerminal_ ? consoleSize(stdout) : ConsoleSize();
+        const ConsoleSize size = consoleSize(stdout);
         // The last two lines belong to the caption and the cursor.
         const std::string picture =
-            drawFrame(frame, size.columns, size.rows > 3 ? size.rows - 2 : 1);
-        const std::string caption =
+            drawFrame(frame, size.columns, size.rows > 3 ? size.rows - 2 : 1, shades_);
+        std::string caption =
             "frame " + std::to_string(number) + ", " + frameSizeText(frame.width, frame.height);
-        const bool again = onTerminal_ && lines_ > 0;
-        std::string text = again ? "\033[" + std::to_string(lines_) + "A\r" : std::string();
-        text += picture + caption + (onTerminal_ ? "\033[K\n" : "\n");
+        if (captionOf_)
+            caption += captionOf_();
+        std::string text;
+        if (overLast_ && lines_ > 0)
+            text = "\033[" + std::to_string(lines_) + "A\r";
+        text += picture + cutToWidth(caption, size.columns - 1) + (overLast_ ? "\033[K\n" : "\n");
         lines_ = static_cast<unsigned>(std::count(text.begin(), text.end(), '\n'));
         print(text);
     }
 
 private:
-    bool onTerminal_;
+    CaptionOf captionOf_;
+    const bool overLast_ = obeysEscapes(stdout);
+    const Shades shades_ =
+        showsColours(stdout) && consolesShowUtf8() ? Shades::Colours : Shades::Characters;
     unsigned lines_ = 0; ///< that the last frame took
 };
 
-} // namespace
-
-std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned rows)
+/// The pixels of \a small in colours, two rows a line.
+std::string drawColours(const Thumbnail &small, const auto &shade)
 {
-    if (frame.pixels.empty())
-        return "(an empty frame)\n";
-    const Thumbnail small = shrink(frame, columns, rows * 2);
-    const auto [low, high] = std::minmax_element(small.pixels.begin(), small.pixels.end());
-    const unsigned span = std::max(1u, unsigned(*high) - *low);
-    const auto grey = [&, black = *low](unsigned x, unsigned y) {
-        return (unsigned(small.pixels[size_t(y) * small.width + x]) - black) * (kGreys - 1) / span;
-    };
     std::string text;
     for (unsigned y = 0; y < small.height; y += 2) {
         std::string before;
         for (unsigned x = 0; x < small.width; ++x) {
-            std::string colours = colour(38, grey(x, y));
+            std::string colours = colour(38, shade(x, y, kGreys));
             // An odd last row has nothing below it.
             if (y + 1 < small.height)
-                colours += colour(48, grey(x, y + 1));
+                colours += colour(48, shade(x, y + 1, kGreys));
             text += (colours == before ? "" : colours) + "\xE2\x96\x80";
             before = std::move(colours);
         }
@@ -109,9 +106,40 @@ std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned
     return text;
 }
 
-std::unique_ptr<FrameSink> makeTerminalSink()
+/// The same in characters that are ever denser, for the mean of two rows.
+std::string drawCharacters(const Thumbnail &small, const auto &shade)
 {
-    return std::make_unique<TerminalSink>();
+    static constexpr std::string_view kRamp = " .:-=+*#%@";
+    std::string text;
+    for (unsigned y = 0; y < small.height; y += 2) {
+        const unsigned below = std::min(y + 1, small.height - 1);
+        for (unsigned x = 0; x < small.width; ++x)
+            text += kRamp[(shade(x, y, kRamp.size()) + shade(x, below, kRamp.size())) / 2];
+        text += '\n';
+    }
+    return text;
+}
+
+} // namespace
+
+std::string drawFrame(const client::FrameView &frame, unsigned columns, unsigned rows,
+                      Shades shades)
+{
+    if (frame.pixels.empty())
+        return "(an empty frame)\n";
+    const Thumbnail small = shrink(frame, columns, rows * 2);
+    const auto [low, high] = std::minmax_element(small.pixels.begin(), small.pixels.end());
+    const unsigned span = std::max(1u, unsigned(*high) - *low);
+    const auto shade = [&, black = *low](unsigned x, unsigned y, size_t count) {
+        const unsigned above = unsigned(small.pixels[size_t(y) * small.width + x]) - black;
+        return above * (static_cast<unsigned>(count) - 1) / span;
+    };
+    return shades == Shades::Colours ? drawColours(small, shade) : drawCharacters(small, shade);
+}
+
+std::unique_ptr<FrameSink> makeTerminalSink(CaptionOf captionOf)
+{
+    return std::make_unique<TerminalSink>(std::move(captionOf));
 }
 
 } // namespace tavu::ctl

@@ -68,11 +68,38 @@ bool isIn(const Ranges &ranges, char32_t c)
     });
 }
 
+unsigned widthOf(char32_t c)
+{
+    return isIn(kZeroWidth, c) ? 0 : isIn(kWide, c) ? 2 : 1;
+}
+
 std::string formatted(const char *format, auto... values)
 {
     std::array<char, 64> buffer;
     std::snprintf(buffer.data(), buffer.size(), format, values...);
     return buffer.data();
+}
+
+constexpr uint64_t kUnitsPerSecond = 10'000'000;
+
+/// \a end is what comes behind the seconds.
+std::string timeText(uint64_t timestamp, const std::string &end)
+{
+    using namespace std::chrono;
+    constexpr uint64_t kEndOfYear9999 = 265'046'774'400ull * kUnitsPerSecond;
+    if (timestamp == 0)
+        return "-";
+    if (timestamp >= kEndOfYear9999)
+        return std::to_string(timestamp);
+    const sys_seconds time = sys_days(year(1601) / 1 / 1) + seconds(timestamp / kUnitsPerSecond);
+    const year_month_day date(floor<days>(time));
+    const hh_mm_ss clock(time - floor<days>(time));
+    return formatted("%04d-%02u-%02uT%02d:%02d:%02d", static_cast<int>(date.year()),
+                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                     static_cast<int>(clock.hours().count()),
+                     static_cast<int>(clock.minutes().count()),
+                     static_cast<int>(clock.seconds().count())) +
+           end;
 }
 
 } // namespace
@@ -99,11 +126,29 @@ std::string inQuotes(std::string_view text)
 unsigned displayWidth(std::string_view text)
 {
     unsigned width = 0;
+    while (!text.empty())
+        width += widthOf(takeCharacter(text));
+    return width;
+}
+
+std::string cutToWidth(std::string_view text, unsigned columns)
+{
+    std::string_view rest = text;
+    unsigned width = 0;
+    size_t fitting = 0;
+    while (!rest.empty() && (width += widthOf(takeCharacter(rest))) <= columns)
+        fitting = text.size() - rest.size();
+    return std::string(text.substr(0, fitting));
+}
+
+std::string plainText(std::string_view text)
+{
+    std::string result;
     while (!text.empty()) {
         const char32_t c = takeCharacter(text);
-        width += isIn(kZeroWidth, c) ? 0 : isIn(kWide, c) ? 2 : 1;
+        result += c < 0x80 ? static_cast<char>(c) : '?';
     }
-    return width;
+    return result;
 }
 
 std::string table(const std::vector<std::vector<std::string>> &rows)
@@ -131,9 +176,24 @@ std::string frameSizeText(uint32_t width, uint32_t height)
     return std::to_string(width) + "x" + std::to_string(height);
 }
 
-std::string rateText(uint64_t count, double seconds)
+std::string decimals(double value, int digits)
 {
-    return formatted("%.1f a second", static_cast<double>(count) / seconds);
+    return formatted("%.*f", digits, value);
+}
+
+std::string rateText(double frameRate)
+{
+    return decimals(frameRate, 1) + " a second";
+}
+
+std::string byteRateText(double byteRate)
+{
+    return decimals(byteRate / 1e6, byteRate < 10e6 ? 2 : 1);
+}
+
+std::string millisecondsText(double seconds)
+{
+    return formatted(seconds < 0.001 ? "%.2f ms" : "%.1f ms", seconds * 1000);
 }
 
 std::string sizeText(uint64_t bytes)
@@ -150,21 +210,13 @@ std::string sizeText(uint64_t bytes)
 
 std::string timeText(uint64_t timestamp)
 {
-    using namespace std::chrono;
-    constexpr uint64_t kUnitsPerSecond = 10'000'000;
-    constexpr uint64_t kEndOfYear9999 = 265'046'774'400ull * kUnitsPerSecond;
-    if (timestamp == 0)
-        return "-";
-    if (timestamp >= kEndOfYear9999)
-        return std::to_string(timestamp);
-    const sys_seconds time = sys_days(year(1601) / 1 / 1) + seconds(timestamp / kUnitsPerSecond);
-    const year_month_day date(floor<days>(time));
-    const hh_mm_ss clock(time - floor<days>(time));
-    return formatted("%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
-                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                     static_cast<int>(clock.hours().count()),
-                     static_cast<int>(clock.minutes().count()),
-                     static_cast<int>(clock.seconds().count()));
+    return timeText(timestamp, "Z");
+}
+
+std::string exactTimeText(uint64_t timestamp)
+{
+    const auto fraction = static_cast<unsigned>(timestamp % kUnitsPerSecond);
+    return timeText(timestamp, formatted(".%07uZ", fraction));
 }
 
 std::string counted(uint64_t count, std::string_view noun)

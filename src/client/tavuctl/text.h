@@ -32,14 +32,28 @@ std::optional<Number> parseNumber(std::string_view text)
 /// Columns that \a text takes in a terminal; wide characters take two.
 unsigned displayWidth(std::string_view text);
 
+/// As much of the beginning of \a text as fits into \a columns.
+std::string cutToWidth(std::string_view text, unsigned columns);
+
+/// \a text with a question mark for each character beyond ASCII.
+std::string plainText(std::string_view text);
+
 /// Lines up rows of cells in columns, two blanks apart, each row a line.
 std::string table(const std::vector<std::vector<std::string>> &rows);
 
 /// "1280x1024".
 std::string frameSizeText(uint32_t width, uint32_t height);
 
+/// A number with \a digits behind the point.
+std::string decimals(double value, int digits);
+
 /// "29.9 a second".
-std::string rateText(uint64_t count, double seconds);
+std::string rateText(double frameRate);
+/// Bytes a second in MB: "39.7".
+std::string byteRateText(double byteRate);
+
+/// "29.9 ms".
+std::string millisecondsText(double seconds);
 
 /// "235.9 MB".
 std::string sizeText(uint64_t bytes);
@@ -47,6 +61,8 @@ std::string sizeText(uint64_t bytes);
 /// "2026-11-21T12:00:00Z" for a count of 100 ns since 1601 UTC; "-" for 0, and the bare number for
 /// one that lies beyond the year 9999.
 std::string timeText(uint64_t timestamp);
+/// The same with all seven digits that the count has behind the second.
+std::string exactTimeText(uint64_t timestamp);
 
 /// "90 frames", "1 frame".
 std::string counted(uint64_t count, std::string_view noun);

@@ -53,7 +53,10 @@ void showEvent(const Session &session, const client::Event &event)
         return;
     }
     // One event a line, so that a script can take them as they come.
-    const Json json = {{"time", timeText(utcTimestamp())},
+    const uint64_t now = utcTimestamp();
+    const Json json = {{"time", exactTimeText(now)},
+                       {"timestamp", now},
+                       {"timestampText", std::to_string(now)},
                        {"event", typeName(event.type)},
                        {"type", static_cast<uint32_t>(event.type)},
                        {"device", event.device},
