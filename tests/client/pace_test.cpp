@@ -34,10 +34,10 @@ TEST(Pace, DoesNotTellFinerThanItLooks)
         pace.add(Pace::Clock::time_point(std::chrono::milliseconds(ms)),
                  ms < 1000 ? 0 : (ms - 1000) / 4 + 1, 0);
     EXPECT_NEAR(pace.frameRate(), 250, 1);
-    EXPECT_EQ(pace.jitterText(), "< 10.0 ms");
+    EXPECT_EQ(pace.jitterText(), "< 10 ms");
     EXPECT_NEAR(pace.longestGap(), 0.01, 1e-9);
     EXPECT_EQ(paceTexts({&pace, 1}),
-              (std::vector<std::string>{"250.0 a second", "jitter < 10.0 ms"}));
+              (std::vector<std::string>{"250.0 a second", "jitter < 10 ms"}));
     pace.add(Pace::Clock::time_point(7s), 251, 0);
     EXPECT_NEAR(pace.idle(), 5, 1e-9);
 }

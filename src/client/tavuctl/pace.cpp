@@ -57,7 +57,9 @@ std::string Pace::jitterText() const
     const std::optional<double> value = jitter();
     if (!value)
         return {};
-    return *value < resolution() ? "< " + millisecondsText(resolution()) : millisecondsText(*value);
+    // Whole milliseconds: a line has little room.
+    return *value < resolution() ? "< " + decimals(resolution() * 1000, 0) + " ms"
+                                 : millisecondsText(*value);
 }
 
 std::vector<std::string> paceTexts(std::span<const Pace> paces)

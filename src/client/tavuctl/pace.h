@@ -38,7 +38,7 @@ public:
     double idle() const;
     /// What can't be seen because the count is only looked at now and then, in seconds.
     double resolution() const;
-    /// "0.4 ms", "< 10.1 ms" where one can't see finer; empty when nothing is known.
+    /// "0.4 ms", "< 10 ms" where one can't see finer; empty when nothing is known.
     std::string jitterText() const;
 
 private:
