@@ -1,7 +1,6 @@
 """The real service for each test, in a folder of its own: with the emulated device, or with a simulated recorder."""
 
 import os
-import shutil
 import signal
 import subprocess
 import time
@@ -99,11 +98,3 @@ def recorder(place, monkeypatch):
             port.pair(f"Camera {port.index}")
             port.configure(96, 64)
         yield device
-
-
-def example(name):
-    return ROOT / "python/examples" / name
-
-
-def copy_tree(source, target):
-    shutil.copytree(source, target)
