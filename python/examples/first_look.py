@@ -44,8 +44,8 @@ image = axes[0].imshow(recording[30], cmap="gray", vmin=0, vmax=65535)
 axes[0].set(title=f"{recording.name}, frame 30", xlabel="column", ylabel="row")
 fig.colorbar(image, ax=axes[0], shrink=0.7)
 axes[1].stairs(counts, edges, fill=True)
-axes[1].set(title=f"{counts.sum():,} pixels of {len(recording)} frames", xlabel="value", ylabel="pixels", xlim=(0, 65536))
-axes[1].set_ylim(0, counts.max() * 1.1)
+axes[1].set(title=f"{counts.sum():,} pixels of {len(recording)} frames", xlabel="value", ylabel="pixels")
+axes[1].set(xlim=(0, 65536), ylim=(0, counts.max() * 1.1))
 fig.savefig(os.path.join(folder, "histogram.png"), dpi=100)
 
 # %% The intervals between the frames, by the clock in the emulated camera's header

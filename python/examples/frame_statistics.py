@@ -3,10 +3,10 @@
 
     frame_statistics.py RECORDING STORE [SCHEDULER]
 
-writes the newest recording with that name to a Zarr store, a file for each frame, in a folder that every worker can read
-(on a cluster: a network file system), and has the workers compute mean, standard deviation, least and greatest pixel of
-each frame. SCHEDULER is the address of a running cluster (`dask-scheduler` prints it); without one, two workers on this
-machine do. The workers need neither the service nor this package: they read the store."""
+writes the newest recording with that name to a Zarr store, a file for each frame, in a folder that every worker can
+read (on a cluster: a network file system), and has the workers compute mean, standard deviation, least and greatest
+pixel of each frame. SCHEDULER is the address of a running cluster (`dask-scheduler` prints it); without one, two workers on
+this machine do. The workers need neither the service nor this package: they read the store."""
 
 import sys
 from contextlib import nullcontext

@@ -1,4 +1,4 @@
-"""What goes over the pipe, and what comes back, held against the service's own table and against a peer that misbehaves."""
+"""What goes over the pipe, and what comes back: against the service's own table, and a peer that misbehaves."""
 
 import contextlib
 import json
@@ -16,7 +16,15 @@ import tavu
 from tavu import protocol
 from tavu.transport import SocketChannel
 
-HEADS = {1: b"\x91", 15: b"\x9f", 16: b"\xdc\0\x10", 65535: b"\xdc\xff\xff", 65536: b"\xdc\0\1\0\0", 70000: b"\xdc\0\1\x11\x70"}
+# The heads of the service's lists, and how many bytes MessagePack itself has for each.
+HEADS = {
+    1: (b"\x91", 1),
+    15: (b"\x9f", 1),
+    16: (b"\xdc\0\x10", 3),
+    65535: (b"\xdc\xff\xff", 3),
+    65536: (b"\xdc\0\1\0\0", 5),
+    70000: (b"\xdc\0\1\x11\x70", 5),
+}
 ENTRY = {field.name: "" if field.type == "string" else 0 for field in protocol.FILE_ENTRY}
 
 
@@ -76,7 +84,8 @@ def peer():
 @pytest.mark.parametrize("count", HEADS)
 def test_list_heads(peer, count):
     entries = [dict(ENTRY, fileId=number) for number in range(count)]
-    body = b"\x81\xa6result\x81\xa5files" + HEADS[count] + msgpack.packb(entries)[1 if count < 16 else 3 if count < 65536 else 5 :]
+    head, stock_head = HEADS[count]
+    body = b"\x81\xa6result\x81\xa5files" + head + msgpack.packb(entries)[stock_head:]
     # Cut within the head, within its length and within an entry; then whole.
     pieces = [body[:15], body[15:17], body[17:18], body[18:40], body[40:]]
     service = peer(pieces, body, b"\x81\xa6result\x81\xa5count\3")

@@ -9,7 +9,7 @@ from types import TracebackType
 from typing import TYPE_CHECKING, Any, Dict, Iterator, List, Optional, Type, Union
 
 from . import messages
-from .errors import ConnectionLost, ProtocolError, ServiceError
+from .errors import ConnectionLost, NoService, ProtocolError, ServiceError
 from .protocol import (
     COMMANDS,
     EVENT,
@@ -21,22 +21,22 @@ from .protocol import (
     checked_parameters,
     reply_fault,
 )
-from .transport import BUSY_LIMIT, Channel, open_channel
+from .transport import BUSY_LIMIT, Channel, default_address, open_channel
 
 if TYPE_CHECKING:
     from .device import Device
 
 
 def connect(address: Optional[str] = None) -> "Connection":
-    """Connects to the service: to the one of this machine (on Linux: of this user's session), or to the one that listens
-    at ``address``, the path of a socket or the name of a pipe. Raises ``NoService``."""
+    """Connects to the service: to the one of this machine (on Linux: of this user's session), or to the one that
+    listens at ``address``, the path of a socket or the name of a pipe. Raises ``NoService``."""
     return Connection(address)
 
 
 class Connection:
-    """A connection to the service. Any number of threads may use it: requests go one at a time, so that one which waits
-    (``serialRead`` for a tenth of a second at most) holds up the others. What can wait longer, events, live views and the
-    global lock, has a connection of its own.
+    """A connection to the service. Any number of threads may use it: requests go one at a time, so that one which
+    waits (``serialRead`` for a tenth of a second at most) holds up the others. What can wait longer, events, live views
+    and the global lock, has a connection of its own.
 
     What a connection holds on the service is given back when it ends: ``close()``, or the end of a ``with`` block.
     """
@@ -54,6 +54,9 @@ class Connection:
             self._channel.set_timeout(None)
             if values is None or values.get("ver") != VERSION:
                 raise ProtocolError("the service speaks another version of the protocol")
+        except ConnectionLost as fault:
+            self.close()
+            raise NoService(f"nobody answers at {address or default_address()}") from fault
         except BaseException:
             self.close()
             raise
@@ -74,7 +77,8 @@ class Connection:
         every later call. A second ``close()`` does nothing."""
         self._closed = True
         self._channel.interrupt()
-        # Whoever waits leaves at once; a signal handler that has interrupted this thread's own request can't wait for it.
+        # Whoever waits leaves at once; only a signal handler that has interrupted this thread's own request would wait
+        # for ever.
         if self._lock.acquire(timeout=1.0):
             self._channel.close()
             self._lock.release()
@@ -105,17 +109,17 @@ class Connection:
         if not command.reply:
             return {}
         fault = reply_fault(command.reply, values)
-        for event in ([values["event"]] if not fault and values and "event" in values else []):
-            fault = reply_fault(EVENT, event)
-        for entry in values["files"] if not fault and values and command.name == "listFiles" else ():
-            fault = fault or reply_fault(FILE_ENTRY, entry)
+        if not fault and values and "event" in values:
+            fault = reply_fault(EVENT, values["event"])
+        if not fault and values and "files" in values:
+            fault = next(filter(None, (reply_fault(FILE_ENTRY, entry) for entry in values["files"])), "")
         if fault or values is None:
             raise ProtocolError(f"unexpected reply to {command.name}: {fault}")
         return values
 
     def exchange(self, command: str, request: bytes) -> Optional[Dict[str, Any]]:
-        """Sends a request that is encoded already, and returns the values of its reply as they come (None: it has none).
-        For what is asked very often; ``call()`` checks both."""
+        """Sends a request that is encoded already, and returns the values of its reply as they come (None: it has
+        none). For what is asked very often; ``call()`` checks both."""
         with self._lock:
             if self._closed:
                 raise ConnectionLost("the connection is closed")

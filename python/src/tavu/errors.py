@@ -1,5 +1,5 @@
-"""What the package raises about the service. Faults of the caller are Python's own: ``IndexError`` for a frame that isn't
-there, ``ValueError`` and ``TypeError`` for parameters that don't fit, ``FileExistsError`` for an export."""
+"""What the package raises about the service. Faults of the caller are Python's own: ``IndexError`` for a frame that
+isn't there, ``ValueError`` and ``TypeError`` for parameters that don't fit, ``FileExistsError`` for an export."""
 
 from __future__ import annotations
 

@@ -34,9 +34,9 @@ _ALL = slice(None)
 def attributes(recording: "Recording", frames: "FrameIndex" = _ALL) -> Dict[str, Any]:
     """What each export stores beside the pixels, in JSON's types: ``name``, ``camera``, ``port`` (names); ``width`` and
     ``height`` (pixels); ``recorded_at`` (ISO 8601, UTC) and ``timestamp`` (100 ns since 1601-01-01 UTC);
-    ``start_time``, ``end_time`` and ``duration`` (as clients stored them); ``num_dropped_frames``; ``pixel_format`` (the
-    camera's number, left out where it isn't known: see ``Recording.pixel_format``); ``frame_numbers``, the number in the
-    recording, from 0, of each frame that is exported."""
+    ``start_time``, ``end_time`` and ``duration`` (as clients stored them); ``num_dropped_frames``; ``pixel_format``
+    (the camera's number, left out where it isn't known: see ``Recording.pixel_format``); ``frame_numbers``, the number
+    in the recording, from 0, of each frame that is exported."""
     result: Dict[str, Any] = {
         "name": recording.name,
         "camera": recording.camera,
@@ -178,8 +178,8 @@ def to_zarr(
     overwrite: bool = False,
     progress: Optional[bool] = None,
 ) -> None:
-    """A Zarr array (version 2 of the format) in a folder: a chunk, and so a file, for each frame, which many programs can
-    read at the same time. ``compressor`` is Zarr's; None for none."""
+    """A Zarr array (version 2 of the format) in a folder: a chunk, and so a file, for each frame, which many programs
+    can read at the same time. ``compressor`` is Zarr's; None for none."""
     import zarr
 
     values = attributes(recording, frames)

@@ -36,8 +36,8 @@ class LiveView:
             raise
 
     def frame(self, copy: bool = True) -> "Pixels":
-        """Waits for the next picture: (height, width) of uint16. A copy owns its memory; without, it is a read-only view
-        of the shared memory that is valid until anybody, other clients included, asks for the next picture."""
+        """Waits for the next picture: (height, width) of uint16. A copy owns its memory; without, it is a read-only
+        view of the shared memory that is valid until anybody, other clients included, asks for the next picture."""
         geometry = self._connection.call("liveFrame", **self._place)
         view = self._region.frame(geometry["width"], geometry["height"])
         return view.copy() if copy else view

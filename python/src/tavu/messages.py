@@ -31,8 +31,8 @@ class ReplyReader:
 
     A list of more than 65,535 entries has a head that isn't MessagePack's: DC with *four* length bytes. Where the
     service writes DC otherwise, the number in its two bytes is 16 or more, so that a smaller one tells such a head. A
-    stock decoder would take it for a short list and go on in the middle of nowhere; that is why the heads of a reply are
-    read one by one here."""
+    stock decoder would take it for a short list and go on in the middle of nowhere; that is why the heads of a reply
+    are read one by one here."""
 
     def __init__(self, receive: Callable[[], bytes]) -> None:
         self._receive = receive

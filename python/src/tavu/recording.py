@@ -27,8 +27,8 @@ FrameIndex = Union[int, slice, Sequence[int]]
 
 
 class Playback:
-    """A recording that is open for playback, until ``close()`` or the end of a ``with`` block. One thread at a time uses
-    it: the frame that one fetches takes the place of the other's. ``Recording.play()`` makes one."""
+    """A recording that is open for playback, until ``close()`` or the end of a ``with`` block. One thread at a time
+    uses it: the frame that one fetches takes the place of the other's. ``Recording.play()`` makes one."""
 
     def __init__(self, recording: "Recording") -> None:
         self._connection = recording.device.connection
@@ -82,16 +82,16 @@ class Playback:
 
 
 class Recording:
-    """A recording: what the service listed of it, and its frames, as an array of (n, height, width) of uint16 that stays
-    with the service until it is asked for::
+    """A recording: what the service listed of it, and its frames, as an array of (n, height, width) of uint16 that
+    stays with the service until it is asked for::
 
         recording[7]                # frame 7, (height, width)
         recording[10:20]            # ten frames, (10, height, width)
         recording[::10, 100:200]    # rows 100 to 199 of every tenth frame
         recording[[0, -1]]          # the first and the last
 
-    Each is a new array that owns its memory; each frame was copied once, straight from the shared memory. Memory for all
-    of it must be there: ``frames()`` goes through a recording of any length. ``numpy.asarray(recording)`` is
+    Each is a new array that owns its memory; each frame was copied once, straight from the shared memory. Memory for
+    all of it must be there: ``frames()`` goes through a recording of any length. ``numpy.asarray(recording)`` is
     ``recording[:]``.
 
     Each access opens the recording and closes it again. ``with recording:`` keeps it open, which makes single frames
@@ -166,9 +166,14 @@ class Recording:
             self._held.pop().close()
 
     def numbers(self, index: FrameIndex) -> Sequence[int]:
-        """The numbers of frames, from 0, that an index means. Raises ``IndexError`` beyond the recording."""
+        """The numbers of frames, from 0, that an index means. Raises ``IndexError`` beyond the recording, and where a
+        mask hasn't an entry for each frame."""
         if isinstance(index, slice):
             return range(*index.indices(self.num_frames))
+        if getattr(index, "dtype", None) == bool:
+            if numpy.shape(index) != (self.num_frames,):
+                raise IndexError(f"a mask of {numpy.shape(index)} for {self.num_frames} frames")
+            index = [int(number) for number in numpy.flatnonzero(index)]
         numbers = [operator.index(one) for one in (index if hasattr(index, "__iter__") else [index])]
         for number in numbers:
             if not -self.num_frames <= number < self.num_frames:

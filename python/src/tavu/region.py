@@ -48,7 +48,7 @@ if sys.platform == "win32":
             kernel.OpenFileMappingW.restype = wintypes.HANDLE
             kernel.OpenFileMappingW.argtypes = [wintypes.DWORD, wintypes.BOOL, wintypes.LPCWSTR]
             kernel.MapViewOfFile.restype = ctypes.c_void_p
-            kernel.MapViewOfFile.argtypes = [wintypes.HANDLE, wintypes.DWORD, wintypes.DWORD, wintypes.DWORD, ctypes.c_size_t]
+            kernel.MapViewOfFile.argtypes = [wintypes.HANDLE] + 3 * [wintypes.DWORD] + [ctypes.c_size_t]
             kernel.UnmapViewOfFile.argtypes = [ctypes.c_void_p]
             kernel.VirtualQuery.argtypes = [ctypes.c_void_p, ctypes.c_void_p, ctypes.c_size_t]
             kernel.VirtualQuery.restype = ctypes.c_size_t

@@ -17,8 +17,8 @@ _POLL_SECONDS = 0.05
 
 
 def progress_bar(show: Optional[bool], total: Optional[int], text: str) -> Any:
-    """tqdm's bar; None when it isn't wanted, or isn't installed. By itself (``show`` is None) there is one in a terminal
-    and in a notebook."""
+    """tqdm's bar; None when it isn't wanted, or isn't installed. By itself (``show`` is None) there is one in a
+    terminal and in a notebook."""
     if show is None:
         show = sys.stderr.isatty() or "ipykernel" in sys.modules
     if not show:
@@ -32,8 +32,8 @@ def progress_bar(show: Optional[bool], total: Optional[int], text: str) -> Any:
 
 class RunningRecording:
     """A recording under way; ``Device.record()`` starts it. It belongs to the device, and runs on without its client,
-    until ``stop()``, which also stores it. A ``with`` block does so at its end: it first waits for the frames or seconds
-    that were asked for, but neither when an exception ends the block nor when the recording has no limit."""
+    until ``stop()``, which also stores it. A ``with`` block does so at its end: it first waits for the frames or
+    seconds that were asked for, but neither when an exception ends the block nor when the recording has no limit."""
 
     def __init__(
         self,

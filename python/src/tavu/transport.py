@@ -72,9 +72,9 @@ class SocketChannel:
         self._socket.close()
 
 
-def _no_service(address: str, reason: str = "no service is running") -> NoService:
+def _no_service(address: str) -> NoService:
     return NoService(
-        f"{reason} at {address}: start one with `tavusvc noautoclose`, for the emulated device with "
+        f"no service is running at {address}: start one with `tavusvc noautoclose`, for the emulated device with "
         "TAVUSRV_ENABLE_EMULATOR=1 in its environment"
     )
 
@@ -84,50 +84,6 @@ def default_address() -> str:
     if sys.platform == "win32":
         return rf"\\.\pipe\{PIPE}"
     return os.path.join(os.environ.get("XDG_RUNTIME_DIR") or "/tmp", PIPE)
-
-
-def _socket_at(address: str) -> socket.socket:
-    """A connected socket. Raises ``OSError``."""
-    deadline = time.monotonic() + BUSY_LIMIT
-    while True:
-        folder, name = os.path.split(address)
-        channel = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
-        # An address holds some hundred bytes: below an open folder every path is short enough.
-        anchor = os.open(folder or ".", getattr(os, "O_PATH", os.O_RDONLY) | os.O_DIRECTORY | os.O_CLOEXEC)
-        try:
-            channel.settimeout(BUSY_LIMIT)
-            channel.connect(f"/proc/self/fd/{anchor}/{name}")
-            return channel
-        except BlockingIOError:
-            # The line of clients that wait to be accepted is full.
-            channel.close()
-            if time.monotonic() > deadline:
-                raise
-            time.sleep(0.01)
-        except BaseException:
-            channel.close()
-            raise
-        finally:
-            os.close(anchor)
-
-
-def open_socket(address: str) -> SocketChannel:
-    try:
-        channel = _socket_at(address)
-    except OSError as fault:
-        raise _no_service(address) from fault
-    if not os.environ.get("XDG_RUNTIME_DIR") and os.path.dirname(address) == "/tmp":
-        # Anybody can have put a socket there.
-        peer = channel.getsockopt(socket.SOL_SOCKET, socket.SO_PEERCRED, struct.calcsize("3i"))
-        user = struct.unpack("3i", peer)[1]
-        if user not in (0, os.geteuid()):
-            channel.close()
-            raise NoService(
-                f"the service at {address} runs as another user (id {user}), and anybody could have put it there: "
-                "nothing was sent to it. Set XDG_RUNTIME_DIR to a folder of your own, for your service and for its "
-                "clients"
-            )
-    return SocketChannel(channel)
 
 
 if sys.platform == "win32":
@@ -179,11 +135,57 @@ if sys.platform == "win32":
         def close(self) -> None:
             self._file.close()
 
+else:
+
+    def _socket_at(address: str) -> socket.socket:
+        """A connected socket. Raises ``OSError``."""
+        deadline = time.monotonic() + BUSY_LIMIT
+        while True:
+            folder, name = os.path.split(address)
+            # An address holds some hundred bytes: below an open folder every path is short enough.
+            anchor = os.open(folder or ".", os.O_PATH | os.O_DIRECTORY | os.O_CLOEXEC)
+            channel = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+            try:
+                channel.settimeout(BUSY_LIMIT)
+                channel.connect(f"/proc/self/fd/{anchor}/{name}")
+                return channel
+            except BlockingIOError:
+                # The line of clients that wait to be accepted is full.
+                channel.close()
+                if time.monotonic() > deadline:
+                    raise
+                time.sleep(0.01)
+            except BaseException:
+                channel.close()
+                raise
+            finally:
+                os.close(anchor)
+
+    def open_socket(address: str) -> SocketChannel:
+        """Linux: connects to the socket at a path. Raises ``NoService``."""
+        try:
+            channel = _socket_at(address)
+        except OSError as fault:
+            raise _no_service(address) from fault
+        if not os.environ.get("XDG_RUNTIME_DIR") and os.path.dirname(address) == "/tmp":
+            # Anybody can have put a socket there.
+            peer = channel.getsockopt(socket.SOL_SOCKET, socket.SO_PEERCRED, struct.calcsize("3i"))
+            user = struct.unpack("3i", peer)[1]
+            if user not in (0, os.geteuid()):
+                channel.close()
+                raise NoService(
+                    f"the service at {address} runs as another user (id {user}), and anybody could have put it there: "
+                    "nothing was sent to it. Set XDG_RUNTIME_DIR to a folder of your own, for your service and for its "
+                    "clients"
+                )
+        return SocketChannel(channel)
+
 
 def open_channel(address: Optional[str]) -> Channel:
-    """Connects to the service at an address (None: where it listens by itself). Waits for up to 5 s where the service is
-    busy with other clients. Raises ``NoService``."""
+    """Connects to the service at an address (None: where it listens by itself). Waits for up to 5 s where the service
+    is busy with other clients. Raises ``NoService``."""
     address = address or default_address()
     if sys.platform == "win32":
         return PipeChannel(address)
-    return open_socket(address)
+    else:
+        return open_socket(address)
