@@ -1,6 +1,7 @@
-# What "cmake --install" lays down and cpack packs: the programs; for people who write clients the
-# client library with its headers and a CMake package, and the simulated recorder library; for people
-# who write a recorder library its headers. A .deb on Linux, a zip on Windows.
+# What "cmake --install" lays down and cpack packs, in components: "service" is the programs and the
+# documents; "development" is for people who write clients, the client library with its headers and a
+# CMake package, and for people who write a recorder library its headers; "simulator" is the simulated
+# recorder library. TavuPackages.cmake makes packages of them.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -16,38 +17,71 @@ else()
   set(simulator_folder lib/tavu/simulator)
 endif()
 
-install(TARGETS tavusvc tavuctl)
+install(TARGETS tavusvc tavuctl COMPONENT service)
 if(MINGW)
-  install(PROGRAMS ${TAVU_RUNTIME_LIBRARIES} DESTINATION "${CMAKE_INSTALL_BINDIR}")
+  install(PROGRAMS ${TAVU_RUNTIME_LIBRARIES} DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT service)
 elseif(MSVC)
   include(InstallRequiredSystemLibraries)
 endif()
+if(NOT WIN32)
+  include(TavuManual)
+  install(FILES "${PROJECT_SOURCE_DIR}/packaging/tavusvc.service" DESTINATION lib/systemd/user
+          COMPONENT service)
+  set(completion "${PROJECT_SOURCE_DIR}/src/client/tavuctl/completion/tavuctl")
+  install(FILES ${completion}.bash DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions"
+          RENAME tavuctl COMPONENT service)
+  install(FILES ${completion}.fish DESTINATION "${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d"
+          COMPONENT service)
+  # zsh looks in one folder for what packages bring, and in another for the rest, in no package.
+  install(FILES ${completion}.zsh DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions"
+          RENAME _tavuctl COMPONENT service EXCLUDE_FROM_ALL)
+  install(FILES ${completion}.zsh DESTINATION "${CMAKE_INSTALL_DATADIR}/zsh/site-functions"
+          RENAME _tavuctl COMPONENT unpackaged)
+endif()
 
 # Such a folder is what QUILLON_PATH_X64 names. Nobody links the library, so there is no import library.
-install(TARGETS quillon RUNTIME DESTINATION "${simulator_folder}/Bin"
-                        LIBRARY DESTINATION "${simulator_folder}/Bin"
+install(TARGETS quillon RUNTIME DESTINATION "${simulator_folder}/Bin" COMPONENT simulator
+                        LIBRARY DESTINATION "${simulator_folder}/Bin" COMPONENT simulator
                         ARCHIVE DESTINATION "${simulator_folder}/Bin" EXCLUDE_FROM_ALL)
 
 foreach(library IN LISTS libraries)
   string(REPLACE tavu_ "" export_name ${library})
   set_target_properties(${library} PROPERTIES EXPORT_NAME ${export_name})
-  target_include_directories(${library} INTERFACE "$<INSTALL_INTERFACE:${header_folder}>")
+  target_include_directories(${library} INTERFACE "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 endforeach()
-install(TARGETS ${libraries} EXPORT tavu)
-foreach(folder client encoding wire)
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION "${header_folder}"
-          FILES_MATCHING PATTERN "*.h" PATTERN tavuctl EXCLUDE)
+install(TARGETS ${libraries} EXPORT tavu ARCHIVE COMPONENT development)
+if(CMAKE_STRIP)
+  # For packages; what links a library needs its symbols.
+  install(CODE "if(CMAKE_INSTALL_DO_STRIP)
+    file(GLOB libraries \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_LIBDIR}/libtavu_*.a\")
+    execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug --enable-deterministic-archives \${libraries}
+                    COMMAND_ERROR_IS_FATAL ANY)
+  endif()" COMPONENT development)
+endif()
+
+# "client/connection.h" of our sources is installed as <tavu/client/connection.h>, and the headers
+# include each other so: a program can have a client/connection.h of its own.
+foreach(folder client wire hardware/library)
+  get_filename_component(parent "${header_folder}/${folder}" DIRECTORY)
+  install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION "${parent}" COMPONENT development
+          FILES_MATCHING PATTERN "*.h" PATTERN tavuctl EXCLUDE PATTERN connection_ask.h EXCLUDE)
+endforeach()
+foreach(header bytes channel message_reader object_value read_ahead stream windowed_stream)
+  install(FILES "${PROJECT_SOURCE_DIR}/src/encoding/${header}.h" DESTINATION "${header_folder}/encoding"
+          COMPONENT development)
 endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/src/service/transport/local_socket.h"
               "${PROJECT_SOURCE_DIR}/src/service/transport/shared_region.h"
-        DESTINATION "${header_folder}/service/transport")
+        DESTINATION "${header_folder}/service/transport" COMPONENT development)
+install(CODE "file(GLOB_RECURSE headers \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${header_folder}/*.h\")
+  foreach(header IN LISTS headers)
+    file(READ \"\${header}\" text)
+    string(REGEX REPLACE \"(#include \\\")(tavu/)?\" \"\\\\1tavu/\" text \"\${text}\")
+    file(WRITE \"\${header}\" \"\${text}\")
+  endforeach()" COMPONENT development)
 
-# For people who write a recorder library.
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/hardware/library" DESTINATION "${header_folder}/hardware")
-install(FILES "${PROJECT_SOURCE_DIR}/src/hardware/binding/quillon_functions.txt"
-        DESTINATION "${header_folder}/hardware/binding")
-
-install(EXPORT tavu NAMESPACE tavu:: FILE tavu-targets.cmake DESTINATION "${package_folder}")
+install(EXPORT tavu NAMESPACE tavu:: FILE tavu-targets.cmake DESTINATION "${package_folder}"
+        COMPONENT development)
 configure_package_config_file("${CMAKE_CURRENT_LIST_DIR}/tavu-config.cmake.in"
                               "${CMAKE_BINARY_DIR}/tavu-config.cmake"
                               INSTALL_DESTINATION "${package_folder}")
@@ -55,28 +89,19 @@ write_basic_package_version_file("${CMAKE_BINARY_DIR}/tavu-config-version.cmake"
                                  COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_BINARY_DIR}/tavu-config.cmake"
               "${CMAKE_BINARY_DIR}/tavu-config-version.cmake"
-        DESTINATION "${package_folder}")
+        DESTINATION "${package_folder}" COMPONENT development)
 
-install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${doc_folder}")
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION "${doc_folder}")
+# The documents lie to each other as they do in the source tree.
+install(FILES "${PROJECT_SOURCE_DIR}/README.md" DESTINATION "${doc_folder}" COMPONENT service)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" DESTINATION "${doc_folder}" COMPONENT service)
+install(FILES "${PROJECT_SOURCE_DIR}/simulator/README.md" DESTINATION "${doc_folder}/simulator"
+        COMPONENT service)
+install(FILES "${PROJECT_SOURCE_DIR}/src/hardware/library/README.md"
+        DESTINATION "${doc_folder}/src/hardware/library" COMPONENT development)
+install(FILES "${PROJECT_SOURCE_DIR}/src/hardware/binding/quillon_functions.txt"
+        DESTINATION "${doc_folder}/src/hardware/binding" COMPONENT development)
 if(WIN32)
-  install(FILES "${PROJECT_SOURCE_DIR}/docs/windows.md" DESTINATION . RENAME README.md)
+  install(FILES "${PROJECT_SOURCE_DIR}/docs/windows.md" DESTINATION . RENAME README.md COMPONENT service)
 endif()
-install(FILES "${PROJECT_SOURCE_DIR}/simulator/README.md" DESTINATION "${doc_folder}/simulator")
 
-set(CPACK_PACKAGE_NAME tavu)
-set(CPACK_PACKAGE_VENDOR "The tavu developers")
-set(CPACK_PACKAGE_CONTACT "The tavu developers <tavu@localhost>")
-set(CPACK_PACKAGE_DIRECTORY "${CMAKE_BINARY_DIR}/package")
-set(CPACK_VERBATIM_VARIABLES ON)
-if(WIN32)
-  set(CPACK_GENERATOR ZIP)
-  set(CPACK_PACKAGE_FILE_NAME "tavu-${PROJECT_VERSION}-windows-x64")
-else()
-  set(CPACK_GENERATOR DEB)
-  set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-  set(CPACK_DEBIAN_PACKAGE_SECTION video)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-endif()
-set(CPACK_STRIP_FILES ON)
-include(CPack)
+include(TavuPackages)

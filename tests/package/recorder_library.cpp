@@ -2,7 +2,7 @@
 // sizes of the objects which both sides hold are those that their guide tells.
 
 #define QUILLON_BUILDING_LIBRARY
-#include "hardware/library/instance.h"
+#include <tavu/hardware/library/instance.h>
 
 namespace Quillon {
 

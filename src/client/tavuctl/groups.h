@@ -2,6 +2,9 @@
 
 #include "client/tavuctl/session.h"
 
+#include <string>
+#include <vector>
+
 namespace CLI {
 class App;
 }
@@ -21,5 +24,10 @@ void addLockCommand(CLI::App &app, Session &session);
 void addCameraCommands(CLI::App &app, Session &session);
 void addCallCommand(CLI::App &app, Session &session);
 void addProtocolCommand(CLI::App &app, Session &session);
+void addCompletionCommand(CLI::App &app, Session &session);
+
+/// Prints for a shell how the command line can go on, a candidate a line with a tab and its help
+/// behind it; ":files" stands for names of files. Quick, and silent when there is no service.
+int printCompletion(const CLI::App &app, const std::vector<std::string> &words, Session &session);
 
 } // namespace tavu::ctl

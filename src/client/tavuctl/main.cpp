@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <sstream>
+#include <string_view>
 
 namespace {
 
@@ -28,6 +29,7 @@ void addCommands(CLI::App &app, Session &session)
     addCameraCommands(app, session);
     addCallCommand(app, session);
     addProtocolCommand(app, session);
+    addCompletionCommand(app, session);
     app.footer("A first recording:\n"
                "  tavuctl status\n"
                "  tavuctl pair \"My camera\"\n"
@@ -80,6 +82,9 @@ int runProgram(int argc, char **argv, Session &session)
     CLI::App app("Drives the recorders of a running tavusvc: records, plays back, exports.",
                  "tavuctl");
     addCommands(app, session);
+    // For the scripts that `completion` prints, whose words are no command line of ours.
+    if (argc > 1 && argv[1] == std::string_view("complete"))
+        return printCompletion(app, {argv + 2, argv + argc}, session);
     // The parser's own complaint wouldn't name the word that is no command.
     const auto isNamed = [&](const CLI::App *command) { return command->check_name(argv[1]); };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty())
