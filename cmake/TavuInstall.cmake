@@ -61,18 +61,18 @@ endif()
 
 # "client/connection.h" of our sources is installed as <tavu/client/connection.h>, and the headers
 # include each other so: a program can have a client/connection.h of its own.
-foreach(folder client wire hardware/library)
-  get_filename_component(parent "${header_folder}/${folder}" DIRECTORY)
-  install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION "${parent}" COMPONENT development
-          FILES_MATCHING PATTERN "*.h" PATTERN tavuctl EXCLUDE PATTERN connection_ask.h EXCLUDE)
+set(headers client/connection client/errors client/playback client/region client/reply client/request
+            client/values encoding/bytes encoding/channel encoding/message_reader encoding/object_value
+            encoding/read_ahead encoding/stream encoding/windowed_stream service/transport/local_socket
+            service/transport/shared_region wire/commands wire/events wire/names wire/values)
+foreach(header common containers device drive_file export instance parameter_value port record storage
+               trigger)
+  list(APPEND headers hardware/library/${header})
 endforeach()
-foreach(header bytes channel message_reader object_value read_ahead stream windowed_stream)
-  install(FILES "${PROJECT_SOURCE_DIR}/src/encoding/${header}.h" DESTINATION "${header_folder}/encoding"
-          COMPONENT development)
+foreach(header IN LISTS headers)
+  get_filename_component(folder "${header_folder}/${header}" DIRECTORY)
+  install(FILES "${PROJECT_SOURCE_DIR}/src/${header}.h" DESTINATION "${folder}" COMPONENT development)
 endforeach()
-install(FILES "${PROJECT_SOURCE_DIR}/src/service/transport/local_socket.h"
-              "${PROJECT_SOURCE_DIR}/src/service/transport/shared_region.h"
-        DESTINATION "${header_folder}/service/transport" COMPONENT development)
 install(CODE "file(GLOB_RECURSE headers \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${header_folder}/*.h\")
   foreach(header IN LISTS headers)
     file(READ \"\${header}\" text)

@@ -25,7 +25,6 @@ constexpr std::chrono::milliseconds kLongest(700);
 /// Ends the process, which has printed nothing, when a service takes too long to answer.
 class TimeLimit
 {
-private:
     std::mutex mutex_;
     std::condition_variable_any wakeUp_;
     std::jthread thread_{[this](std::stop_token stop) {
