@@ -23,7 +23,6 @@ HEADS = {
     16: (b"\xdc\0\x10", 3),
     65535: (b"\xdc\xff\xff", 3),
     65536: (b"\xdc\0\1\0\0", 5),
-    70000: (b"\xdc\0\1\x11\x70", 5),
 }
 ENTRY = {field.name: "" if field.type == "string" else 0 for field in protocol.FILE_ENTRY}
 
