@@ -1,7 +1,7 @@
 # What "cmake --install" lays down and cpack packs, in components: "service" is the programs and the
 # documents; "development" is for people who write clients, the client library with its headers and a
 # CMake package, and for people who write a recorder library its headers; "simulator" is the simulated
-# recorder library. TavuPackages.cmake makes packages of them.
+# recorder library; "python" is the Python package. TavuPackages.cmake makes packages of them.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -100,6 +100,7 @@ install(FILES "${PROJECT_SOURCE_DIR}/src/hardware/library/README.md"
         DESTINATION "${doc_folder}/src/hardware/library" COMPONENT development)
 install(FILES "${PROJECT_SOURCE_DIR}/src/hardware/binding/quillon_functions.txt"
         DESTINATION "${doc_folder}/src/hardware/binding" COMPONENT development)
+include(TavuPython)
 if(WIN32)
   install(FILES "${PROJECT_SOURCE_DIR}/docs/windows.md" DESTINATION . RENAME README.md COMPONENT service)
 endif()

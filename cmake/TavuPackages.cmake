@@ -69,4 +69,13 @@ A recorder library whose recorders, with their ports, drives and cameras, are
 described in text files. With it tavusvc and its clients can be tried, and be
 made to meet faults, on a machine without a recorder." RECOMMENDS "tavu (= ${PROJECT_VERSION}-1)")
 
+tavu_add_package(python python3-tavu python "camera recorder service tavusvc for Python, as numpy arrays
+Recorders, recordings and live pictures of tavusvc as Python objects and numpy
+arrays; events; exports to .npy, TIFF, HDF5 and Zarr, for clusters too.
+It is a client: the service is in the package tavu."
+  ARCHITECTURE all DEPENDS "python3 (>= 3.9), python3-msgpack, python3-numpy" RECOMMENDS tavu
+  SUGGESTS "python3-dask, python3-distributed, python3-h5py, python3-tifffile, python3-tqdm, python3-zarr")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/python/postinst"
+                                              "${PROJECT_SOURCE_DIR}/packaging/python/prerm")
+
 include(CPack)
