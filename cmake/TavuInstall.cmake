@@ -36,7 +36,8 @@ endforeach()
 install(TARGETS ${libraries} EXPORT tavu)
 foreach(folder client encoding wire)
   install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/${folder}" DESTINATION "${header_folder}"
-          FILES_MATCHING PATTERN "*.h" PATTERN tavuctl EXCLUDE)
+          FILES_MATCHING PATTERN "*.h" PATTERN tavuctl EXCLUDE PATTERN tavuview EXCLUDE
+          PATTERN tools EXCLUDE)
 endforeach()
 install(FILES "${PROJECT_SOURCE_DIR}/src/service/transport/local_socket.h"
               "${PROJECT_SOURCE_DIR}/src/service/transport/shared_region.h"

@@ -1,8 +1,8 @@
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <gtest/gtest.h>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 namespace {
 
 const std::string kMark = "\xEF\xBF\xBD";
@@ -53,4 +53,4 @@ TEST(Text, TimesAndSizes)
 }
 
 } // namespace
-} // namespace tavu::ctl
+} // namespace tavu::tools

@@ -6,7 +6,7 @@
 #include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/groups.h"
 #include "client/tavuctl/progress.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <atomic>
 #include <chrono>

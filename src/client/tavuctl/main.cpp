@@ -1,7 +1,7 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <CLI/CLI.hpp>
 #include <sstream>
