@@ -223,8 +223,14 @@ void DeviceWatch::showDevice(client::Connection &service, uint32_t device)
     json["emulated"] = status.hardwareType.value == client::kEmulatedDevice;
     json["prepared"] = status.percentUsed.error != "No drive set.";
     json["storageError"] = status.percentUsed.error;
-    const bool runs = !status.recordingDone.value.value_or(true);
-    const Json recovery = recoveryJson(service, device);
+    // The emulated device has no recovery to tell of.
+    if (status.hardwareType.value.value_or(client::kEmulatedDevice) == client::kEmulatedDevice)
+        emulated_.insert(device);
+    else
+        emulated_.erase(device);
+    const Json recovery = emulated_.contains(device) ? Json() : recoveryJson(service, device);
+    const bool runs = !status.recordingDone.value.value_or(true) &&
+                      (!emulated_.contains(device) || status.incomplete.value.value_or(false));
     const bool recovers =
         !recovery.is_null() &&
         recovery["status"] == static_cast<uint32_t>(client::RecoveryStatus::Running);
@@ -250,14 +256,22 @@ void DeviceWatch::showFiles(client::Connection &service, uint32_t device)
     board_.put(topic("files", device), text(json));
 }
 
+bool DeviceWatch::isDone(client::Connection &service, uint32_t device) const
+{
+    if (service.isRecordingDone(device))
+        return true;
+    // The emulated device doesn't say so before its first recording.
+    return emulated_.contains(device) && !service.hasIncompleteFile(device);
+}
+
 bool DeviceWatch::showProgress(client::Connection &service, uint32_t device)
 {
-    const bool done = service.isRecordingDone(device);
+    const bool done = isDone(service, device);
     if (!done)
         recording_.insert(device);
     const std::optional<RecordingJob> job = jobs_.find(device);
     Json json = {{"topic", "progress"}, {"device", device}, {"recording", !done}};
-    json["recovery"] = recoveryJson(service, device);
+    json["recovery"] = emulated_.contains(device) ? Json() : recoveryJson(service, device);
     json["ports"] = Json::array();
     const uint8_t ports = service.portCount(device);
     for (uint8_t port = 0; port < ports && port < 32; ++port) {

@@ -37,6 +37,7 @@ private:
     void askAll(client::Connection &service);
     void showDevice(client::Connection &service, uint32_t device);
     void showFiles(client::Connection &service, uint32_t device);
+    bool isDone(client::Connection &service, uint32_t device) const;
     bool showProgress(client::Connection &service, uint32_t device);
     void finishJob(uint32_t device);
     void showLoss(const std::string &reason);
@@ -55,6 +56,7 @@ private:
 
     // Of the thread that asks.
     uint32_t deviceCount_ = 0;
+    std::set<uint32_t> emulated_;
     std::set<uint32_t> busy_;      ///< devices that record or recover
     std::set<uint32_t> recording_; ///< of these, those that were seen to record
     RecordingJob::Clock::time_point nextRefresh_{};
