@@ -122,10 +122,12 @@ void DeviceWatch::showLoss(const std::string &reason)
 {
     if (service_.stopped())
         return;
+    std::string line = reason;
+    std::replace(line.begin(), line.end(), '\n', ' ');
     board_.put("service", text({{"topic", "service"},
                                 {"connected", false},
                                 {"address", localSocketAddress(kPipeName)},
-                                {"error", tools::printable(reason)}}));
+                                {"error", tools::printable(line)}}));
 }
 
 void DeviceWatch::keepUp()
@@ -139,6 +141,8 @@ void DeviceWatch::keepUp()
         } catch (const std::exception &) {
             // The thread that reads events tells of it, and has everything asked for anew.
             jobs_.forgetAll();
+            for (const uint32_t device : busy_)
+                board_.put(topic("progress", device), {});
             busy_.clear();
             recording_.clear();
             link->drop();

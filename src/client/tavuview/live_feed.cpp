@@ -135,6 +135,10 @@ void LiveFeed::run()
             continue;
         } catch (const client::ServiceError &error) {
             tell(error.what());
+        } catch (const client::ConnectionError &) {
+            // Why stands at the top of the page.
+            tell("No picture: the service is away");
+            link_->drop();
         } catch (const std::exception &error) {
             tell(error.what());
             link_->drop();

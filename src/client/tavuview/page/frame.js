@@ -182,10 +182,16 @@ export class PictureView {
     const { frame, canvas } = this;
     if (!frame) return;
     const ratio = window.devicePixelRatio || 1;
-    let scale = 1 / ratio;
-    if (!frame.wholePixels) scale = Math.min(this.stage.clientWidth / frame.width, this.stage.clientHeight / frame.height);
-    canvas.style.width = `${frame.width * scale}px`;
-    canvas.style.height = `${frame.height * scale}px`;
+    let width = frame.width / ratio;
+    let height = frame.height / ratio;
+    if (!frame.wholePixels) {
+      // By the frame's own shape: that of the picture is rounded to whole pixels.
+      const scale = Math.min(this.stage.clientWidth / frame.frameWidth, this.stage.clientHeight / frame.frameHeight);
+      width = frame.frameWidth * scale;
+      height = frame.frameHeight * scale;
+    }
+    canvas.style.width = `${width}px`;
+    canvas.style.height = `${height}px`;
   }
 
   showTexts(frame) {

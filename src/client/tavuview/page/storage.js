@@ -11,7 +11,7 @@ export class StorageTab {
     this.used = h("p", {});
     this.bar = h("meter", { min: 0, max: 100, low: 80, high: 95, optimum: 0, "aria-label": "Storage in use" });
     this.setupButton = h("button", { class: "danger", onclick: () => this.setUp() }, "Set up storage…");
-    this.recovery = h("div", {});
+    this.recovery = h("div", { class: "steps" });
     this.element = h("div", { class: "cards" },
       h("article", { class: "card" }, h("h2", {}, "Storage"), this.used, this.bar,
         h("p", { class: "muted" }, "Setting up prepares the drives for recording. Every recording on them is lost."), this.setupButton),
@@ -40,12 +40,15 @@ export class StorageTab {
       return element;
     };
     const discard = h("button", { class: "danger", onclick: () => this.discard() }, "Discard…");
-    const status = device.recovery?.status || 0;
+    let status = device.recovery?.status || 0;
+    if (status === 1) this.finished = false;
+    // Ports that don't share a file leave one each; the state is still that of the first one's.
+    if (status === 3 && this.finished) status = 0;
     const parts = [];
     if (status === 1) parts.push(h("p", {}, kRecovery[1]), h("progress", { "aria-label": "Recovery" }), h("p", { class: "muted", id: "recovery-time" }), button("Cancel", "cancelRecovery"));
     else if (device.recording) parts.push(h("p", {}, "A recording is under way."));
     else if (!device.incomplete) parts.push(h("p", {}, "There is none."));
-    else if (status === 3) parts.push(h("p", {}, `${kRecovery[3]} One more step puts the recording into the list.`), button("Put it into the list", "finishRecovery", "primary"));
+    else if (status === 3) parts.push(h("p", {}, `${kRecovery[3]} One more step puts the recording into the list.`), h("div", { class: "row wrap" }, this.finishButton(), button("Recover anew", "recover"), discard));
     else {
       if (status === 2) parts.push(h("p", { class: "bad" }, `${kRecovery[2]} ${device.recovery.error || ""}`));
       if (status === 4) parts.push(h("p", {}, kRecovery[4]));
@@ -60,6 +63,16 @@ export class StorageTab {
     replace(this.recovery, parts);
     const time = this.recovery.querySelector("#recovery-time");
     if (time) this.timer = setInterval(() => { time.textContent = `for ${Math.round((Date.now() - this.since) / 1000)} s`; }, 500);
+  }
+
+  finishButton() {
+    const finish = async () => {
+      this.finished = Boolean(await press(button, "finishRecovery", this.about));
+      this.state = null;
+      this.update();
+    };
+    const button = h("button", { class: "primary", onclick: finish }, "Put it into the list");
+    return button;
   }
 
   async setUp() {
