@@ -186,7 +186,8 @@ export class PictureView {
     let height = frame.height / ratio;
     if (!frame.wholePixels) {
       // By the frame's own shape: that of the picture is rounded to whole pixels.
-      const scale = Math.min(this.stage.clientWidth / frame.frameWidth, this.stage.clientHeight / frame.frameHeight);
+      const stage = this.stage.getBoundingClientRect();
+      const scale = Math.min(stage.width / frame.frameWidth, stage.height / frame.frameHeight);
       width = frame.frameWidth * scale;
       height = frame.frameHeight * scale;
     }
