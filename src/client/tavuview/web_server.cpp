@@ -9,7 +9,8 @@ namespace tavu::view {
 
 namespace {
 
-constexpr size_t kMostConnections = 64;
+/// A browser that watches eight ports and plays a recording has some fifteen.
+constexpr size_t kMostConnections = 256;
 constexpr std::string_view kTooMany =
     "HTTP/1.1 503 Service Unavailable\r\nContent-Type: text/plain\r\nConnection: close\r\n"
     "Content-Length: 46\r\n\r\nToo many connections at once; try again later\n";

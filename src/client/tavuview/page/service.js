@@ -63,7 +63,9 @@ export async function command(name, parameters) {
       headers: { "Content-Type": "application/json" },
       body: JSON.stringify(parameters || {}),
     });
-    result = await reply.json();
+    const text = await reply.text();
+    // What is refused before it is looked at comes as plain text.
+    try { result = JSON.parse(text); } catch { result = { error: text.trim() }; }
   } catch {
     result = { error: "tavuview doesn't answer", advice: "is it still running?" };
   }
