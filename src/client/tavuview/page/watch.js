@@ -98,10 +98,12 @@ export class WatchTab {
       class: "chip", "aria-pressed": String(this.chosen.has(port.port)),
       onclick: () => this.toggle(port.port),
     }, port.name || `Port ${port.port}`)));
-    const former = new Map(this.portChecks.map((c) => [c.port, c.input.checked]));
+    // What a person has chosen stays; all else goes by what is ready.
+    const former = new Map(this.portChecks.filter((c) => c.input.dataset.chosen).map((c) => [c.port, c.input.checked]));
     this.portChecks = device.ports.filter((p) => p.port < 32).map((port) => {
       const ready = Boolean(port.pairedTo && port.config?.width);
-      const box = check(`${port.name || `Port ${port.port}`}${ready ? "" : " (not ready)"}`, { checked: former.get(port.port) ?? ready });
+      const box = check(`${port.name || `Port ${port.port}`}${ready ? "" : " (not ready)"}`, { checked: former.get(port.port) ?? ready, onchange: () => { box.input.dataset.chosen = "yes"; } });
+      if (former.has(port.port)) box.input.dataset.chosen = "yes";
       return { port: port.port, ...box };
     });
     replace(this.portBoxes, this.portChecks.map((c) => c.element));
