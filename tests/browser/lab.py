@@ -100,6 +100,7 @@ class Lab:
             process.wait(LIMIT)
         self.viewer.stdout.close()
         self.folder.cleanup()
+        assert self.viewer.returncode == 0, f"the viewer ended with {self.viewer.returncode}"
 
     def request(self, method="GET", path="/", body=None, **headers):
         """The status of a plain request, and its reply's headers."""
@@ -123,6 +124,7 @@ class Browser:
         options.binary_location = "/usr/bin/chromium"
         for argument in ("--headless=new", "--no-sandbox", "--disable-gpu", "--no-first-run",
                          "--disable-background-networking", "--disable-component-update",
+                         "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1",
                          f"--window-size={width},{height}"):
             options.add_argument(argument)
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})

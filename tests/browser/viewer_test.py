@@ -80,6 +80,32 @@ class ViewerTest(unittest.TestCase):
             return Math.max(...data.filter((_, i) => i % 4 === 0)) - Math.min(...data.filter((_, i) => i % 4 === 0));""")
         self.assertGreater(spread, 200)
 
+    def test_slow_browser_misses_frames(self):
+        self.browser.go("1/live")
+        self.browser.see_live(0)
+        result = self.browser.script("""
+            const { parseFrame } = await import("/frame.js");
+            const numbers = [];
+            const socket = new WebSocket(`ws://${location.host}/live?device=1&port=0`);
+            socket.binaryType = "arraybuffer";
+            socket.onmessage = ({ data }) => numbers.push(parseFrame(data).number);
+            const shown = () => Number(document.querySelector(".live[data-port='0']").dataset.frames);
+            const until = async (condition) => {
+              while (!condition()) await new Promise((resolve) => setTimeout(resolve, 10));
+            };
+            await until(() => socket.readyState === WebSocket.OPEN);
+            socket.send("{}");
+            await until(() => numbers.length);
+            const before = shown();
+            await until(() => shown() > before + 10);
+            const taken = numbers.length;
+            socket.send("{}");
+            await until(() => numbers.length > taken);
+            socket.close();
+            return [taken, numbers[1] - numbers[0]];""")
+        self.assertEqual(result[0], 1)
+        self.assertGreater(result[1], 9)
+
     def test_record_and_play(self):
         self.browser.go("1/live")
         self.browser.see("button.record")
