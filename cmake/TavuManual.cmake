@@ -1,17 +1,20 @@
 # The manual pages. tavuctl's is made of its own help, where help2man is to be had and what we build
-# can run here; tavusvc's is written by hand, because its only argument isn't --help.
+# can run here; the others are written by hand, tavusvc's because its only argument isn't --help.
 
 find_program(TAVU_GZIP gzip REQUIRED)
 find_program(TAVU_HELP2MAN help2man)
 set(manual_folder "${CMAKE_BINARY_DIR}/man")
-set(pages "${manual_folder}/tavusvc.1.gz")
+set(pages)
 file(MAKE_DIRECTORY "${manual_folder}")
 
 # Without a name and a time in the archive: the same page has the same bytes.
-add_custom_command(OUTPUT "${manual_folder}/tavusvc.1.gz"
-                   COMMAND "${TAVU_GZIP}" -9nc "${PROJECT_SOURCE_DIR}/packaging/tavusvc.1"
-                           > "${manual_folder}/tavusvc.1.gz"
-                   DEPENDS "${PROJECT_SOURCE_DIR}/packaging/tavusvc.1" VERBATIM)
+foreach(program tavusvc tavuview)
+  set(source "${PROJECT_SOURCE_DIR}/packaging/${program}.1")
+  set(page "${manual_folder}/${program}.1.gz")
+  add_custom_command(OUTPUT "${page}" COMMAND "${TAVU_GZIP}" -9nc "${source}" > "${page}"
+                     DEPENDS "${source}" VERBATIM)
+  list(APPEND pages "${page}")
+endforeach()
 if(TAVU_HELP2MAN AND NOT CMAKE_CROSSCOMPILING AND NOT TAVU_SANITIZE)
   set(page "${manual_folder}/tavuctl.1")
   set(script "${CMAKE_CURRENT_LIST_DIR}/manual_page.cmake")

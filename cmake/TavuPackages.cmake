@@ -57,7 +57,7 @@ tavu_add_package(service tavu video "service for camera data recorders, and its 
 tavusvc is the one process on a machine that talks to camera data recorders;
 programs connect to it to record, list and play back recordings frame by frame
 through shared memory, to watch a port live, and to talk to the cameras.
-tavuctl does all that from the command line." SUGGESTS "bash-completion, tavu-simulator, libtavu-dev")
+tavuctl does all that from the command line, tavuview in a browser." SUGGESTS "bash-completion, tavu-simulator, libtavu-dev")
 
 tavu_add_package(development libtavu-dev libdevel "client library of the camera recorder service tavusvc
 A C++ library to write clients of tavusvc with, linked statically, its headers

@@ -66,7 +66,7 @@ TEST(Completion, TheWordAtTheCursor)
         {"play --check -d1 ", "last|5:1|Drop test"},
         {"play last ", ""},
         {"export last --format p", "png|pgm"},
-        {"export last --format=", "--format=png|--format=pgm|--format=raw"},
+        {"export last --format=", "--format=png|--format=pgm|--format=raw|--format=npy|--format=y4m"},
         {"export last -o ", "files"},
         {"export last -f ", "all|first|last"},
         {"export last --levels ", "auto"},

@@ -1,6 +1,6 @@
 #include "client/connection.h"
 
-#include "client/tavuctl/json_values.h"
+#include "client/tools/json_values.h"
 #include "scripted_service.h"
 #include "service/transport/local_socket.h"
 #include "support/commands.h"
@@ -212,8 +212,8 @@ TEST(Connection, CallsAnythingWithAnything)
     Scripted scripted({encode("{}"), encode("{'result':{'x':[1,!FF,!C0]}}")});
     EXPECT_EQ(scripted.connection->call(99, ObjectValue()).type(), ObjectType::Nil);
     EXPECT_EQ(scripted.script->requests[1], encodeMap("act='exec' ord=99"));
-    const ObjectValue params = ctl::toObjectValue(ctl::Json::parse(R"({"a":[true,1.5,"x"]})"));
-    EXPECT_EQ(ctl::toJson(scripted.connection->call(4, params)).dump(), R"({"x":[1,-1,null]})");
+    const ObjectValue params = tools::toObjectValue(tools::Json::parse(R"({"a":[true,1.5,"x"]})"));
+    EXPECT_EQ(tools::toJson(scripted.connection->call(4, params)).dump(), R"({"x":[1,-1,null]})");
     EXPECT_EQ(scripted.script->requests[2],
               encodeRequest("4", encode("{'a':[true,!CB3FF8000000000000,'x']}")));
 }

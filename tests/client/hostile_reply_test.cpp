@@ -1,5 +1,5 @@
 #include "client/connection.h"
-#include "client/tavuctl/json_values.h"
+#include "client/tools/json_values.h"
 #include "scripted_service.h"
 
 #include <gtest/gtest.h>
@@ -86,7 +86,7 @@ TEST(HostileReply, IsNotShownBeyondReason)
 {
     Scripted scripted({kResult + kTower});
     const ObjectValue value = scripted.connection->call(4, ObjectValue());
-    EXPECT_THROW(ctl::toJson(value), ProtocolError);
+    EXPECT_THROW(tools::toJson(value), ProtocolError);
 }
 
 } // namespace

@@ -1,10 +1,10 @@
-#include "client/tavuctl/json_values.h"
+#include "client/tools/json_values.h"
 
-#include "client/tavuctl/session.h"
+#include "client/tools/failure.h"
 
 #include <gtest/gtest.h>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 namespace {
 
 TEST(JsonValues, GoThereAndBack)
@@ -29,4 +29,4 @@ TEST(JsonValues, AreNotNestedBeyondReason)
 }
 
 } // namespace
-} // namespace tavu::ctl
+} // namespace tavu::tools

@@ -1,4 +1,4 @@
-#include "client/tavuctl/frame_sink.h"
+#include "client/tools/picture.h"
 
 #include <gtest/gtest.h>
 #include <string_view>
@@ -8,7 +8,7 @@
 #include <png.h>
 #endif
 
-namespace tavu::ctl {
+namespace tavu::tools {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
@@ -78,4 +78,4 @@ TEST(Png, KeepsEveryBit)
 }
 
 } // namespace
-} // namespace tavu::ctl
+} // namespace tavu::tools

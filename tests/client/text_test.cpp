@@ -1,10 +1,10 @@
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <gtest/gtest.h>
 
 #include <utility>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 namespace {
 
 const std::string kMark = "\xEF\xBF\xBD";
@@ -59,4 +59,4 @@ TEST(Text, TimesAndSizes)
 }
 
 } // namespace
-} // namespace tavu::ctl
+} // namespace tavu::tools

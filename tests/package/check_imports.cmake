@@ -4,7 +4,7 @@ cmake_minimum_required(VERSION 3.25)
 # Every library that a program in FOLDER binds at its start must stand beside it or be part of
 # Windows, or the program won't start on a machine that has nothing else.
 
-set(part_of_windows advapi32 gdi32 kernel32 msvcrt ole32 psapi shell32 user32)
+set(part_of_windows advapi32 gdi32 kernel32 msvcrt mswsock ole32 psapi shell32 user32 ws2_32)
 
 file(GLOB modules "${FOLDER}/*.exe" "${FOLDER}/*.dll")
 if(NOT modules)

@@ -1,7 +1,7 @@
 #include "client/tavuctl/call_values.h"
 
 #include "client/tavuctl/arguments.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 

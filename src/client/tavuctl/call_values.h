@@ -1,12 +1,14 @@
 #pragma once
 
-#include "client/tavuctl/json_values.h"
+#include "client/tools/json_values.h"
 #include "wire/commands.h"
 
 #include <string>
 #include <vector>
 
 namespace tavu::ctl {
+
+using tools::Json;
 
 /// "u32", "string", ...: the names that docs/protocol.md uses.
 const char *fieldTypeName(FieldType type);

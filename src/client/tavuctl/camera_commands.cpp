@@ -1,8 +1,9 @@
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/camera.h"
+#include "client/tools/json_values.h"
+#include "client/tools/text.h"
 
 #include <chrono>
 #include <exception>
@@ -10,8 +11,6 @@
 namespace tavu::ctl {
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
 
 struct CameraOptions
 {
@@ -63,85 +62,23 @@ int baudRate(Session &session, const CameraOptions &options)
     return kSuccess;
 }
 
-/// Reads \a size bytes. The service waits a tenth of a second for all of them and takes none if
-/// some are missing, so it is asked again until \a deadline.
-client::Bytes receive(Session &session, uint32_t size, Clock::time_point deadline)
-{
-    while (true) {
-        try {
-            return session.service().serialRead(session.device, session.portNumber(), size);
-        } catch (const client::ServiceError &error) {
-            if (error.what() != std::string_view("Serial port recieve failed.") ||
-                Clock::now() >= deadline || interrupted())
-                throw;
-        }
-    }
-}
-
 int readSerial(Session &session, const CameraOptions &options)
 {
     catchInterrupts();
-    const auto deadline = Clock::now() + std::chrono::microseconds(options.timeout.value_or(0));
-    showBytes(session, options, receive(session, options.size, deadline));
+    const auto deadline =
+        std::chrono::steady_clock::now() + std::chrono::microseconds(options.timeout.value_or(0));
+    showBytes(session, options,
+              receiveSerial(session.service(), {session.device, session.portNumber()}, options.size,
+                            deadline, interrupted));
     return kSuccess;
-}
-
-/// Opens a port's channel unless it is open already, and then closes it at the end.
-class OpenChannel
-{
-public:
-    OpenChannel(Session &session, const client::SerialSettings &settings) : session_(session)
-    {
-        try {
-            session.service().serialOpen(session.device, session.portNumber(), settings);
-            own_ = true;
-        } catch (const client::ServiceError &error) {
-            if (error.what() != std::string_view("Serial port already open."))
-                throw;
-        }
-    }
-    OpenChannel(const OpenChannel &) = delete;
-    OpenChannel &operator=(const OpenChannel &) = delete;
-    ~OpenChannel()
-    {
-        try {
-            if (own_)
-                session_.service().serialClose(session_.device, session_.portNumber());
-        } catch (const std::exception &) {
-            // The answer, or the reason why there is none, is what people want to see.
-        }
-    }
-
-private:
-    Session &session_;
-    bool own_ = false;
-};
-
-/// A line from the camera, without its end. It is read byte by byte, as its length isn't known.
-std::string receiveLine(Session &session, Clock::time_point deadline)
-{
-    std::string line;
-    while (true) {
-        const client::Bytes byte = receive(session, 1, deadline);
-        const bool isEnd = byte.empty() || byte[0] == '\r' || byte[0] == '\n';
-        if (!isEnd)
-            line += static_cast<char>(byte[0]);
-        else if (!line.empty() || byte.empty() || byte[0] == '\r')
-            return line;
-    }
 }
 
 int ask(Session &session, const CameraOptions &options)
 {
     catchInterrupts();
-    client::Connection &service = session.service();
-    const OpenChannel channel(session, options.serial);
-    service.serialClear(session.device, session.portNumber());
-    const std::string question = options.data + "\r";
-    service.serialWrite(session.device, session.portNumber(),
-                        client::Bytes(question.begin(), question.end()));
     const auto timeout = std::chrono::microseconds(options.timeout.value_or(2'000'000));
-    const std::string answer = receiveLine(session, Clock::now() + timeout);
+    const std::string answer = askCamera(session.service(), {session.device, session.portNumber()},
+                                         options.serial, options.data, timeout, interrupted);
     if (session.json)
         printJson({{"answer", answer}});
     else

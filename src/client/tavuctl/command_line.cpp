@@ -1,7 +1,7 @@
 #include "client/tavuctl/command_line.h"
 
 #include "client/tavuctl/session.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

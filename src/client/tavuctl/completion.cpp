@@ -1,6 +1,6 @@
 #include "client/tavuctl/completion.h"
 
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 #include "wire/commands.h"
 
 #include <CLI/CLI.hpp>
@@ -9,6 +9,8 @@
 #include <string_view>
 
 namespace tavu::ctl {
+
+using namespace tools;
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include "client/tavuctl/completion_scripts.h"
 
 #include "client/tavuctl/arguments.h"
-#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/file_text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,10 +1,10 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/arguments.h"
-#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
 #include "client/tavuctl/output_file.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/file_text.h"
+#include "client/tools/json_values.h"
+#include "client/tools/text.h"
 
 namespace tavu::ctl {
 

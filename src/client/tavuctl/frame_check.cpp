@@ -1,7 +1,7 @@
 #include "client/tavuctl/frame_check.h"
 
 #include "client/tavuctl/session.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 

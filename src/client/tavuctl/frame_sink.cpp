@@ -2,7 +2,7 @@
 
 #include "client/tavuctl/output_file.h"
 #include "client/tavuctl/session.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <array>
@@ -141,6 +141,22 @@ std::string portPath(const std::string &path, uint32_t port)
     for (size_t at = result.find("%p"); at != std::string::npos; at = result.find("%p", at))
         result.replace(at, 2, digits);
     return result;
+}
+
+LevelsOf parseLevels(std::string_view text)
+{
+    if (text == "auto")
+        return levelsOf;
+    const size_t dash = text.find('-');
+    const auto black = parseNumber<uint16_t>(text.substr(0, dash));
+    const auto white = dash == std::string_view::npos
+                           ? std::nullopt
+                           : parseNumber<uint16_t>(text.substr(dash + 1));
+    if (!black || !white || *black >= *white)
+        throw UsageError(inQuotes(text) +
+                         " are no levels: give the values of black and white like 4096-8191, or "
+                         "auto");
+    return [levels = Levels{*black, *white}](const client::FrameView &) { return levels; };
 }
 
 std::unique_ptr<FrameSink> makeFileSink(const FileSinkOptions &options)

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "client/region.h"
+#include "client/tavuctl/session.h"
+#include "client/tools/picture.h"
 
 #include <cstdint>
 #include <functional>
@@ -26,26 +27,14 @@ public:
     virtual std::vector<std::string> files() const { return {}; }
 };
 
-// Pictures of 16 bits a pixel, as the bytes of a file.
+/// A picture of 16 bits a pixel, as the bytes of a file.
 std::vector<uint8_t> encodePgm(const client::FrameView &frame);
-std::vector<uint8_t> encodePng(const client::FrameView &frame);
-
-/// The pixel values that shall become black and white.
-struct Levels
-{
-    uint16_t black = 0;
-    uint16_t white = 0xFFFF;
-};
 
 /// Chooses the levels of a frame; empty leaves pixels as they are.
 using LevelsOf = std::function<Levels(const client::FrameView &)>;
 
-/// Those between which all pixels lie, but for a thousandth at either end.
-Levels levelsOf(const client::FrameView &frame);
 /// "auto", or two values such as "4096-8191". Raises UsageError.
 LevelsOf parseLevels(std::string_view text);
-/// Pixels spread over the whole range of 16 bits.
-std::vector<uint16_t> spread(const client::FrameView &frame, Levels levels);
 
 enum class Shades
 {

@@ -5,9 +5,9 @@
 #include "client/tavuctl/frame_check.h"
 #include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
 #include "client/tavuctl/progress.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/json_values.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <atomic>

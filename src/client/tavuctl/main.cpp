@@ -2,7 +2,7 @@
 #include "client/tavuctl/command_line.h"
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <CLI/CLI.hpp>
 #include <exception>

@@ -1,7 +1,7 @@
 #include "client/tavuctl/one_size_file.h"
 
 #include "client/tavuctl/session.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 namespace tavu::ctl {
 

@@ -1,12 +1,14 @@
 #include "client/tavuctl/pace.h"
 
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
 
 namespace tavu::ctl {
+
+using namespace tools;
 
 void Pace::add(Clock::time_point when, uint64_t count, uint64_t frameBytes)
 {

@@ -1,13 +1,13 @@
 #include "client/playback.h"
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
-#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/frame_check.h"
 #include "client/tavuctl/frame_sink.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
 #include "client/tavuctl/progress.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/file_text.h"
+#include "client/tools/json_values.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,7 +1,7 @@
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/json_values.h"
+#include "client/tools/text.h"
 #include "platform/files.h"
 
 #include <tuple>

@@ -1,11 +1,13 @@
 #include "client/tavuctl/progress.h"
 
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace tavu::ctl {
+
+using namespace tools;
 
 namespace {
 

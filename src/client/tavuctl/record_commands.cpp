@@ -1,12 +1,13 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
-#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
 #include "client/tavuctl/pace.h"
 #include "client/tavuctl/progress.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/file_text.h"
+#include "client/tools/json_values.h"
+#include "client/tools/recording.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <chrono>
@@ -22,17 +23,9 @@ constexpr unsigned kLookMilliseconds = 10;
 constexpr unsigned kFullPercent = 95;
 constexpr double kSilentSeconds = 3;
 
-struct RecordOptions
+struct RecordOptions : RecordingPlan
 {
-    std::vector<uint32_t> ports = {0};
-    std::optional<uint64_t> frames;
-    std::optional<uint64_t> time;
-    std::optional<uint64_t> pretrigger;
-    std::optional<uint64_t> triggerAfter;
-    bool externalStart = false;
-    bool externalStop = false;
-    bool startVariant = false;
-    bool stopVariant = false;
+    std::optional<uint64_t> triggerAfter; ///< microseconds
     bool detach = false;
     bool stats = false;
     std::string name;
@@ -47,27 +40,6 @@ struct PortPace
     uint64_t inLoop = 0; ///< frames, before the trigger
     Pace pace{true};
 };
-
-client::RecordingSettings settingsOf(const RecordOptions &options)
-{
-    client::RecordingSettings settings;
-    settings.portMask = 0;
-    for (const uint32_t port : options.ports)
-        settings.portMask |= 1u << port;
-    settings.externalTrigger =
-        static_cast<uint8_t>((options.externalStart ? trigger::kStart : 0) |
-                             (options.externalStop ? trigger::kStop : 0) |
-                             (options.startVariant ? trigger::kStartVariant : 0) |
-                             (options.stopVariant ? trigger::kStopVariant : 0));
-    if (options.frames)
-        settings.stopCondition = client::StopCondition::FrameCount;
-    else if (options.time)
-        settings.stopCondition = client::StopCondition::Time;
-    settings.count = options.frames ? *options.frames : options.time.value_or(0);
-    settings.usePretrigger = options.pretrigger.has_value();
-    settings.pretriggerCount = options.pretrigger.value_or(0);
-    return settings;
-}
 
 /// A recording under way. The object's end stops it, unless that was done or it was left.
 class RunningRecording
@@ -197,33 +169,6 @@ bool watchRecording(Session &session, const RecordOptions &options, std::vector<
         pauseFor(static_cast<unsigned>(
             std::chrono::duration_cast<std::chrono::milliseconds>(pause).count()));
     }
-}
-
-void nameRecordings(Session &session, const std::string &name,
-                    const std::vector<client::FileEntry> &files)
-{
-    for (const client::FileEntry &file : files) {
-        const std::string own = files.size() == 1 ? name : name + " " + file.port;
-        session.service().renameFile(session.device, file.fileId, file.streamId, own);
-    }
-}
-
-/// The entries of what was just recorded, one per port.
-std::vector<client::FileEntry> recordedFiles(Session &session, const RecordOptions &options)
-{
-    client::Connection &service = session.service();
-    const std::vector<client::FileEntry> files = service.listFiles(session.device);
-    std::vector<client::FileEntry> recorded;
-    for (const uint32_t port : options.ports) {
-        const client::RecordingTarget target =
-            service.recordingFile(session.device, static_cast<uint8_t>(port));
-        const auto entry = std::find_if(files.begin(), files.end(), [&](const auto &file) {
-            return file.fileId == target.fileId && file.streamId == target.streamId;
-        });
-        if (entry != files.end())
-            recorded.push_back(*entry);
-    }
-    return recorded;
 }
 
 Json statsJson(const std::vector<PortPace> &ports)
@@ -372,10 +317,11 @@ int record(Session &session, const RecordOptions &options)
     const bool complete = watchRecording(session, options, ports);
     stopRecording(*recording, options);
 
-    std::vector<client::FileEntry> files = recordedFiles(session, options);
+    std::vector<client::FileEntry> files =
+        recordedFiles(session.service(), session.device, options);
     if (!options.name.empty()) {
-        nameRecordings(session, options.name, files);
-        files = recordedFiles(session, options);
+        nameRecordings(session.service(), session.device, options.name, files);
+        files = recordedFiles(session.service(), session.device, options);
     }
     showRecorded(session, options, files, ports);
     if (!allStored(session, options, complete, files))

@@ -1,12 +1,12 @@
 #include "client/tavuctl/advice.h"
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
-#include "client/tavuctl/file_text.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
-#include "client/tavuctl/recording_state.h"
 #include "client/tavuctl/status_line.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/file_text.h"
+#include "client/tools/json_values.h"
+#include "client/tools/recording_state.h"
+#include "client/tools/text.h"
 
 #include <array>
 #include <chrono>

@@ -1,7 +1,7 @@
 #include "client/tavuctl/session.h"
 
 #include "client/tavuctl/console.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <cerrno>
 #include <cstdio>

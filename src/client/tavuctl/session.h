@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/connection.h"
+#include "client/tools/failure.h"
 
 #include <cstdint>
 #include <exception>
@@ -14,26 +15,15 @@
 
 namespace tavu::ctl {
 
+// What is shared with the other client programs.
+using namespace tools;
+
 /// What one run of tavuctl ends with.
 enum ExitStatus : int
 {
     kSuccess = 0,
     kFailure = 1, ///< the service refused, or the work couldn't be done
     kUsage = 2,
-};
-
-/// The work couldn't be done; what() is for the person at the keyboard.
-class Failure : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// The command line can't be what was meant.
-class UsageError : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
 };
 
 /// The reader of our output has gone: time to end without a word.

@@ -2,7 +2,7 @@
 
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/session.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,8 +1,8 @@
 #include "client/tavuctl/arguments.h"
 #include "client/tavuctl/console.h"
 #include "client/tavuctl/groups.h"
-#include "client/tavuctl/json_values.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/json_values.h"
+#include "client/tools/text.h"
 #include "platform/clock.h"
 
 #include <chrono>

@@ -1,6 +1,6 @@
-#include "client/tavuctl/frame_sink.h"
+#include "client/tools/picture.h"
 
-#include "client/tavuctl/session.h"
+#include "client/tools/failure.h"
 #include "encoding/bytes.h"
 
 #include <initializer_list>
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <zlib.h>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 namespace {
 
@@ -137,4 +137,4 @@ std::vector<uint8_t> encodePng(const client::FrameView &frame)
     return bytes;
 }
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

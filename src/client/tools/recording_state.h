@@ -4,13 +4,13 @@
 
 #include <cstdint>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
-/// What is going on with the incomplete file of a device.
+/// What a device is doing, and what its incomplete file is.
 enum class RecordingState
 {
-    Nothing,       ///< there is none
-    UnderWay,      ///< a recording fills it
+    Nothing,       ///< no recording, and no such file
+    UnderWay,      ///< a recording
     Ended,         ///< a recording has come to its end and waits to be stopped
     CutOff,        ///< left behind by a service that died
     EndedOrCutOff, ///< a recorder doesn't tell these two apart
@@ -19,4 +19,4 @@ enum class RecordingState
 /// Asks several commands, since none tells alone.
 RecordingState recordingState(client::Connection &service, uint32_t device);
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

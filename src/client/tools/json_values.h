@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 /// Keeps the order of keys, so that what is printed stands as the service sent it.
 using Json = nlohmann::ordered_json;
@@ -30,4 +30,4 @@ Json toJson(const client::FileEntry &file);
 Json toJson(const std::vector<client::FileEntry> &files);
 Json toJson(const client::PortConfig &config);
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

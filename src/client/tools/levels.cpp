@@ -1,11 +1,9 @@
-#include "client/tavuctl/frame_sink.h"
-
-#include "client/tavuctl/session.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/picture.h"
 
 #include <algorithm>
+#include <cstddef>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 Levels levelsOf(const client::FrameView &frame)
 {
@@ -17,22 +15,6 @@ Levels levelsOf(const client::FrameView &frame)
     const uint16_t black = pixels[size_t(margin)];
     std::nth_element(pixels.begin(), pixels.end() - 1 - margin, pixels.end());
     return {black, pixels[pixels.size() - 1 - size_t(margin)]};
-}
-
-LevelsOf parseLevels(std::string_view text)
-{
-    if (text == "auto")
-        return levelsOf;
-    const size_t dash = text.find('-');
-    const auto black = parseNumber<uint16_t>(text.substr(0, dash));
-    const auto white = dash == std::string_view::npos
-                           ? std::nullopt
-                           : parseNumber<uint16_t>(text.substr(dash + 1));
-    if (!black || !white || *black >= *white)
-        throw UsageError(inQuotes(text) +
-                         " are no levels: give the values of black and white like 4096-8191, or "
-                         "auto");
-    return [levels = Levels{*black, *white}](const client::FrameView &) { return levels; };
 }
 
 std::vector<uint16_t> spread(const client::FrameView &frame, Levels levels)
@@ -47,4 +29,4 @@ std::vector<uint16_t> spread(const client::FrameView &frame, Levels levels)
     return pixels;
 }
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

@@ -1,6 +1,6 @@
-#include "client/tavuctl/recording_state.h"
+#include "client/tools/recording_state.h"
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 namespace {
 
@@ -11,11 +11,16 @@ constexpr uint32_t kNoFile = 0xFFFFFFFF;
 
 RecordingState recordingState(client::Connection &service, uint32_t device)
 {
+    const bool done = service.isRecordingDone(device);
+    if (service.hardwareType(device) != client::kEmulatedDevice) {
+        // A recording isn't incomplete before its first frames are on the drives.
+        if (!done)
+            return RecordingState::UnderWay;
+        return service.hasIncompleteFile(device) ? RecordingState::EndedOrCutOff
+                                                 : RecordingState::Nothing;
+    }
     if (!service.hasIncompleteFile(device))
         return RecordingState::Nothing;
-    const bool done = service.isRecordingDone(device);
-    if (service.hardwareType(device) != client::kEmulatedDevice)
-        return done ? RecordingState::EndedOrCutOff : RecordingState::UnderWay;
     // It says "not done" before its first recording, too. Its stop makes a recording of the file,
     // so what is there after one has ended is that one.
     if (done)
@@ -24,4 +29,4 @@ RecordingState recordingState(client::Connection &service, uint32_t device)
                                                               : RecordingState::UnderWay;
 }
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

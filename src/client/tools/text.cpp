@@ -1,11 +1,11 @@
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstdio>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 namespace {
 
@@ -236,4 +236,4 @@ std::string hexText(std::span<const uint8_t> bytes)
     return result;
 }
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

@@ -1,10 +1,11 @@
-#include "client/tavuctl/json_values.h"
+#include "client/tools/json_values.h"
 
 #include "client/errors.h"
-#include "client/tavuctl/arguments.h"
-#include "client/tavuctl/text.h"
+#include "client/tools/failure.h"
+#include "client/tools/parsing.h"
+#include "client/tools/text.h"
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 namespace {
 
@@ -139,4 +140,4 @@ Json toJson(const client::PortConfig &config)
             {"tapGeometry", config.tapGeometry}};
 }
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

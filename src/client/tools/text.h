@@ -9,7 +9,7 @@
 #include <system_error>
 #include <vector>
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 /// \a text fit for a terminal: what isn't UTF-8 and what a terminal might obey instead of showing
 /// becomes the replacement character.
@@ -69,4 +69,4 @@ std::string counted(uint64_t count, std::string_view noun);
 
 std::string hexText(std::span<const uint8_t> bytes);
 
-} // namespace tavu::ctl
+} // namespace tavu::tools

@@ -1,8 +1,8 @@
-#include "client/tavuctl/file_text.h"
+#include "client/tools/file_text.h"
 
-#include "client/tavuctl/text.h"
+#include "client/tools/text.h"
 
-namespace tavu::ctl {
+namespace tavu::tools {
 
 std::string fileNumber(const client::FileEntry &file)
 {
@@ -19,4 +19,4 @@ std::string fileSummary(const client::FileEntry &file)
            " of " + frameSizeText(file.width, file.height) + ", " + sizeText(file.size);
 }
 
-} // namespace tavu::ctl
+} // namespace tavu::tools
