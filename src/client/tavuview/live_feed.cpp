@@ -34,7 +34,11 @@ void Watcher::want(const ViewWish &wish)
 std::optional<ViewWish> Watcher::takeWish()
 {
     const std::lock_guard lock(mutex_);
-    return wants_.exchange(false) ? std::optional(wish_) : std::nullopt;
+    // A page may wish as often as it likes: what it doesn't take doesn't pile up here.
+    if (!wants())
+        return std::nullopt;
+    wants_ = false;
+    return wish_;
 }
 
 void Watcher::send(SharedBytes frame)
@@ -43,6 +47,7 @@ void Watcher::send(SharedBytes frame)
         const std::lock_guard lock(mutex_);
         trouble_.clear();
     }
+    sending_ = true;
     if (const auto socket = socket_.lock())
         socket->send(std::move(frame));
 }

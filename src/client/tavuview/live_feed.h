@@ -28,11 +28,13 @@ public:
 
     /// The browser is ready for a frame, of this kind.
     void want(const ViewWish &wish);
-    /// The wish, if a frame is wanted; it then counts as fulfilled.
+    /// The wish, if a frame is wanted and none is on its way; it then counts as fulfilled.
     std::optional<ViewWish> takeWish();
-    bool wants() const { return wants_; }
+    bool wants() const { return wants_ && !sending_; }
 
     void send(SharedBytes frame);
+    /// What was sent has left.
+    void sent() { sending_ = false; }
     /// Tells why there are no frames; once for each reason.
     void sendTrouble(const std::string &error, std::string_view advice);
 
@@ -41,6 +43,7 @@ private:
     std::mutex mutex_;
     ViewWish wish_;
     std::atomic<bool> wants_ = false;
+    std::atomic<bool> sending_ = false;
     std::string trouble_;
 };
 

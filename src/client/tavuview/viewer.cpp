@@ -123,6 +123,11 @@ public:
         watcher_->want(parseWish(text));
         feed_.wake();
     }
+    void sent() override
+    {
+        watcher_->sent();
+        feed_.wake();
+    }
     void closed() override { feed_.remove(watcher_); }
 
 private:
@@ -148,19 +153,17 @@ public:
         const auto number = json["frame"].get<uint64_t>();
         const ViewWish wish = parseWish(text);
         // A page that asks before it has got what it asked for gets the newest only.
-        {
-            const std::lock_guard lock(next_->mutex);
-            const bool waits = next_->wish.has_value();
-            next_->wish.emplace(number, wish);
-            if (waits)
-                return;
-        }
-        pool_.post([player = player_, next = next_] {
-            std::unique_lock lock(next->mutex);
-            const auto [frame, kind] = *std::exchange(next->wish, std::nullopt);
-            lock.unlock();
-            player->sendFrame(frame, kind);
-        });
+        const std::lock_guard lock(next_->mutex);
+        next_->wish.emplace(number, wish);
+        if (!std::exchange(next_->busy, true))
+            show();
+    }
+    void sent() override
+    {
+        const std::lock_guard lock(next_->mutex);
+        next_->busy = next_->wish.has_value();
+        if (next_->busy)
+            show();
     }
     void closed() override {}
 
@@ -169,7 +172,19 @@ private:
     {
         std::mutex mutex;
         std::optional<std::pair<uint64_t, ViewWish>> wish;
+        bool busy = false; ///< a frame is being read or on its way
     };
+
+    void show()
+    {
+        pool_.post([player = player_, next = next_] {
+            std::unique_lock lock(next->mutex);
+            const auto taken = std::exchange(next->wish, std::nullopt);
+            lock.unlock();
+            if (taken)
+                player->sendFrame(taken->first, taken->second);
+        });
+    }
 
     WorkerPool &pool_;
     const std::shared_ptr<Player> player_;
