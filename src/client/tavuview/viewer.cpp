@@ -246,7 +246,7 @@ void Viewer::handle(const WebRequest &request, Done done)
     if (request.method != "GET")
         return withHeaders({405, {}, "Only GET, and POST for commands.\n", {}, {}, {}});
     if (request.path == "/download")
-        return pictures_.post([this, request, withHeaders] {
+        return downloads_.post([this, request, withHeaders] {
             try {
                 withHeaders(makeDownload(service_, request));
             } catch (const BadRequest &fault) {

@@ -31,7 +31,7 @@ public:
     std::optional<WebReply> refusal(const WebRequest &request) override;
     std::shared_ptr<SocketUser> open(const WebRequest &request,
                                      std::weak_ptr<WebSocket> socket) override;
-    void post(std::function<void()> work) override { pictures_.post(std::move(work)); }
+    void post(std::function<void()> work) override { downloads_.post(std::move(work)); }
 
 private:
     WebReply reply(const WebRequest &request);
@@ -48,6 +48,7 @@ private:
     LiveFeeds feeds_{service_};
     WorkerPool pool_{"view-command", 4};
     WorkerPool pictures_{"view-picture", 2};
+    WorkerPool downloads_{"view-download", 2}; ///< apart, so that playback doesn't stutter
     DeviceWatch watch_{service_, board_, jobs_, pool_};
 };
 
