@@ -64,10 +64,4 @@ bool RecordingJobs::takeTrigger(uint32_t device)
     return found->second.triggered = RecordingJob::Clock::now() >= due;
 }
 
-void RecordingJobs::forgetAll()
-{
-    const std::lock_guard lock(mutex_);
-    jobs_.clear();
-}
-
 } // namespace tavu::view

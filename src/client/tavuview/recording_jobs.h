@@ -44,8 +44,6 @@ public:
     /// Finishes a recording whose job was taken.
     static std::vector<client::FileEntry> finish(client::Connection &service, uint32_t device,
                                                  const RecordingJob &job);
-    /// Forgets what ran on a service that has gone.
-    void forgetAll();
 
 private:
     mutable std::mutex mutex_;

@@ -49,7 +49,7 @@ private:
     WorkerPool pool_{"view-command", 4};
     WorkerPool pictures_{"view-picture", 2};
     WorkerPool downloads_{"view-download", 2}; ///< apart, so that playback doesn't stutter
-    DeviceWatch watch_{service_, board_, jobs_, pool_};
+    DeviceWatch watch_{service_, board_, jobs_};
 };
 
 } // namespace tavu::view
