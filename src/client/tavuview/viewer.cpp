@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <limits>
 
 namespace tavu::view {
 
@@ -287,8 +288,11 @@ WebReply Viewer::commandReply(const std::string &name, const std::string &body)
         return errorReply(400, "The command's parameters can't be read.");
     try {
         const Json result = commands_.run(name, parameters);
-        if (const auto device = parameters.find("device"); device != parameters.end())
-            watch_.touch(device->get<uint32_t>());
+        // Not every command takes one, so that nothing may have looked at it yet.
+        const auto device = parameters.find("device");
+        if (device != parameters.end() && device->is_number_unsigned())
+            watch_.touch(static_cast<uint32_t>(
+                std::min<uint64_t>(device->get<uint64_t>(), std::numeric_limits<uint32_t>::max())));
         return jsonReply(200, result.is_null() ? Json::object() : result);
     } catch (const BadRequest &fault) {
         return errorReply(400, fault.what());
